@@ -1,0 +1,18 @@
+// The error report for the few places that can't go on. The windows install a
+// report view; until then (and on the command line) the text is logged and
+// shown through the platform's message box.
+#pragma once
+
+#include <exception>
+#include <functional>
+#include <string>
+
+namespace corva {
+
+// "Error " + number + " - " + description + " in " + procedure + " of " + module, then showerr.
+void showerrobj(const std::exception& e, const std::string& procedure, const std::string& module);
+void showerr(const std::string& text);
+// Replaces the presenter of showerr; an empty function restores the default.
+void SetErrorReportHandler(std::function<void(const std::string&)> handler);
+
+} // namespace corva

@@ -1,0 +1,314 @@
+#include "core/cSHAREDSettings.h"
+
+#include "core/ErrorHandler.h"
+#include "core/ErrorReport.h"
+#include "core/FileSubs.h"
+#include "core/Strings.h"
+#include "core/mSHAREDGeneral.h"
+#include "core/mSHAREDLogging.h"
+#include "platform/Platform.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace corva {
+
+namespace {
+
+std::string noCommas(std::string_view key) { return Replace(key, ",", ""); }
+
+// "TRUE"/"FALSE" in any case and with blanks read back as truth values.
+Variant readValue(const Variant& stored) {
+    if (!stored.isText()) return stored;
+    std::string t = UCase(Trim(stored.toText()));
+    if (t == "FALSE") return Variant(false);
+    if (t == "TRUE") return Variant(true);
+    return stored;
+}
+
+int errnoToRunError(int e) {
+    switch (e) {
+    case ENOSPC:
+    case EDQUOT: return Err::DiskFull;
+    case EACCES:
+    case EPERM:
+    case EROFS:
+    case EISDIR: return Err::PathFileAccess;
+    case ENOENT:
+    case ENOTDIR: return Err::PathNotFound;
+    case ENAMETOOLONG: return Err::BadFileName;
+    default: return Err::DeviceIO;
+    }
+}
+
+std::string setKey(const std::string& setName, int n) { return setName + "_" + std::to_string(n); }
+
+} // namespace
+
+std::string cSHAREDSettings::SettingNameByIndex(int index) const {
+    if (index < 1 || index > SettingsCount()) return "";
+    return items_[static_cast<size_t>(index - 1)].KeyName;
+}
+
+int cSHAREDSettings::SettingPresent(const std::string& rawKey, int& position) const {
+    const std::string key = noCommas(rawKey);
+    const int count = SettingsCount();
+    position = 0;
+    if (count == 0) return -1;
+    auto keyAt = [&](int i) -> const std::string& { return items_[static_cast<size_t>(i - 1)].KeyName; };
+    if (keyAt(1) == key) {
+        position = 2;
+        return 1;
+    }
+    if (keyAt(count) == key) {
+        position = count + 1;
+        return count;
+    }
+    int low = 1, high = count, middle = 1;
+    while (low <= high) {
+        middle = (low + high) / 2;
+        const std::string& k = keyAt(middle);
+        if (k == key) {
+            position = middle + 1;
+            return middle;
+        }
+        if (k > key)
+            high = middle - 1;
+        else
+            low = middle + 1;
+    }
+    position = keyAt(middle) > key ? middle : middle + 1;
+    return -1;
+}
+
+void cSHAREDSettings::add(const std::string& key, const Variant& value) {
+    int position = 0;
+    int found = SettingPresent(key, position);
+    if (found > 0) {
+        items_[static_cast<size_t>(found - 1)].KeyValue = value;
+        return;
+    }
+    cSHAREDSetting entry{noCommas(key), value};
+    if (position <= 0 || position > SettingsCount())
+        items_.push_back(std::move(entry));
+    else
+        items_.insert(items_.begin() + (position - 1), std::move(entry));
+}
+
+void cSHAREDSettings::StoreSetting(const std::string& key, const Variant& value) {
+    guarded("StoreSetting", "cSHAREDSettings", [&] { add(UCase(key), value); });
+}
+
+Variant cSHAREDSettings::RetrieveSetting(const std::string& key, const Variant& def) const {
+    return guardedValue("RetrieveSetting", "cSHAREDSettings", def, [&] {
+        int position = 0;
+        int found = SettingPresent(UCase(key), position);
+        if (found < 0) return def;
+        return readValue(items_[static_cast<size_t>(found - 1)].KeyValue);
+    });
+}
+
+Variant cSHAREDSettings::RetrieveWithDefault(const std::string& key, const Variant& def) const {
+    Variant v = RetrieveSetting(key, def);
+    if (v.isBool() && !v.toBool()) return def;
+    if ((v.isNumber() || (v.isText() && v.isNumeric())) && v.toNumber() == 0) return def;
+    return v;
+}
+
+void cSHAREDSettings::DeleteSettingByName(const std::string& key) {
+    int position = 0;
+    int found = SettingPresent(key, position);
+    if (found < 0) found = SettingPresent(UCase(key), position);
+    if (found > 0) DeleteSetting(found);
+}
+
+void cSHAREDSettings::DeleteSetting(int position) {
+    if (position >= 1 && position <= SettingsCount()) items_.erase(items_.begin() + (position - 1));
+}
+
+void cSHAREDSettings::LoadSettings(const std::string& path) {
+    items_.clear();
+    std::string resolved = ResolvePath(path);
+    if (!FileExists(resolved)) return;
+    std::string text;
+    if (!LoadTextFile(resolved, text)) return;
+    // Lines end in CR LF; a bare LF from a hand edit is taken as a line end too.
+    std::vector<std::string> lines = Split(text, "\n");
+    std::string previousKey;
+    size_t lineNumber = 0;
+    try {
+        for (auto& line : lines) {
+            ++lineNumber;
+            if (!line.empty() && line.back() == '\r') line.pop_back();
+            size_t comma = line.find(',');
+            if (comma == std::string::npos) continue;
+            std::string key = line.substr(0, comma);
+            Variant value = readValue(Variant(line.substr(comma + 1)));
+            bool skip = key == previousKey || Trim(key).empty();
+            previousKey = UCase(Trim(key));
+            if (!skip) add(key, value);
+        }
+    } catch (const std::exception& e) {
+        showerr("Error " + std::to_string(errorNumber(e)) + " in setting file. Line: " +
+                std::to_string(lineNumber) + " of " + std::to_string(lines.size()));
+    }
+    // The file is normally in order already; this settles hand edits.
+    std::stable_sort(items_.begin(), items_.end(),
+                     [](const cSHAREDSetting& a, const cSHAREDSetting& b) { return a.KeyName < b.KeyName; });
+}
+
+bool cSHAREDSettings::writeFile(const std::string& path, int& errorNumber) {
+    std::string text;
+    std::string previous;
+    bool first = true;
+    for (const auto& item : items_) {
+        std::string key = UCase(noCommas(item.KeyName));
+        if (!first && key == previous) continue;
+        first = false;
+        previous = key;
+        text += key + "," + item.KeyValue.printForm() + "\r\n";
+    }
+    int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, ownerOnly_ ? 0600 : 0644);
+    if (fd < 0) {
+        errorNumber = errnoToRunError(errno);
+        return false;
+    }
+    // A file that existed before with wider permissions is narrowed too.
+    if (ownerOnly_) ::fchmod(fd, 0600);
+    size_t done = 0;
+    while (done < text.size()) {
+        ssize_t n = ::write(fd, text.data() + done, text.size() - done);
+        if (n < 0) {
+            if (errno == EINTR) continue;
+            errorNumber = errnoToRunError(errno);
+            ::close(fd);
+            return false;
+        }
+        done += static_cast<size_t>(n);
+    }
+    if (::close(fd) != 0) {
+        errorNumber = errnoToRunError(errno);
+        return false;
+    }
+    return true;
+}
+
+bool cSHAREDSettings::SaveSettings(const std::string& rawPath) {
+    std::string path = ResolvePath(rawPath);
+    if (FileExists(path) && isReadOnly(path) && !MakeReadWrite(path)) {
+        LogAction(path + " is read only, can't change it to read write, can't update it");
+        return true;
+    }
+    bool retriedAccess = false;
+    for (;;) {
+        int error = 0;
+        if (writeFile(path, error)) return true;
+        if ((error == Err::BadFileName || error == Err::PathFileAccess) && !retriedAccess) {
+            retriedAccess = true;
+            MakeReadWrite(path);
+            continue;
+        }
+        if (error == Err::BadFileName || error == Err::PathFileAccess) {
+            platform::current().prompts().messageBox(
+                "Your settings file is read-only and I can't change it. Save cancelled.",
+                platform::Buttons::Ok, platform::Icon::Exclamation, "Corva");
+            return false;
+        }
+        if (error == Err::DiskFull) {
+            auto answer = platform::current().prompts().messageBox(
+                "You've run out of disk space on drive " + pathonly(path) + ":\r" +
+                    "Please clear some space and then click Retry, else click Cancel to abort.",
+                platform::Buttons::RetryCancel, platform::Icon::Exclamation, "Corva");
+            if (answer == platform::Answer::Retry) continue;
+            return false;
+        }
+        showerr("Error " + std::to_string(error) + " - " + errorDescription(error) + " in SaveSettings");
+        return false;
+    }
+}
+
+int cSHAREDSettings::LastIndexInSet(const std::string& setName) const {
+    return static_cast<int>(RetrieveSetting(setName + "_INDEX", 0).toLong());
+}
+
+int cSHAREDSettings::AddToSet(const std::string& setName, const Variant& value) {
+    int n = LastIndexInSet(setName);
+    int position = 0;
+    do {
+        ++n;
+        StoreSetting(setName + "_INDEX", n);
+    } while (SettingPresent(UCase(setKey(setName, n)), position) > 0);
+    StoreSetting(setKey(setName, n), value);
+    return n;
+}
+
+void cSHAREDSettings::DeleteFromSetByIndex(const std::string& setName, int index) {
+    int last = LastIndexInSet(setName);
+    if (index < 1 || index > last) return;
+    if (index == last) {
+        DeleteSettingByName(setKey(setName, index));
+        return;
+    }
+    for (int k = index; k < last; ++k)
+        StoreSetting(setKey(setName, k), RetrieveSetting(setKey(setName, k + 1), ""));
+    DeleteSettingByName(setKey(setName, last));
+    StoreSetting(setName + "_INDEX", last - 1);
+}
+
+void cSHAREDSettings::DeleteFromSetByValue(const std::string& setName, const std::string& value) {
+    int last = LastIndexInSet(setName);
+    for (int k = 1; k <= last; ++k) {
+        int position = 0;
+        if (SettingPresent(UCase(setKey(setName, k)), position) < 0) continue;
+        if (isequal(RetrieveSetting(setKey(setName, k), "").toText(), value, true)) {
+            DeleteFromSetByIndex(setName, k);
+            return;
+        }
+    }
+}
+
+bool cSHAREDSettings::ReadIDFromSet(const std::string& setName, std::string& previousId,
+                                    std::string& id) const {
+    // The number follows the last underscore, so set names may hold underscores.
+    size_t underscore = previousId.rfind('_');
+    int n = previousId.empty() || underscore == std::string::npos
+                ? 0
+                : static_cast<int>(Val(previousId.substr(underscore + 1)));
+    int last = LastIndexInSet(setName);
+    for (int k = n + 1; k <= last; ++k) {
+        int position = 0;
+        if (SettingPresent(UCase(setKey(setName, k)), position) > 0) {
+            id = setKey(setName, k);
+            previousId = id;
+            return true;
+        }
+    }
+    id.clear();
+    return false;
+}
+
+bool cSHAREDSettings::ReadFromSet(const std::string& setName, std::string& previousId,
+                                  Variant& value) const {
+    std::string id;
+    if (!ReadIDFromSet(setName, previousId, id)) {
+        value = Variant();
+        return false;
+    }
+    value = RetrieveSetting(id, "");
+    return true;
+}
+
+int cSHAREDSettings::SetCount(const std::string& setName) const {
+    int count = 0;
+    int last = LastIndexInSet(setName);
+    for (int k = 1; k <= last; ++k) {
+        int position = 0;
+        if (SettingPresent(UCase(setKey(setName, k)), position) > 0) ++count;
+    }
+    return count;
+}
+
+} // namespace corva

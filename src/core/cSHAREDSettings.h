@@ -1,0 +1,64 @@
+// A flat, sorted key and value store kept in a text file of KEY,VALUE lines.
+// One instance holds Corva.ini, another Paths.ini.
+#pragma once
+
+#include "core/Variant.h"
+
+#include <string>
+#include <vector>
+
+namespace corva {
+
+struct cSHAREDSetting {
+    std::string KeyName;
+    Variant KeyValue;
+};
+
+class cSHAREDSettings {
+public:
+    int SettingsCount() const { return static_cast<int>(items_.size()); }
+    // The key at a 1-based position; "" outside the range.
+    std::string SettingNameByIndex(int index) const;
+    void sSet(const std::string& key, const Variant& value) { StoreSetting(key, value); }
+    // Upper-cases the key and adds or replaces the entry.
+    void StoreSetting(const std::string& key, const Variant& value);
+    // As RetrieveSetting, but a stored 0 or False gives the default too.
+    Variant RetrieveWithDefault(const std::string& key, const Variant& def) const;
+    void DeleteAllSettings() { items_.clear(); }
+    Variant sGet(const std::string& key, const Variant& def = Variant()) const {
+        return RetrieveSetting(key, def);
+    }
+    // The value of the upper-cased key, or the default. Stored "true"/"false"
+    // in any case and with blanks come back as booleans.
+    Variant RetrieveSetting(const std::string& key, const Variant& def = Variant()) const;
+    // Bisection over the exact key (commas removed): the 1-based index, or -1.
+    // position is index + 1 when found, else the place to insert.
+    int SettingPresent(const std::string& key, int& position) const;
+    // Writes the file; see the .cpp for the read-only and disk-full rules.
+    bool SaveSettings(const std::string& path);
+    void LoadSettings(const std::string& path);
+    // Removes the key as given, then in upper case.
+    void DeleteSettingByName(const std::string& key);
+    void DeleteSetting(int position);
+
+    // Indexed sets: NAME_INDEX is the highest index, NAME_1 ... the members.
+    int AddToSet(const std::string& setName, const Variant& value);
+    int LastIndexInSet(const std::string& setName) const;
+    void DeleteFromSetByValue(const std::string& setName, const std::string& value);
+    void DeleteFromSetByIndex(const std::string& setName, int index);
+    // The next member after previousId ("" for the first); false at the end.
+    bool ReadFromSet(const std::string& setName, std::string& previousId, Variant& value) const;
+    bool ReadIDFromSet(const std::string& setName, std::string& previousId, std::string& id) const;
+    int SetCount(const std::string& setName) const;
+
+    // Makes saved files readable by their owner only (Corva.ini holds passwords).
+    void setOwnerOnly(bool on) { ownerOnly_ = on; }
+
+private:
+    void add(const std::string& key, const Variant& value);
+    bool writeFile(const std::string& path, int& errorNumber);
+    std::vector<cSHAREDSetting> items_;
+    bool ownerOnly_ = true;
+};
+
+} // namespace corva

@@ -1,0 +1,241 @@
+#include "platform/qt/QtPlatform.h"
+
+#include "platform/ConsolePrompts.h"
+#include "platform/qt/QtSocket.h"
+
+#include <QApplication>
+#include <QCheckBox>
+#include <QCoreApplication>
+#include <QDateTime>
+#include <QDeadlineTimer>
+#include <QDesktopServices>
+#include <QDialog>
+#include <QDialogButtonBox>
+#include <QFileInfo>
+#include <QInputDialog>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMessageBox>
+#include <QMimeDatabase>
+#include <QProcess>
+#include <QStandardPaths>
+#include <QThread>
+#include <QTimeZone>
+#include <QTimer>
+#include <QUrl>
+#include <QVBoxLayout>
+
+namespace corva::platform::qt {
+
+namespace {
+
+class QtTimer : public Timer {
+public:
+    QtTimer() {
+        QObject::connect(&timer_, &QTimer::timeout, [this] {
+            if (tick_) tick_();
+        });
+    }
+    void setCallback(std::function<void()> tick) override { tick_ = std::move(tick); }
+    void setInterval(int ms) override {
+        timer_.setInterval(ms);
+        if (timer_.isActive()) timer_.start();
+    }
+    int interval() const override { return timer_.interval(); }
+    void setEnabled(bool on) override {
+        if (on && !timer_.isActive()) timer_.start();
+        if (!on) timer_.stop();
+    }
+    bool enabled() const override { return timer_.isActive(); }
+
+private:
+    QTimer timer_;
+    std::function<void()> tick_;
+};
+
+class QtEventLoop : public EventLoop {
+public:
+    void yield() override { QCoreApplication::processEvents(QEventLoop::AllEvents); }
+    void sleepMs(int ms) override {
+        if (ms > 0) QThread::msleep(static_cast<unsigned long>(ms));
+    }
+    bool runUntil(const std::function<bool()>& done, int timeoutMs) override {
+        QDeadlineTimer deadline(timeoutMs);
+        QTimer wake; // makes the blocking wait return now and then to look at the deadline
+        wake.start(20);
+        while (!done()) {
+            if (deadline.hasExpired()) return false;
+            QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents);
+        }
+        return true;
+    }
+};
+
+bool widgetsRunning() { return qobject_cast<QApplication*>(QCoreApplication::instance()) != nullptr; }
+
+class DialogPrompts : public Prompts {
+public:
+    Answer messageBox(const std::string& text, Buttons buttons, Icon icon,
+                      const std::string& title) override {
+        if (!widgetsRunning()) return console_.messageBox(text, buttons, icon, title);
+        QMessageBox box;
+        box.setWindowTitle(title.empty() ? QStringLiteral("Corva") : QString::fromStdString(title));
+        box.setText(QString::fromStdString(text));
+        switch (icon) {
+        case Icon::Information: box.setIcon(QMessageBox::Information); break;
+        case Icon::Question: box.setIcon(QMessageBox::Question); break;
+        case Icon::Exclamation: box.setIcon(QMessageBox::Warning); break;
+        case Icon::Critical: box.setIcon(QMessageBox::Critical); break;
+        default: break;
+        }
+        QMessageBox::StandardButtons set;
+        switch (buttons) {
+        case Buttons::Ok: set = QMessageBox::Ok; break;
+        case Buttons::OkCancel: set = QMessageBox::Ok | QMessageBox::Cancel; break;
+        case Buttons::YesNo: set = QMessageBox::Yes | QMessageBox::No; break;
+        case Buttons::YesNoCancel: set = QMessageBox::Yes | QMessageBox::No | QMessageBox::Cancel; break;
+        case Buttons::RetryCancel: set = QMessageBox::Retry | QMessageBox::Cancel; break;
+        case Buttons::AbortRetryIgnore: set = QMessageBox::Abort | QMessageBox::Retry | QMessageBox::Ignore; break;
+        }
+        box.setStandardButtons(set);
+        switch (box.exec()) {
+        case QMessageBox::Ok: return Answer::Ok;
+        case QMessageBox::Yes: return Answer::Yes;
+        case QMessageBox::No: return Answer::No;
+        case QMessageBox::Retry: return Answer::Retry;
+        case QMessageBox::Abort: return Answer::Abort;
+        case QMessageBox::Ignore: return Answer::Ignore;
+        default: return Answer::Cancel;
+        }
+    }
+
+    PasswordReply askPassword(const std::string& prompt) override {
+        if (!widgetsRunning()) return console_.askPassword(prompt);
+        QDialog dialog;
+        dialog.setWindowTitle(QStringLiteral("Password"));
+        auto* layout = new QVBoxLayout(&dialog);
+        layout->addWidget(new QLabel(QString::fromStdString(prompt)));
+        auto* edit = new QLineEdit;
+        edit->setEchoMode(QLineEdit::Password);
+        layout->addWidget(edit);
+        auto* remember = new QCheckBox(QStringLiteral("Remember password"));
+        layout->addWidget(remember);
+        auto* box = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel);
+        QObject::connect(box, &QDialogButtonBox::accepted, &dialog, &QDialog::accept);
+        QObject::connect(box, &QDialogButtonBox::rejected, &dialog, &QDialog::reject);
+        layout->addWidget(box);
+        PasswordReply reply;
+        reply.cancelled = dialog.exec() != QDialog::Accepted;
+        if (!reply.cancelled) {
+            reply.text = edit->text().toStdString();
+            reply.remember = remember->isChecked();
+        }
+        return reply;
+    }
+
+    std::optional<std::string> inputBox(const std::string& prompt, const std::string& title,
+                                        const std::string& defaultText) override {
+        if (!widgetsRunning()) return console_.inputBox(prompt, title, defaultText);
+        bool ok = false;
+        QString text = QInputDialog::getText(nullptr, QString::fromStdString(title),
+                                             QString::fromStdString(prompt), QLineEdit::Normal,
+                                             QString::fromStdString(defaultText), &ok);
+        if (!ok) return std::nullopt;
+        return text.toStdString();
+    }
+
+    void setCursor(Cursor cursor) override {
+        if (!widgetsRunning()) return;
+        while (QApplication::overrideCursor()) QApplication::restoreOverrideCursor();
+        if (cursor == Cursor::Busy) QApplication::setOverrideCursor(Qt::WaitCursor);
+        if (cursor == Cursor::BusyBackground) QApplication::setOverrideCursor(Qt::BusyCursor);
+    }
+
+private:
+    ConsolePrompts console_;
+};
+
+class QtClock : public Clock {
+public:
+    std::chrono::system_clock::time_point now() const override {
+        return std::chrono::system_clock::now();
+    }
+    int standardBiasMinutes() const override {
+        QTimeZone zone = QTimeZone::systemTimeZone();
+        return -zone.standardTimeOffset(QDateTime::currentDateTime()) / 60;
+    }
+};
+
+class QtFileTypes : public FileTypes {
+public:
+    std::string contentTypeForExtension(const std::string& extension) const override {
+        if (extension.empty()) return "";
+        QMimeDatabase db;
+        QMimeType type = db.mimeTypeForFile(QStringLiteral("x.") + QString::fromStdString(extension),
+                                            QMimeDatabase::MatchExtension);
+        if (!type.isValid() || type.isDefault()) return "";
+        return type.name().toStdString();
+    }
+};
+
+class QtShell : public Shell {
+public:
+    bool open(const std::string& target) override {
+        QString t = QString::fromStdString(target);
+        QUrl url = QFileInfo::exists(t) ? QUrl::fromLocalFile(t) : QUrl(t);
+        return QDesktopServices::openUrl(url);
+    }
+};
+
+// Sound and speech go through the desktop's own players when present.
+class QtSound : public Sound {
+public:
+    void play(const std::string& file) override {
+        for (const char* player : {"paplay", "aplay"}) {
+            QString exe = QStandardPaths::findExecutable(QString::fromLatin1(player));
+            if (!exe.isEmpty()) {
+                QProcess::startDetached(exe, {QString::fromStdString(file)});
+                return;
+            }
+        }
+    }
+};
+
+class QtSpeech : public Speech {
+public:
+    void speak(const std::string& text) override {
+        for (const char* voice : {"espeak-ng", "espeak", "spd-say"}) {
+            QString exe = QStandardPaths::findExecutable(QString::fromLatin1(voice));
+            if (!exe.isEmpty()) {
+                QProcess::startDetached(exe, {QString::fromStdString(text)});
+                return;
+            }
+        }
+    }
+};
+
+} // namespace
+
+struct QtPlatform::Impl {
+    QtEventLoop loop;
+    DialogPrompts prompts;
+    QtClock clock;
+    QtFileTypes types;
+    QtShell shell;
+    QtSound sound;
+    QtSpeech speech;
+};
+
+QtPlatform::QtPlatform() : impl_(std::make_unique<Impl>()) {}
+QtPlatform::~QtPlatform() = default;
+std::unique_ptr<Socket> QtPlatform::createSocket() { return std::make_unique<QtSocket>(); }
+std::unique_ptr<Timer> QtPlatform::createTimer() { return std::make_unique<QtTimer>(); }
+EventLoop& QtPlatform::eventLoop() { return impl_->loop; }
+Prompts& QtPlatform::prompts() { return promptsOverride_ ? *promptsOverride_ : impl_->prompts; }
+Clock& QtPlatform::clock() { return impl_->clock; }
+FileTypes& QtPlatform::fileTypes() { return impl_->types; }
+Shell& QtPlatform::shell() { return impl_->shell; }
+Sound& QtPlatform::sound() { return impl_->sound; }
+Speech& QtPlatform::speech() { return impl_->speech; }
+
+} // namespace corva::platform::qt

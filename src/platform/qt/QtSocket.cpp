@@ -1,0 +1,124 @@
+#include "platform/qt/QtSocket.h"
+
+#include <QHostAddress>
+#include <QHostInfo>
+#include <QNetworkInterface>
+#include <QPointer>
+
+namespace corva::platform::qt {
+
+int mapSocketError(QAbstractSocket::SocketError error) {
+    switch (error) {
+    case QAbstractSocket::HostNotFoundError: return SocketError::HostNotFound;
+    case QAbstractSocket::SocketTimeoutError: return SocketError::TimedOut;
+    case QAbstractSocket::NetworkError: return SocketError::NetworkUnreachable;
+    case QAbstractSocket::ConnectionRefusedError: return SocketError::ConnectionRefused;
+    case QAbstractSocket::RemoteHostClosedError: return SocketError::ConnectionReset;
+    case QAbstractSocket::AddressInUseError: return SocketError::AddressInUse;
+    case QAbstractSocket::SocketAccessError: return 10013;
+    case QAbstractSocket::SocketResourceError: return 10055;
+    case QAbstractSocket::UnsupportedSocketOperationError: return 10045;
+    case QAbstractSocket::TemporaryError: return 10035;
+    case QAbstractSocket::ProxyConnectionRefusedError:
+    case QAbstractSocket::ProxyConnectionClosedError:
+    case QAbstractSocket::ProxyConnectionTimeoutError:
+    case QAbstractSocket::ProxyNotFoundError: return SocketError::HostUnreachable;
+    default: return SocketError::ConnectionAborted;
+    }
+}
+
+QtSocket::QtSocket() {
+    QObject::connect(&socket_, &QTcpSocket::readyRead, this, &QtSocket::onReadyRead);
+    QObject::connect(&socket_, &QTcpSocket::errorOccurred, this, &QtSocket::onError);
+    QObject::connect(&socket_, &QTcpSocket::bytesWritten, this, &QtSocket::onBytesWritten);
+    QObject::connect(&socket_, &QTcpSocket::connected, this, [this] {
+        if (listener_) listener_->socketConnected();
+    });
+    QObject::connect(&socket_, &QTcpSocket::disconnected, this, [this] {
+        if (listener_) listener_->socketClosed();
+    });
+}
+
+QtSocket::~QtSocket() {
+    listener_ = nullptr;
+    socket_.abort();
+}
+
+void QtSocket::connect(const std::string& host, int port) {
+    failed_ = false;
+    host_ = host;
+    port_ = port;
+    if (socket_.state() != QAbstractSocket::UnconnectedState) socket_.abort();
+    if (localPortWanted_ > 0) socket_.bind(QHostAddress::Any, static_cast<quint16>(localPortWanted_));
+    socket_.connectToHost(QString::fromStdString(host), static_cast<quint16>(port));
+}
+
+void QtSocket::close() {
+    failed_ = false;
+    if (socket_.state() == QAbstractSocket::ConnectedState && socket_.bytesToWrite() > 0)
+        socket_.flush();
+    // Closing is immediate, as the logic expects: no late close event follows.
+    SocketListener* keep = listener_;
+    listener_ = nullptr;
+    socket_.abort();
+    listener_ = keep;
+}
+
+void QtSocket::sendData(const std::string& data) {
+    if (socket_.state() != QAbstractSocket::ConnectedState) {
+        if (listener_) listener_->socketError(SocketError::NotConnected, "Socket is not connected");
+        return;
+    }
+    sentSinceSend_ = 0;
+    socket_.write(data.data(), static_cast<qint64>(data.size()));
+}
+
+int QtSocket::state() const {
+    if (failed_) return SocketState::Error;
+    switch (socket_.state()) {
+    case QAbstractSocket::UnconnectedState: return SocketState::Closed;
+    case QAbstractSocket::HostLookupState: return 4;
+    case QAbstractSocket::ConnectingState: return SocketState::Connecting;
+    case QAbstractSocket::ConnectedState: return SocketState::Connected;
+    case QAbstractSocket::ClosingState: return SocketState::Closing;
+    default: return SocketState::Open;
+    }
+}
+
+int QtSocket::localPort() const { return socket_.localPort(); }
+
+std::string QtSocket::localHostName() const { return QHostInfo::localHostName().toStdString(); }
+
+std::string QtSocket::localIP() const {
+    if (socket_.state() == QAbstractSocket::ConnectedState)
+        return socket_.localAddress().toString().toStdString();
+    for (const QHostAddress& a : QNetworkInterface::allAddresses())
+        if (a.protocol() == QAbstractSocket::IPv4Protocol && !a.isLoopback())
+            return a.toString().toStdString();
+    return "127.0.0.1";
+}
+
+long long QtSocket::bytesToWrite() const { return socket_.bytesToWrite(); }
+
+void QtSocket::onReadyRead() {
+    QByteArray data = socket_.readAll();
+    if (data.isEmpty() || !listener_) return;
+    listener_->socketDataArrival(std::string(data.constData(), static_cast<size_t>(data.size())));
+}
+
+void QtSocket::onError(QAbstractSocket::SocketError error) {
+    // A close from the far side is reported by the disconnected signal alone.
+    if (error == QAbstractSocket::RemoteHostClosedError) return;
+    failed_ = true;
+    if (listener_) listener_->socketError(mapSocketError(error), socket_.errorString().toStdString());
+}
+
+void QtSocket::onBytesWritten(qint64 bytes) {
+    sentSinceSend_ += bytes;
+    long long remaining = socket_.bytesToWrite();
+    QPointer<QtSocket> alive(this);
+    if (listener_) listener_->socketSendProgress(sentSinceSend_, remaining);
+    if (alive && listener_ && remaining == 0) listener_->socketSendComplete();
+}
+
+} // namespace corva::platform::qt

@@ -1,0 +1,46 @@
+// A TCP socket on QTcpSocket. Qt's socket errors are mapped to the classic
+// numbers the logic reacts to; a close from the far side is a close event only.
+#pragma once
+
+#include "platform/Platform.h"
+
+#include <QObject>
+#include <QTcpSocket>
+
+namespace corva::platform::qt {
+
+int mapSocketError(QAbstractSocket::SocketError error);
+
+class QtSocket : public QObject, public Socket {
+    Q_OBJECT
+public:
+    QtSocket();
+    ~QtSocket() override;
+    void setListener(SocketListener* listener) override { listener_ = listener; }
+    void connect(const std::string& host, int port) override;
+    void close() override;
+    void sendData(const std::string& data) override;
+    int state() const override;
+    void setLocalPort(int port) override { localPortWanted_ = port; }
+    std::string remoteHost() const override { return host_; }
+    int remotePort() const override { return port_; }
+    int localPort() const override;
+    std::string localHostName() const override;
+    std::string localIP() const override;
+    long long bytesToWrite() const override;
+
+private:
+    void onReadyRead();
+    void onError(QAbstractSocket::SocketError error);
+    void onBytesWritten(qint64 bytes);
+
+    QTcpSocket socket_;
+    SocketListener* listener_ = nullptr;
+    std::string host_;
+    int port_ = 0;
+    int localPortWanted_ = 0;
+    bool failed_ = false;
+    long long sentSinceSend_ = 0;
+};
+
+} // namespace corva::platform::qt
