@@ -1,0 +1,103 @@
+// One-pass byte searches and replacements for the message code.
+#include "message/TextScan.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace corva::textscan {
+
+size_t findNoCase(std::string_view hay, std::string_view needle, size_t from) {
+    if (needle.empty()) return from <= hay.size() ? from : std::string_view::npos;
+    if (hay.size() < needle.size() || from > hay.size() - needle.size())
+        return std::string_view::npos;
+    const char first = lower(needle[0]);
+    const char firstUp = upper(needle[0]);
+    const size_t last = hay.size() - needle.size();
+    const char* base = hay.data();
+    size_t i = from;
+    while (i <= last) {
+        // Jump to the next byte that can start a match, in either case.
+        const void* a = std::memchr(base + i, first, last - i + 1);
+        const void* b = first == firstUp ? nullptr : std::memchr(base + i, firstUp, last - i + 1);
+        if (!a && !b) return std::string_view::npos;
+        const char* hit = static_cast<const char*>(a);
+        if (!hit || (b && static_cast<const char*>(b) < hit)) hit = static_cast<const char*>(b);
+        i = static_cast<size_t>(hit - base);
+        size_t k = 1;
+        while (k < needle.size() && lower(base[i + k]) == lower(needle[k])) ++k;
+        if (k == needle.size()) return i;
+        ++i;
+    }
+    return std::string_view::npos;
+}
+
+size_t rfindNoCase(std::string_view hay, std::string_view needle) {
+    if (needle.size() > hay.size()) return std::string_view::npos;
+    if (needle.empty()) return hay.size();
+    for (size_t i = hay.size() - needle.size() + 1; i-- > 0;) {
+        size_t k = 0;
+        while (k < needle.size() && lower(hay[i + k]) == lower(needle[k])) ++k;
+        if (k == needle.size()) return i;
+    }
+    return std::string_view::npos;
+}
+
+bool containsNoCase(std::string_view hay, std::string_view needle) {
+    return findNoCase(hay, needle) != std::string_view::npos;
+}
+
+template <bool NoCase>
+static std::string replaceImpl(std::string_view text, std::string_view what,
+                               std::string_view with) {
+    if (what.empty()) return std::string(text);
+    std::string out;
+    size_t pos = 0;
+    for (;;) {
+        size_t hit = NoCase ? findNoCase(text, what, pos) : text.find(what, pos);
+        if (hit == std::string_view::npos) break;
+        if (out.empty()) out.reserve(text.size());
+        out.append(text, pos, hit - pos);
+        out.append(with);
+        pos = hit + what.size();
+    }
+    if (pos == 0) return std::string(text);
+    out.append(text, pos);
+    return out;
+}
+
+std::string replaceAll(std::string_view text, std::string_view what, std::string_view with) {
+    return replaceImpl<false>(text, what, with);
+}
+
+std::string replaceAllNoCase(std::string_view text, std::string_view what, std::string_view with) {
+    return replaceImpl<true>(text, what, with);
+}
+
+void replaceInPlace(std::string& text, std::string_view what, std::string_view with) {
+    if (what.empty() || text.find(what) == std::string::npos) return;
+    text = replaceImpl<false>(text, what, with);
+}
+
+void replaceInPlaceNoCase(std::string& text, std::string_view what, std::string_view with) {
+    if (what.empty() || findNoCase(text, what) == std::string::npos) return;
+    text = replaceImpl<true>(text, what, with);
+}
+
+void removeByte(std::string& text, char c) {
+    text.erase(std::remove(text.begin(), text.end(), c), text.end());
+}
+
+std::string lowerCopy(std::string_view s) {
+    std::string out(s);
+    for (char& c : out) c = lower(c);
+    return out;
+}
+
+std::string_view trimView(std::string_view s) {
+    size_t a = 0, b = s.size();
+    while (a < b && s[a] == ' ') ++a;
+    while (b > a && s[b - 1] == ' ') --b;
+    return s.substr(a, b - a);
+}
+
+} // namespace corva::textscan
