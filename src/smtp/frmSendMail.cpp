@@ -1,0 +1,880 @@
+// The SMTP engine. Everything waits by spinning on a flag that a socket event
+// sets, with the event loop running, so callers must expect re-entry there.
+#include "smtp/frmSendMail.h"
+
+#include "core/AppInfo.h"
+#include "core/DateTime.h"
+#include "core/ErrorHandler.h"
+#include "core/FileSubs.h"
+#include "core/Strings.h"
+#include "core/mSHAREDDelay.h"
+#include "core/mSHAREDLogging.h"
+#include "core/mSHAREDSettings.h"
+
+#include <arpa/inet.h>
+#include <netdb.h>
+
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+
+namespace corva {
+
+namespace {
+
+constexpr const char* Module = "clsSendmail";
+constexpr const char* CRLF = "\r\n";
+constexpr int NotInitialisedError = 23000;
+
+const char* const Base64Alphabet =
+    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+
+// The uuencode table: entry i is the character of code 32 + i, entry 0 is "`".
+char uuChar(int i) {
+    return i == 0 ? '`' : static_cast<char>(32 + i);
+}
+
+std::string twoDigits(int n) {
+    char buffer[16];
+    std::snprintf(buffer, sizeof buffer, "%02d", n);
+    return buffer;
+}
+
+std::string fileNameOnly(const std::string& path) {
+    size_t cut = path.find_last_of("\\/");
+    return cut == std::string::npos ? path : path.substr(cut + 1);
+}
+
+} // namespace
+
+// Where composed text goes: the socket while sending, a buffer while spooling.
+class frmSendMail::Output {
+public:
+    Output(frmSendMail& engine, std::string* buffer) : engine_(engine), buffer_(buffer) {}
+    void put(const std::string& text) {
+        if (buffer_)
+            buffer_->append(text);
+        else
+            engine_.sendText(text);
+    }
+    void line(const std::string& text) { put(text + CRLF); }
+    bool spooling() const { return buffer_ != nullptr; }
+
+private:
+    frmSendMail& engine_;
+    std::string* buffer_;
+};
+
+frmSendMail::frmSendMail() : sckMail_(platform::current().createSocket()) {
+    sckMail_->setListener(this);
+}
+
+frmSendMail::~frmSendMail() {
+    guarded("Class_Terminate", Module, [&] {
+        sckMail_->setListener(nullptr);
+        if (sckMail_->state() > platform::SocketState::Closed) sckMail_->close();
+    });
+}
+
+void frmSendMail::Initialise(int account) {
+    guarded("Initialise", Module, [&] {
+        const std::string n = Str(account);
+        account_ = account;
+        host_ = sget("SMTP" + n, "").toText();
+        port_ = static_cast<int32_t>(sget("RemotePort", 25).toLong());
+        if (port_ == 25) port_ = static_cast<int32_t>(sget("SMTPPort" + n, 25).toLong());
+        connectTimeout_ = static_cast<int32_t>(sget("ConnectTimeout", 10).toLong());
+        connectRetry_ = static_cast<int32_t>(sget("ConnectRetry", 3).toLong());
+        messageTimeout_ = static_cast<int32_t>(sget("MessageTimeout", 60).toLong());
+        encodeType_ = static_cast<int32_t>(sget("EncodeType", 0).toLong());
+        useAuthentication_ = sget("UseAuthentication", false).toBool();
+        username_ = sget("Uname" + n, "").toText();
+        password_.clear();
+        persistentSettings_ = false;
+        from_ = sget("ReplyAddress" + n, "").toText();
+        fromDisplayName_ = sget("DisplayName" + n, "").toText();
+        recipients_.clear();
+        recipientNames_.clear();
+        ccRecipients_.clear();
+        ccNames_.clear();
+        bccRecipients_.clear();
+        attachments_.clear();
+        attachmentNames_.clear();
+        attachmentBytes_ = 0;
+        attachmentNameLengths_ = 0;
+        replyTo_.clear();
+        subject_.clear();
+        message_.clear();
+        eightBit_ = false;
+        asHTML_ = false;
+        contentBase_.clear();
+        // The number only: a message nobody gave a priority carries an empty text.
+        priority_ = 3;
+        priorityText_.clear();
+        receipt_ = false;
+        delimiter_ = ';';
+        timeZone_ = timeZoneText(platform::current().clock().standardBiasMinutes());
+        initialised_ = true;
+    });
+}
+
+// ---- Properties ----
+
+void frmSendMail::setSMTPPort(int32_t port) {
+    guarded("SMTPPort", Module, [&] {
+        if (port < 1 || port > 65535) {
+            adderror("Invalid Remote Port");
+            return;
+        }
+        port_ = port;
+        sset("RemotePort", static_cast<int>(port));
+        removeerror("Invalid Remote Port");
+    });
+}
+
+void frmSendMail::setConnectTimeout(int32_t seconds) {
+    if (seconds >= 1 && seconds <= 120) connectTimeout_ = seconds;
+    guarded("ConnectTimeout", Module, [&] { sset("ConnectTimeout", static_cast<int>(seconds)); });
+}
+
+void frmSendMail::setConnectRetry(int32_t count) {
+    if (count >= 1 && count <= 20) connectRetry_ = count;
+    guarded("ConnectRetry", Module, [&] { sset("ConnectRetry", static_cast<int>(count)); });
+}
+
+void frmSendMail::setMessageTimeout(int32_t seconds) {
+    messageTimeout_ = seconds < 0 ? -seconds : seconds;
+}
+
+void frmSendMail::setEncodeType(int32_t type) {
+    encodeType_ = type;
+    guarded("EncodeType", Module, [&] { sset("EncodeType", static_cast<int>(type)); });
+}
+
+void frmSendMail::setUseAuthentication(bool on) {
+    useAuthentication_ = on;
+    guarded("UseAuthentication", Module, [&] { sset("UseAuthentication", on); });
+}
+
+void frmSendMail::setPersistentSettings(bool on) {
+    persistentSettings_ = on;
+    guarded("PersistentSettings", Module, [&] { sset("DefaultsSet", on); });
+}
+
+void frmSendMail::setMessage(const std::string& text) {
+    message_ = FormatMail(text);
+    eightBit_ = false;
+    for (unsigned char c : message_)
+        if (c > 127) {
+            eightBit_ = true;
+            break;
+        }
+}
+
+void frmSendMail::setAttachment(const std::string& list) {
+    guarded("Attachment", Module, [&] {
+        static const std::string Missing = "The file you tried to attach does not exist";
+        removeerror(Missing);
+        attachments_.clear();
+        attachmentNames_.clear();
+        attachmentBytes_ = 0;
+        attachmentNameLengths_ = 0;
+        for (const std::string& entry : splitList(list)) {
+            std::string path = Trim(entry);
+            if (path.empty() || !FileExists(path)) {
+                adderror(Missing);
+                break;
+            }
+            std::string name = fileNameOnly(path);
+            attachments_.push_back(path);
+            attachmentNames_.push_back(name);
+            attachmentBytes_ += FileSize(path);
+            attachmentNameLengths_ += static_cast<long long>(name.size());
+        }
+    });
+}
+
+void frmSendMail::setContentBase(const std::string& base) {
+    if (base.empty()) {
+        contentBase_.clear();
+        return;
+    }
+    std::string b = Replace(base, "\\", "/");
+    if (InStr(b, "http://") == 0) b = "http://" + b;
+    if (!EndsWith(b, "/")) b += "/";
+    contentBase_ = b;
+}
+
+void frmSendMail::setPriority(int32_t priority) {
+    priority_ = priority;
+    if (priority == 1) priorityText_ = "High";
+    if (priority == 3) priorityText_ = "Normal";
+    if (priority == 5) priorityText_ = "Low";
+}
+
+void frmSendMail::setDelimiter(const std::string& delimiter) {
+    if (!delimiter.empty()) delimiter_ = delimiter[0];
+}
+
+std::vector<std::string> frmSendMail::splitList(const std::string& text) const {
+    if (text.empty()) return {};
+    return Split(text, std::string(1, delimiter_));
+}
+
+std::string frmSendMail::joinList(const std::vector<std::string>& list) const {
+    return Join(list, std::string(1, delimiter_));
+}
+
+// ---- Encoders ----
+
+std::string frmSendMail::encodebase64byte(const std::string& bytes) {
+    std::string out;
+    out.reserve(bytes.size() / 3 * 4 + bytes.size() / 57 * 2 + 8);
+    const auto* p = reinterpret_cast<const unsigned char*>(bytes.data());
+    size_t n = bytes.size();
+    int groups = 0;
+    for (size_t i = 0; i < n; i += 3) {
+        unsigned v = static_cast<unsigned>(p[i]) << 16;
+        if (i + 1 < n) v |= static_cast<unsigned>(p[i + 1]) << 8;
+        if (i + 2 < n) v |= p[i + 2];
+        out += Base64Alphabet[(v >> 18) & 63];
+        out += Base64Alphabet[(v >> 12) & 63];
+        out += i + 1 < n ? Base64Alphabet[(v >> 6) & 63] : '=';
+        out += i + 2 < n ? Base64Alphabet[v & 63] : '=';
+        if (++groups == 19) {
+            out += CRLF;
+            groups = 0;
+        }
+    }
+    if (!EndsWith(out, CRLF)) out += CRLF;
+    return out;
+}
+
+std::string frmSendMail::decodebase64string(const std::string& text) {
+    std::string out;
+    unsigned buffer = 0;
+    int bits = 0;
+    for (char c : text) {
+        if (c == '=') break;
+        const char* at = std::strchr(Base64Alphabet, c);
+        if (c == '\0' || at == nullptr) continue;
+        buffer = (buffer << 6) | static_cast<unsigned>(at - Base64Alphabet);
+        bits += 6;
+        if (bits >= 8) {
+            bits -= 8;
+            out += static_cast<char>((buffer >> bits) & 0xFF);
+        }
+    }
+    return out;
+}
+
+std::string frmSendMail::uuencodestring(const std::string& bytes) {
+    if (bytes.size() > 63) return "";
+    const auto* p = reinterpret_cast<const unsigned char*>(bytes.data());
+    size_t n = bytes.size();
+    std::string out(1, uuChar(static_cast<int>(n)));
+    for (size_t i = 0; i < n; i += 3) {
+        unsigned v = static_cast<unsigned>(p[i]) << 16;
+        if (i + 1 < n) v |= static_cast<unsigned>(p[i + 1]) << 8;
+        if (i + 2 < n) v |= p[i + 2];
+        size_t left = n - i;
+        out += uuChar((v >> 18) & 63);
+        out += uuChar((v >> 12) & 63);
+        // A short last group is marked the way this encoder always has.
+        if (left == 1) {
+            out += "==";
+            break;
+        }
+        out += uuChar((v >> 6) & 63);
+        if (left == 2) {
+            out += "=";
+            break;
+        }
+        out += uuChar(v & 63);
+    }
+    return out;
+}
+
+std::string frmSendMail::timeZoneText(int biasMinutes) {
+    int hours = -biasMinutes / 60; // truncates toward zero
+    int minutes = std::abs(biasMinutes % 60);
+    std::string text =
+        (hours < 0 ? "-" + twoDigits(-hours) : twoDigits(hours)) + twoDigits(minutes);
+    if (text[0] != '-') text = "+" + text;
+    return text;
+}
+
+// ---- Text preparation ----
+
+// One pass adds one dot to each line that starts with one; callers that run it
+// twice get two, which the upload relies on.
+std::string frmSendMail::FormatMail(const std::string& text) const {
+    return guardedValue("FormatMail", Module, text, [&] {
+        std::string lineEnd = InStr(text, CRLF) ? CRLF : InStr(text, "\r") ? "\r" : "";
+        std::vector<std::string> lines =
+            lineEnd.empty() ? std::vector<std::string>{text} : Split(text, lineEnd);
+        const std::string wrapEnd = lineEnd.empty() ? CRLF : lineEnd;
+        for (std::string& line : lines) {
+            if (StartsWith(line, ".")) line = "." + line;
+            if (line.size() <= 998) continue;
+            std::string wrapped;
+            std::string rest = line;
+            while (rest.size() >= 999) {
+                size_t cut = InStrRev(Left(rest, 998), " ");
+                if (cut == 0) cut = 998;
+                wrapped += rest.substr(0, cut) + wrapEnd;
+                rest = rest.substr(cut);
+                // A piece that now starts a line must not end the data early.
+                if (StartsWith(rest, ".")) rest = "." + rest;
+            }
+            line = wrapped + rest;
+        }
+        return Join(lines, lineEnd);
+    });
+}
+
+std::string frmSendMail::GetContentType(const std::string& FileName,
+                                        const std::string& ContentType) const {
+    return guardedValue("GetContentType", Module, ContentType, [&] {
+        size_t dot = InStrRev(FileName, ".");
+        if (dot == 0) return ContentType;
+        std::string found =
+            platform::current().fileTypes().contentTypeForExtension(Mid(FileName, dot + 1));
+        return found.empty() ? ContentType : found;
+    });
+}
+
+std::string frmSendMail::GetIPHost() const {
+    return guardedValue("GetIPHost", Module, std::string(), [&] {
+        std::string name = sckMail_->localHostName();
+        if (name.size() > 255) name.resize(255);
+        size_t nul = name.find('\0');
+        return nul == std::string::npos ? name : name.substr(0, nul);
+    });
+}
+
+std::string frmSendMail::GetIPAddress(const std::string& host) const {
+    return guardedValue("GetIPAddress", Module, std::string(), [&] {
+        std::string name = host.empty() ? GetIPHost() : host;
+        if (host.empty() || name == GetIPHost()) return sckMail_->localIP();
+        addrinfo hints{};
+        hints.ai_family = AF_INET;
+        addrinfo* found = nullptr;
+        if (getaddrinfo(name.c_str(), nullptr, &hints, &found) != 0 || found == nullptr)
+            return std::string();
+        char text[INET_ADDRSTRLEN] = {};
+        inet_ntop(AF_INET, &reinterpret_cast<sockaddr_in*>(found->ai_addr)->sin_addr, text,
+                  sizeof text);
+        freeaddrinfo(found);
+        return std::string(text);
+    });
+}
+
+long long frmSendMail::estimatemailsize() const {
+    auto len = [](const std::string& s) { return static_cast<long long>(s.size()); };
+    long long total = 93 + len(from_);
+    if (useAuthentication_) total += 25 + len(from_) + (len(username_) + len(password_)) * 4 / 3;
+    auto addresses = [&](const std::vector<std::string>& list,
+                         const std::vector<std::string>* names) {
+        for (size_t i = 0; i < list.size(); ++i) {
+            bool last = i + 1 == list.size();
+            if (names) {
+                total += 15 + 2 * len(list[i]) + (last ? 0 : 6);
+                if (i < names->size() && !(*names)[i].empty()) total += 11 + len((*names)[i]);
+            } else {
+                total += 15 + len(list[i]) + (last ? 0 : 6);
+            }
+        }
+    };
+    addresses(recipients_, &recipientNames_);
+    addresses(ccRecipients_, &ccNames_);
+    addresses(bccRecipients_, nullptr);
+    total += len(fromDisplayName_) + 3 + len(from_) + len(replyTo_) + len(subject_) + len(message_);
+    if (encodeType_ == 0) total += len(contentBase_) + len(fromDisplayName_) + len(from_);
+    long long count = static_cast<long long>(attachments_.size());
+    if (encodeType_ == 1)
+        total += attachmentBytes_ * 4 / 3 + (attachmentBytes_ / 45) * 3 + attachmentNameLengths_ +
+                 20 * count;
+    else
+        total += attachmentBytes_ * 4 / 3 + (attachmentBytes_ / 57) * 2 +
+                 2 * attachmentNameLengths_ + 182 * count;
+    return total;
+}
+
+// ---- Composition ----
+
+std::string frmSendMail::fromValue(bool spooling) const {
+    std::string name = fromDisplayName_;
+    if (spooling && name.empty()) name = from_;
+    if (name.empty()) return "<" + from_ + ">";
+    return "\"" + name + "\" <" + from_ + ">";
+}
+
+// Each further address sits on a folded line of its own.
+std::string frmSendMail::addressValue(const std::vector<std::string>& addresses,
+                                      const std::vector<std::string>& names, bool spooling) const {
+    std::string value;
+    for (size_t i = 0; i < addresses.size(); ++i) {
+        std::string name = i < names.size() ? names[i] : "";
+        if (spooling && name.empty()) name = addresses[i];
+        if (!name.empty()) value += "\"" + name + "\"";
+        if (!value.empty()) value += " ";
+        value += "<" + addresses[i] + ">";
+        if (i + 1 < addresses.size()) value += ", \r\n    ";
+    }
+    return value;
+}
+
+std::string frmSendMail::dateLine() const {
+    return "Date: " + DateTime::now().format("ddd, d mmm yyyy hh:nn:ss ") + timeZone_;
+}
+
+// Everything after the Date: line: headers, body, attachments.
+void frmSendMail::writeBody(Output& out, bool spooling) {
+    const bool multipart = encodeType_ == 0 && !attachments_.empty();
+    char serial[32];
+    std::snprintf(serial, sizeof serial, "%017.8f", DateTime::now().serial());
+    const std::string boundary = std::string("----_=_NextPart_000_") + serial;
+
+    out.line("From: " + fromValue(spooling));
+    out.line("To: " + addressValue(recipients_, recipientNames_, spooling));
+    std::string cc = addressValue(ccRecipients_, ccNames_, spooling);
+    if (!cc.empty()) out.line("Cc: " + cc);
+    if (spooling && !bccRecipients_.empty())
+        out.line("Bcc: " + addressValue(bccRecipients_, {}, false));
+    if (!replyTo_.empty()) out.line("Reply-to: <" + replyTo_ + ">");
+    out.line("Subject: " + subject_);
+    if (encodeType_ == 0) {
+        out.line("MIME-Version: 1.0");
+        out.line("X-Priority: " + Str(priority_));
+        out.line("X-MSMail-Priority: " + priorityText_);
+        out.line("X-Mailer: " + AppTitle() + " " + AppVersion());
+        if (receipt_) out.line("Disposition-Notification-To: " + fromValue(spooling));
+        if (multipart) {
+            out.line("Content-Type: multipart/mixed;");
+            out.line("\tboundary=\"" + boundary + "\"");
+            out.line("");
+            out.line("This is a multi-part message in MIME format.");
+            out.line("");
+            out.line("--" + boundary);
+        }
+        out.line(std::string("Content-Type: ") + (asHTML_ ? "text/html;" : "text/plain;"));
+        out.line("\tcharset=\"iso-8859-1\"");
+        out.line(std::string("Content-Transfer-Encoding: ") + (eightBit_ ? "8bit" : "7bit"));
+        if (asHTML_ && !contentBase_.empty()) out.line("Content-Base: \"" + contentBase_ + "\"");
+    }
+    out.line("");
+    out.put(message_ + CRLF + CRLF);
+
+    for (size_t i = 0; i < attachments_.size(); ++i) {
+        if (aborted_) return;
+        const std::string& name = attachmentNames_[i];
+        if (!spooling) raiseStatus("Sending attachment " + name + "...");
+        if (encodeType_ == 1) {
+            out.line("begin 600 " + name);
+            if (!encodeandsendfile(attachments_[i], 1, out)) return;
+            out.line("end");
+        } else {
+            std::string type = GetContentType(name, "application/octet-stream");
+            out.line("--" + boundary);
+            out.line("Content-Type: " + type + ";");
+            out.line("\tname=\"" + name + "\"");
+            out.line("Content-Transfer-Encoding: base64");
+            out.line("Content-Disposition: attachment;");
+            out.line("\tfilename=\"" + name + "\"");
+            out.line("");
+            if (!encodeandsendfile(attachments_[i], 0, out)) return;
+            out.line("");
+        }
+    }
+    if (multipart) out.line("--" + boundary + "--");
+}
+
+// Blocks of 200 base64 lines (or 50 uuencoded ones) with an event pass between
+// them, so a big attachment never freezes the windows.
+bool frmSendMail::encodeandsendfile(const std::string& path, int type, Output& out) {
+    std::ifstream file(path, std::ios::binary);
+    if (!file) throw RunError(Err::FileNotFound, "File not found: " + path);
+    if (type == 0) {
+        std::string block(11400, '\0');
+        for (;;) {
+            file.read(block.data(), static_cast<std::streamsize>(block.size()));
+            std::streamsize got = file.gcount();
+            if (got <= 0) break;
+            out.put(encodebase64byte(block.substr(0, static_cast<size_t>(got))));
+            DoEvents();
+            if (aborted_) return false;
+            if (got < static_cast<std::streamsize>(block.size())) break;
+        }
+        return true;
+    }
+    std::string chunk(45, '\0');
+    int lines = 0;
+    for (;;) {
+        file.read(chunk.data(), 45);
+        std::streamsize got = file.gcount();
+        if (got <= 0) break;
+        out.line(uuencodestring(chunk.substr(0, static_cast<size_t>(got))));
+        if (++lines % 50 == 0) {
+            DoEvents();
+            if (aborted_) return false;
+        }
+        if (got < 45) break;
+    }
+    return true;
+}
+
+// ---- Checks, errors and events ----
+
+bool frmSendMail::checkBeforeSending() {
+    if (asHTML_ && encodeType_ == 1) adderror("Sending HTML requires MIME encoding");
+    if (recipients_.empty()) adderror("No Recipient E-mail Address Specified");
+    // Upper bounds, as the limit has always been counted: -1 for an empty list.
+    long bounds = static_cast<long>(recipients_.size()) - 1 +
+                  static_cast<long>(ccRecipients_.size()) - 1 +
+                  static_cast<long>(bccRecipients_.size()) - 1;
+    if (bounds + 3 > 100) adderror("Too many recipients");
+    if (!errors_.empty()) {
+        sendfail();
+        return false;
+    }
+    return true;
+}
+
+void frmSendMail::adderror(const std::string& text) {
+    std::string clean = Replace(text, "\r", "");
+    errors_.push_back(clean);
+    LogAction(clean);
+}
+
+void frmSendMail::removeerror(const std::string& text) {
+    for (auto it = errors_.begin(); it != errors_.end(); ++it)
+        if (EqualsNoCase(*it, text)) {
+            errors_.erase(it);
+            return;
+        }
+}
+
+void frmSendMail::timeout() {
+    adderror("Timeout occurred: The SMTP Host did not respond to the request");
+    sendfail();
+}
+
+void frmSendMail::sendfail() {
+    std::string text = Join(errors_, CRLF);
+    errors_.clear();
+    guarded("sendfail", Module, [&] {
+        if (sckMail_->state() > platform::SocketState::Closed) disconnectfromhost();
+    });
+    aborted_ = true;
+    LogAction(text);
+    if (listener_) listener_->SendFailed(text);
+}
+
+void frmSendMail::raiseStatus(const std::string& text) {
+    if (listener_) listener_->Status(text);
+}
+
+void frmSendMail::raiseProgress(int percent) {
+    lastPercent_ = percent;
+    if (listener_) listener_->Progress(percent);
+}
+
+void frmSendMail::sendText(const std::string& text) {
+    socketProgress_ = 0; // the socket counts its progress from each send
+    sckMail_->sendData(text);
+}
+
+void frmSendMail::socketConnected() {
+    connected_ = true;
+}
+
+void frmSendMail::socketClosed() {
+    connected_ = false;
+}
+
+void frmSendMail::socketError(int number, const std::string& description) {
+    guarded("sckMail_Error", Module, [&] {
+        adderror(description.empty() ? "Socket error " + Str(number) : description);
+        sendfail();
+    });
+}
+
+void frmSendMail::socketSendProgress(long long bytesSent, long long bytesRemaining) {
+    (void)bytesRemaining;
+    // A slow transfer that is still moving must not run into the time-out.
+    deadline_ += 5;
+    long long delta = bytesSent >= socketProgress_ ? bytesSent - socketProgress_ : bytesSent;
+    socketProgress_ = bytesSent;
+    bytesSent_ += delta;
+    if (totalSize_ <= 0) return;
+    float share = static_cast<float>(bytesSent_) / static_cast<float>(totalSize_) * 100.0f;
+    int percent = static_cast<int>(share);
+    if (percent > 100) percent = 100;
+    if (percent != lastPercent_) raiseProgress(percent);
+}
+
+// Replies, one data event at a time. A reply is not tied to the command that
+// caused it: the flags only say that some reply of that kind has come.
+//
+//   code      action
+//   220       reply seen
+//   250       reply seen; "auth login" anywhere -> login offered,
+//             "auth=login" anywhere -> auth parameter
+//   221, 251  reply seen
+//   235       logged in
+//   334       answer the LOGIN challenge (or a "235" second line: logged in)
+//   354       data ready
+//   211, 214  nothing
+//   other     the reply text becomes an error and the transfer fails
+//
+// Dialogue, with the flag each step waits for:
+//   state         sends                        waits for      next
+//   Disconnected  connect                      connected      Connecting
+//   Connecting    EHLO (auth) / HELO <domain>  reply seen     Greeted
+//   Greeted       AUTH LOGIN (when offered)    logged in      Ready
+//   Ready         MAIL FROM: <from>            reply seen     InTransaction
+//   InTransaction RCPT TO: <addr>, each        reply seen     InTransaction
+//   InTransaction DATA                         data ready     InData
+//   InData        Date:, message, "."          reply seen     Ready (keep open) / Closed
+//   any           QUIT                         reply seen, 2s Closed
+void frmSendMail::socketDataArrival(const std::string& data) {
+    guarded("sckMail_DataArrival", Module, [&] {
+        int code = static_cast<int>(Val(Left(data, 3)));
+        std::string text = Trim(Mid(data, 4));
+        if (EndsWith(text, CRLF)) text.resize(text.size() - 2);
+        onReply(code, data, text);
+    });
+}
+
+void frmSendMail::onReply(int code, const std::string& whole, const std::string& text) {
+    switch (code) {
+    case 220:
+    case 221:
+    case 251:
+        replySeen_ = true;
+        break;
+    case 250:
+        replySeen_ = true;
+        if (InStrNoCase(whole, "auth login")) loginOffered_ = true;
+        if (InStrNoCase(whole, "auth=login")) authParameter_ = true;
+        break;
+    case 235:
+        loggedIn_ = true;
+        break;
+    case 334:
+        onAuthChallenge(text);
+        break;
+    case 354:
+        dataReady_ = true;
+        break;
+    case 211:
+    case 214:
+        break;
+    default:
+        adderror(text);
+        sendfail();
+        break;
+    }
+}
+
+// The encoder ends every text with CRLF, so each credential goes out followed
+// by an empty line. Servers have always been sent exactly that.
+void frmSendMail::onAuthChallenge(const std::string& text) {
+    std::vector<std::string> lines = Split(text, CRLF);
+    if (lines.size() > 1 && StartsWith(lines[1], "235")) {
+        loggedIn_ = true;
+        return;
+    }
+    std::string challenge = decodebase64string(lines[0]);
+    if (InStrNoCase(challenge, "username"))
+        sendText(encodebase64string(username_) + CRLF);
+    else if (InStrNoCase(challenge, "password"))
+        sendText(encodebase64string(password_) + CRLF);
+    else
+        sendText(std::string(CRLF) + "*" + CRLF);
+}
+
+// ---- Waiting ----
+
+bool frmSendMail::waituntiltrue(const bool& flag, int seconds, bool fatal) {
+    if (seconds < 1) return false;
+    deadline_ = SecondsOfDay() + static_cast<float>(seconds);
+    // Near midnight the deadline wraps and lies behind the clock: the wait then
+    // ends at its first look. It always has.
+    if (deadline_ >= 86400.0f) deadline_ -= 86400.0f;
+    for (;;) {
+        if (flag) return true;
+        if (SecondsOfDay() >= deadline_) break;
+        if (aborted_) return false;
+        float rest = deadline_ - SecondsOfDay();
+        WaitUntilTrue([&] { return flag || aborted_ || SecondsOfDay() >= deadline_; },
+                      rest < 1.0f ? 1.0f : rest);
+        if (aborted_ && !flag) return false;
+    }
+    if (fatal) timeout();
+    return false;
+}
+
+// ---- Connection ----
+
+bool frmSendMail::Connect() {
+    keepOpen_ = true;
+    return guardedValue("Connect", Module, false, [&] { return connecttohost(); });
+}
+
+void frmSendMail::Disconnect() {
+    keepOpen_ = false;
+    guarded("Disconnect", Module, [&] { disconnectfromhost(); });
+}
+
+bool frmSendMail::connecttohost() {
+    using namespace platform;
+    loginOffered_ = false;
+    aborted_ = false;
+    int state = sckMail_->state();
+    if (state == SocketState::Connected) return true;
+    if (state == SocketState::Closed) {
+        connected_ = false;
+        // A new connection has to log in again.
+        loggedIn_ = false;
+        authParameter_ = false;
+    }
+    raiseStatus("Connecting to Server...");
+    for (int attempt = 0; attempt < connectRetry_; ++attempt) {
+        state = sckMail_->state();
+        if (state == SocketState::Connected) {
+            connected_ = true;
+            break;
+        }
+        if (state == SocketState::Closed) sckMail_->connect(host_, port_);
+        if (waituntiltrue(connected_, connectTimeout_, false)) break;
+        if (aborted_) return false;
+        if (sckMail_->state() == SocketState::Error) sckMail_->close();
+    }
+    if (!connected_) {
+        timeout();
+        return false;
+    }
+    raiseStatus("Initialising Communications...");
+    replySeen_ = false;
+    sendText(std::string(useAuthentication_ ? "EHLO " : "HELO ") +
+             Mid(from_, InStr(from_, "@") + 1) + CRLF);
+    if (!waituntiltrue(replySeen_, connectTimeout_, true)) return false;
+    if (useAuthentication_) {
+        if (waituntiltrue(loginOffered_, 5, false)) {
+            raiseStatus("Sending Login Authentication...");
+            sendText(std::string("AUTH LOGIN") + CRLF);
+            if (!waituntiltrue(loggedIn_, 5, false)) {
+                // No error and the socket stays up: the caller hears of it by the result.
+                raiseStatus("Host Login Failed!");
+                return false;
+            }
+            raiseStatus("Host Login OK!");
+            if (aborted_) return false;
+        } else {
+            raiseStatus("Login Not Supported by Host, Continuing...");
+        }
+    }
+    return true;
+}
+
+void frmSendMail::disconnectfromhost() {
+    if (disconnecting_) return;
+    disconnecting_ = true;
+    guarded("disconnectfromhost", Module, [&] {
+        if (sckMail_->state() != platform::SocketState::Closed)
+            raiseStatus("Closing Connection...");
+        if (connected_ && sckMail_->state() == platform::SocketState::Connected) {
+            replySeen_ = false;
+            sendText(std::string("QUIT") + CRLF);
+            waituntiltrue(replySeen_, 2, false);
+        }
+        sckMail_->close();
+    });
+    disconnecting_ = false;
+}
+
+// ---- Sending ----
+
+bool frmSendMail::Send(bool AlreadyFormatted) {
+    return guardedValue("Send", Module, false, [&] {
+        if (!initialised_) throw RunError(NotInitialisedError, "Sendmail not initialised");
+        const int finalWait = attachments_.empty() ? messageTimeout_ : 600;
+        if (!checkBeforeSending()) return false;
+
+        totalSize_ = estimatemailsize();
+        lastPercent_ = -1;
+        aborted_ = false;
+        if (sckMail_->state() != platform::SocketState::Connected && !connecttohost()) return false;
+        bytesSent_ = 0;
+        replySeen_ = false;
+
+        std::string suffix = authParameter_ ? " AUTH=" + from_ : "";
+        raiseStatus("Sending 'From'...");
+        sendText("MAIL FROM: <" + from_ + ">" + suffix + CRLF);
+        if (!waituntiltrue(replySeen_, connectTimeout_, true)) return false;
+
+        raiseStatus("Sending 'To'...");
+        for (const auto* list : {&recipients_, &ccRecipients_, &bccRecipients_})
+            for (const std::string& address : *list) {
+                replySeen_ = false;
+                sendText("RCPT TO: <" + Trim(address) + ">" + CRLF);
+                if (!waituntiltrue(replySeen_, connectTimeout_, true) || aborted_) return false;
+            }
+
+        raiseStatus("Starting transmission...");
+        dataReady_ = false;
+        sendText(std::string("DATA") + CRLF);
+        // A pause for slow servers, cut short as soon as the go-ahead is in.
+        platform::current().eventLoop().runUntil([&] { return dataReady_ || aborted_; }, 1500);
+        DoEvents();
+        if (!waituntiltrue(dataReady_, connectTimeout_, true)) return false;
+
+        replySeen_ = false;
+        sendText(dateLine() + CRLF);
+        if (AlreadyFormatted) {
+            raiseStatus("Sending message");
+            sendText(message_ + CRLF + CRLF);
+        } else {
+            Output out(*this, nullptr);
+            writeBody(out, false);
+        }
+        if (aborted_) return false;
+
+        replySeen_ = false;
+        sendText(std::string(".") + CRLF);
+        if (!waituntiltrue(replySeen_, finalWait, true)) return false;
+
+        raiseProgress(100);
+        raiseStatus("Transmission Complete...");
+        if (listener_) listener_->SendSuccessful();
+        if (!keepOpen_) disconnectfromhost();
+        return true;
+    });
+}
+
+bool frmSendMail::SpoolToFile(const std::string& FileName) {
+    return guardedValue("SpoolToFile", Module, false, [&] {
+        if (!checkBeforeSending()) return false;
+        std::string text;
+        Output out(*this, &text);
+        writeBody(out, true);
+        // Written beside the target and renamed over it, so that an upload never
+        // meets half a message.
+        std::string partial = FileName + ".tmp";
+        if (!WriteTextFile(partial, text))
+            throw RunError(Err::PathFileAccess, "Cannot write " + partial);
+        std::error_code ec;
+        std::filesystem::rename(partial, FileName, ec);
+        if (ec) {
+            EraseFile(partial);
+            throw RunError(Err::PathFileAccess, "Cannot write " + FileName);
+        }
+        return true;
+    });
+}
+
+} // namespace corva
