@@ -26,7 +26,8 @@ std::optional<std::string> CommandArgs::option(const std::string& name) {
     for (size_t i = 0; i < words_.size(); ++i) {
         if (words_[i] == name && i + 1 < words_.size()) {
             std::string value = words_[i + 1];
-            words_.erase(words_.begin() + static_cast<long>(i), words_.begin() + static_cast<long>(i) + 2);
+            words_.erase(words_.begin() + static_cast<long>(i),
+                         words_.begin() + static_cast<long>(i) + 2);
             return value;
         }
         if (words_[i].rfind(name + "=", 0) == 0) {
@@ -62,7 +63,11 @@ const std::vector<Command>& Commands() {
     return commands;
 }
 
-const std::string& HomeOption() { return home(); }
-void SetHomeOption(const std::string& h) { home() = h; }
+const std::string& HomeOption() {
+    return home();
+}
+void SetHomeOption(const std::string& h) {
+    home() = h;
+}
 
 } // namespace corva::app

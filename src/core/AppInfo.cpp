@@ -42,7 +42,9 @@ const std::string& SupportAddress() {
     return address;
 }
 
-const std::string& AppPath() { return appPath(); }
+const std::string& AppPath() {
+    return appPath();
+}
 
 void SetAppPath(const std::string& folder) {
     std::string f = folder;

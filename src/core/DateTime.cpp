@@ -3,11 +3,11 @@
 #include "core/Strings.h"
 #include "platform/Platform.h"
 
+#include <cctype>
 #include <cmath>
 #include <cstdio>
-#include <ctime>
-#include <cctype>
 #include <cstdlib>
+#include <ctime>
 #include <vector>
 
 namespace corva {
@@ -43,7 +43,8 @@ const char* kMonths[] = {"January", "February", "March",     "April",   "May",  
                          "July",    "August",   "September", "October", "November", "December"};
 const char* kMonthsShort[] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
                               "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
-const char* kDays[] = {"Sunday", "Monday", "Tuesday", "Wednesday", "Thursday", "Friday", "Saturday"};
+const char* kDays[] = {"Sunday",   "Monday", "Tuesday", "Wednesday",
+                       "Thursday", "Friday", "Saturday"};
 const char* kDaysShort[] = {"Sun", "Mon", "Tue", "Wed", "Thu", "Fri", "Sat"};
 
 struct Parts {
@@ -74,9 +75,15 @@ std::string two(int n) {
 
 } // namespace
 
-const char* MonthName(int month) { return month >= 1 && month <= 12 ? kMonths[month - 1] : ""; }
-const char* MonthShortName(int month) { return month >= 1 && month <= 12 ? kMonthsShort[month - 1] : ""; }
-const char* DayShortName(int weekday) { return weekday >= 1 && weekday <= 7 ? kDaysShort[weekday - 1] : ""; }
+const char* MonthName(int month) {
+    return month >= 1 && month <= 12 ? kMonths[month - 1] : "";
+}
+const char* MonthShortName(int month) {
+    return month >= 1 && month <= 12 ? kMonthsShort[month - 1] : "";
+}
+const char* DayShortName(int weekday) {
+    return weekday >= 1 && weekday <= 7 ? kDaysShort[weekday - 1] : "";
+}
 
 DateTime DateTime::fromParts(int year, int month, int day, int hour, int minute, int second) {
     // Months and days out of range roll over, as date arithmetic expects.
@@ -107,15 +114,31 @@ DateTime DateTime::fromTimePoint(std::chrono::system_clock::time_point tp) {
     return DateTime(base.serial_ + static_cast<double>(ms - secs * 1000) / 86400000.0);
 }
 
-DateTime DateTime::now() { return fromTimePoint(platform::current().clock().now()); }
-DateTime DateTime::today() { return now().dateOnly(); }
+DateTime DateTime::now() {
+    return fromTimePoint(platform::current().clock().now());
+}
+DateTime DateTime::today() {
+    return now().dateOnly();
+}
 
-int DateTime::year() const { return split(serial_).y; }
-int DateTime::month() const { return split(serial_).mo; }
-int DateTime::day() const { return split(serial_).d; }
-int DateTime::hour() const { return split(serial_).h; }
-int DateTime::minute() const { return split(serial_).mi; }
-int DateTime::second() const { return split(serial_).s; }
+int DateTime::year() const {
+    return split(serial_).y;
+}
+int DateTime::month() const {
+    return split(serial_).mo;
+}
+int DateTime::day() const {
+    return split(serial_).d;
+}
+int DateTime::hour() const {
+    return split(serial_).h;
+}
+int DateTime::minute() const {
+    return split(serial_).mi;
+}
+int DateTime::second() const {
+    return split(serial_).s;
+}
 int DateTime::weekday() const {
     long long days = static_cast<long long>(std::floor(serial_));
     // 1899-12-30 was a Saturday.
@@ -123,7 +146,9 @@ int DateTime::weekday() const {
     if (w < 0) w += 7;
     return static_cast<int>(w) + 1;
 }
-DateTime DateTime::dateOnly() const { return DateTime(std::floor(serial_)); }
+DateTime DateTime::dateOnly() const {
+    return DateTime(std::floor(serial_));
+}
 
 long long DateTime::toTimeT() const {
     Parts p = split(serial_);
@@ -145,7 +170,8 @@ std::string DateTime::format(const std::string& pattern) const {
     size_t i = 0;
     auto take = [&](const char* token) {
         size_t n = std::char_traits<char>::length(token);
-        if (i + n <= pattern.size() && EqualsNoCase(std::string_view(pattern).substr(i, n), token)) {
+        if (i + n <= pattern.size() &&
+            EqualsNoCase(std::string_view(pattern).substr(i, n), token)) {
             i += n;
             return true;
         }
@@ -232,14 +258,17 @@ std::vector<std::string> words(const std::string& text) {
             if (c == '+' || c == '-') out.push_back(std::string(1, c));
             continue;
         }
-        if (!cur.empty() && (std::isdigit(static_cast<unsigned char>(cur.back())) != 0) != digit) flush();
+        if (!cur.empty() && (std::isdigit(static_cast<unsigned char>(cur.back())) != 0) != digit)
+            flush();
         cur += c;
     }
     flush();
     return out;
 }
 
-bool isNumber(const std::string& w) { return !w.empty() && std::isdigit(static_cast<unsigned char>(w[0])); }
+bool isNumber(const std::string& w) {
+    return !w.empty() && std::isdigit(static_cast<unsigned char>(w[0]));
+}
 
 } // namespace
 
@@ -249,7 +278,8 @@ std::optional<DateTime> ParseDate(const std::string& text) {
     std::vector<int> numbers;
     bool timeSeen = false;
     for (size_t i = 0; i < w.size(); ++i) {
-        if (isNumber(w[i]) && i + 2 < w.size() && w[i + 1] == ":" && isNumber(w[i + 2]) && !timeSeen) {
+        if (isNumber(w[i]) && i + 2 < w.size() && w[i + 1] == ":" && isNumber(w[i + 2]) &&
+            !timeSeen) {
             timeSeen = true;
             hour = std::atoi(w[i].c_str());
             minute = std::atoi(w[i + 2].c_str());

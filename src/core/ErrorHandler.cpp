@@ -8,21 +8,36 @@ namespace corva {
 
 std::string errorDescription(int number) {
     switch (number) {
-    case 5: return "Invalid procedure call or argument";
-    case 6: return "Overflow";
-    case 7: return "Out of memory";
-    case 9: return "Subscript out of range";
-    case 11: return "Division by zero";
-    case 13: return "Type mismatch";
-    case 52: return "Bad file name or number";
-    case 53: return "File not found";
-    case 57: return "Device I/O error";
-    case 58: return "File already exists";
-    case 61: return "Disk full";
-    case 70: return "Permission denied";
-    case 75: return "Path/File access error";
-    case 76: return "Path not found";
-    default: return "Application-defined or object-defined error";
+    case 5:
+        return "Invalid procedure call or argument";
+    case 6:
+        return "Overflow";
+    case 7:
+        return "Out of memory";
+    case 9:
+        return "Subscript out of range";
+    case 11:
+        return "Division by zero";
+    case 13:
+        return "Type mismatch";
+    case 52:
+        return "Bad file name or number";
+    case 53:
+        return "File not found";
+    case 57:
+        return "Device I/O error";
+    case 58:
+        return "File already exists";
+    case 61:
+        return "Disk full";
+    case 70:
+        return "Permission denied";
+    case 75:
+        return "Path/File access error";
+    case 76:
+        return "Path not found";
+    default:
+        return "Application-defined or object-defined error";
     }
 }
 
@@ -37,8 +52,12 @@ int errorNumber(const std::exception& e) {
 
 void HandleError(const std::exception& e, const std::string& procedure, const std::string& module) {
     try {
-        RecordAction(std::string(e.what()) + "(" + std::to_string(errorNumber(e)) + ")", procedure,
-                     module);
+        int number = errorNumber(e);
+        // Library exceptions carry library words; the ring speaks the program's own.
+        std::string description = dynamic_cast<const RunError*>(&e) ? std::string(e.what())
+                                  : number == Err::OutOfMemory      ? errorDescription(number)
+                                                                    : std::string(e.what());
+        RecordAction(description + "(" + std::to_string(number) + ")", procedure, module);
     } catch (...) {
         // The handler itself must never stop the program.
     }

@@ -13,7 +13,9 @@ std::function<void(const std::string&)>& handler() {
 }
 } // namespace
 
-void SetErrorReportHandler(std::function<void(const std::string&)> h) { handler() = std::move(h); }
+void SetErrorReportHandler(std::function<void(const std::string&)> h) {
+    handler() = std::move(h);
+}
 
 void showerr(const std::string& text) {
     try {

@@ -24,7 +24,9 @@ namespace {
 
 const char* kModule = "FileSubs";
 
-bool statPath(const std::string& path, struct stat& st) { return ::stat(path.c_str(), &st) == 0; }
+bool statPath(const std::string& path, struct stat& st) {
+    return ::stat(path.c_str(), &st) == 0;
+}
 
 bool entryExists(const std::string& path) {
     struct stat st;
@@ -48,7 +50,9 @@ std::string findNoCase(const std::string& folder, const std::string& name) {
 
 } // namespace
 
-std::string ToSlashes(std::string_view path) { return Replace(path, "\\", "/"); }
+std::string ToSlashes(std::string_view path) {
+    return Replace(path, "\\", "/");
+}
 
 std::string ResolvePath(const std::string& rawPath) {
     std::string path = ToSlashes(rawPath);
@@ -124,8 +128,12 @@ std::string filewithoutext(const std::string& name) {
     return name.substr(0, dot);
 }
 
-std::string fileroot(const std::string& name) { return filewithoutext(fileonly(name)); }
-std::string fileexpath(const std::string& name) { return fileonly(name); }
+std::string fileroot(const std::string& name) {
+    return filewithoutext(fileonly(name));
+}
+std::string fileexpath(const std::string& name) {
+    return fileonly(name);
+}
 
 std::string addslash(const std::string& path) {
     if (path.empty() || path.back() == '/' || path.back() == '\\') return path;
@@ -135,9 +143,21 @@ std::string addslash(const std::string& path) {
 void cleanstring(std::string& text) {
     for (char& c : text) {
         switch (c) {
-        case '\\': case '/': case ':': case '*': case '?': case '<': case '>':
-        case '|': case '&': case ',': case '%': c = ' '; break;
-        default: break;
+        case '\\':
+        case '/':
+        case ':':
+        case '*':
+        case '?':
+        case '<':
+        case '>':
+        case '|':
+        case '&':
+        case ',':
+        case '%':
+            c = ' ';
+            break;
+        default:
+            break;
         }
     }
     // Device names are tested before the trim, so " CON" stays as it is.
@@ -147,8 +167,8 @@ void cleanstring(std::string& text) {
     text = Trim(text);
 }
 
-std::string getunusedfilename(bool lowerCase, const std::string& rawFolder, const std::string& rawBase,
-                              const std::string& rawExtension) {
+std::string getunusedfilename(bool lowerCase, const std::string& rawFolder,
+                              const std::string& rawBase, const std::string& rawExtension) {
     return guardedValue("getunusedfilename", kModule, std::string(), [&] {
         std::string extension = rawExtension;
         if (!extension.empty() && extension[0] != '.') extension = "." + extension;
@@ -166,7 +186,8 @@ std::string getunusedfilename(bool lowerCase, const std::string& rawFolder, cons
         for (;;) {
             name = LCase(base + number + extension);
             // Our own files are all lower or all upper case: both are taken.
-            if (!entryExists(resolvedFolder + name) && !entryExists(resolvedFolder + UCase(name))) break;
+            if (!entryExists(resolvedFolder + name) && !entryExists(resolvedFolder + UCase(name)))
+                break;
             number = number.empty() ? "1" : std::to_string(std::stoll(number) + 1);
         }
         // The read state lives in the case of the file's own name, never in its folders.
@@ -184,7 +205,8 @@ bool copyfile(const std::string& rawSource, const std::string& rawDestination,
             return false;
         }
         if (FileExists(destination) && isReadOnly(destination) && !MakeReadWrite(destination)) {
-            LogAction(destination + " is read only, can't change it to read write, can't update it");
+            LogAction(destination +
+                      " is read only, can't change it to read write, can't update it");
             return false;
         }
         EraseFile(destination);
@@ -362,8 +384,9 @@ long long CountLines(const std::string& path) {
     return lines;
 }
 
-void FillFiles(const std::string& rawFolder, const std::string& types, std::vector<std::string>& files,
-               bool onlyNewer, bool onlyOlder, const DateTime& date, std::vector<FileRecord>* details) {
+void FillFiles(const std::string& rawFolder, const std::string& types,
+               std::vector<std::string>& files, bool onlyNewer, bool onlyOlder,
+               const DateTime& date, std::vector<FileRecord>* details) {
     guarded("FillFiles", kModule, [&] {
         std::string folder = addslash(ResolvePath(ToSlashes(rawFolder)));
         DIR* dir = ::opendir(folder.c_str());
@@ -416,7 +439,8 @@ void fillfoldersrecursed(const std::string& folder, std::vector<std::string>& fo
     }
 }
 
-void fillfilesrecursed(const std::string& folder, const std::string& types, std::vector<std::string>& files) {
+void fillfilesrecursed(const std::string& folder, const std::string& types,
+                       std::vector<std::string>& files) {
     std::vector<std::string> names;
     std::string base = addslash(ToSlashes(folder));
     FillFiles(base, types, names);

@@ -8,8 +8,12 @@
 
 namespace corva {
 
-char LowerChar(char c) { return (c >= 'A' && c <= 'Z') ? static_cast<char>(c + 32) : c; }
-char UpperChar(char c) { return (c >= 'a' && c <= 'z') ? static_cast<char>(c - 32) : c; }
+char LowerChar(char c) {
+    return (c >= 'A' && c <= 'Z') ? static_cast<char>(c + 32) : c;
+}
+char UpperChar(char c) {
+    return (c >= 'a' && c <= 'z') ? static_cast<char>(c - 32) : c;
+}
 
 size_t InStr(std::string_view hay, std::string_view needle, size_t start) {
     if (start < 1) start = 1;
@@ -46,7 +50,9 @@ std::string Mid(std::string_view s, size_t start, size_t length) {
     return std::string(s.substr(start - 1, length));
 }
 
-std::string Left(std::string_view s, size_t n) { return std::string(s.substr(0, n)); }
+std::string Left(std::string_view s, size_t n) {
+    return std::string(s.substr(0, n));
+}
 
 std::string Right(std::string_view s, size_t n) {
     return n >= s.size() ? std::string(s) : std::string(s.substr(s.size() - n));
@@ -188,6 +194,8 @@ double Val(std::string_view s) {
     return std::isfinite(v) ? v : 0;
 }
 
-std::string Str(long long n) { return std::to_string(n); }
+std::string Str(long long n) {
+    return std::to_string(n);
+}
 
 } // namespace corva

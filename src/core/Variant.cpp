@@ -26,10 +26,14 @@ std::string numberText(double n) {
 
 std::string Variant::toText() const {
     switch (kind_) {
-    case Kind::Empty: return "";
-    case Kind::Bool: return number_ != 0 ? "True" : "False";
-    case Kind::Number: return numberText(number_);
-    case Kind::Text: return text_;
+    case Kind::Empty:
+        return "";
+    case Kind::Bool:
+        return number_ != 0 ? "True" : "False";
+    case Kind::Number:
+        return numberText(number_);
+    case Kind::Text:
+        return text_;
     }
     return "";
 }
@@ -41,9 +45,11 @@ std::string Variant::printForm() const {
 
 bool Variant::toBool() const {
     switch (kind_) {
-    case Kind::Empty: return false;
+    case Kind::Empty:
+        return false;
     case Kind::Bool:
-    case Kind::Number: return number_ != 0;
+    case Kind::Number:
+        return number_ != 0;
     case Kind::Text: {
         std::string t = UCase(Trim(text_));
         if (t == "TRUE") return true;
@@ -56,9 +62,11 @@ bool Variant::toBool() const {
 
 double Variant::toNumber() const {
     switch (kind_) {
-    case Kind::Empty: return 0;
+    case Kind::Empty:
+        return 0;
     case Kind::Bool:
-    case Kind::Number: return number_;
+    case Kind::Number:
+        return number_;
     case Kind::Text: {
         std::string t = UCase(Trim(text_));
         if (t == "TRUE") return -1;

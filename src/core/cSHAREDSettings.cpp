@@ -18,7 +18,9 @@ namespace corva {
 
 namespace {
 
-std::string noCommas(std::string_view key) { return Replace(key, ",", ""); }
+std::string noCommas(std::string_view key) {
+    return Replace(key, ",", "");
+}
 
 // "TRUE"/"FALSE" in any case and with blanks read back as truth values.
 Variant readValue(const Variant& stored) {
@@ -32,19 +34,26 @@ Variant readValue(const Variant& stored) {
 int errnoToRunError(int e) {
     switch (e) {
     case ENOSPC:
-    case EDQUOT: return Err::DiskFull;
+    case EDQUOT:
+        return Err::DiskFull;
     case EACCES:
     case EPERM:
     case EROFS:
-    case EISDIR: return Err::PathFileAccess;
+    case EISDIR:
+        return Err::PathFileAccess;
     case ENOENT:
-    case ENOTDIR: return Err::PathNotFound;
-    case ENAMETOOLONG: return Err::BadFileName;
-    default: return Err::DeviceIO;
+    case ENOTDIR:
+        return Err::PathNotFound;
+    case ENAMETOOLONG:
+        return Err::BadFileName;
+    default:
+        return Err::DeviceIO;
     }
 }
 
-std::string setKey(const std::string& setName, int n) { return setName + "_" + std::to_string(n); }
+std::string setKey(const std::string& setName, int n) {
+    return setName + "_" + std::to_string(n);
+}
 
 } // namespace
 
@@ -58,7 +67,9 @@ int cSHAREDSettings::SettingPresent(const std::string& rawKey, int& position) co
     const int count = SettingsCount();
     position = 0;
     if (count == 0) return -1;
-    auto keyAt = [&](int i) -> const std::string& { return items_[static_cast<size_t>(i - 1)].KeyName; };
+    auto keyAt = [&](int i) -> const std::string& {
+        return items_[static_cast<size_t>(i - 1)].KeyName;
+    };
     if (keyAt(1) == key) {
         position = 2;
         return 1;
@@ -156,8 +167,9 @@ void cSHAREDSettings::LoadSettings(const std::string& path) {
                 std::to_string(lineNumber) + " of " + std::to_string(lines.size()));
     }
     // The file is normally in order already; this settles hand edits.
-    std::stable_sort(items_.begin(), items_.end(),
-                     [](const cSHAREDSetting& a, const cSHAREDSetting& b) { return a.KeyName < b.KeyName; });
+    std::stable_sort(
+        items_.begin(), items_.end(),
+        [](const cSHAREDSetting& a, const cSHAREDSetting& b) { return a.KeyName < b.KeyName; });
 }
 
 bool cSHAREDSettings::writeFile(const std::string& path, int& errorNumber) {
@@ -171,7 +183,8 @@ bool cSHAREDSettings::writeFile(const std::string& path, int& errorNumber) {
         previous = key;
         text += key + "," + item.KeyValue.printForm() + "\r\n";
     }
-    int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, ownerOnly_ ? 0600 : 0644);
+    int fd =
+        ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, ownerOnly_ ? 0600 : 0644);
     if (fd < 0) {
         errorNumber = errnoToRunError(errno);
         return false;
@@ -225,7 +238,8 @@ bool cSHAREDSettings::SaveSettings(const std::string& rawPath) {
             if (answer == platform::Answer::Retry) continue;
             return false;
         }
-        showerr("Error " + std::to_string(error) + " - " + errorDescription(error) + " in SaveSettings");
+        showerr("Error " + std::to_string(error) + " - " + errorDescription(error) +
+                " in SaveSettings");
         return false;
     }
 }

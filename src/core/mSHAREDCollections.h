@@ -7,6 +7,8 @@
 namespace corva {
 
 void sortsimplecollection(std::vector<std::string>& collection);
-template <class C> void emptycollection(C& collection) { collection.clear(); }
+template <class C> void emptycollection(C& collection) {
+    collection.clear();
+}
 
 } // namespace corva

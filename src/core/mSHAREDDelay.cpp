@@ -7,7 +7,9 @@
 
 namespace corva {
 
-void DoEvents() { platform::current().eventLoop().yield(); }
+void DoEvents() {
+    platform::current().eventLoop().yield();
+}
 
 void WaitSeconds(float seconds) {
     auto& loop = platform::current().eventLoop();

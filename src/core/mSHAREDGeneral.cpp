@@ -16,12 +16,15 @@ void eatcrapfromend(std::string& text) {
 
 void eatcrapfromStart(std::string& text) {
     size_t b = 0;
-    while (b < text.size() && (text[b] == '\r' || text[b] == '\n' || text[b] == ' ' || text[b] == '-')) ++b;
+    while (b < text.size() &&
+           (text[b] == '\r' || text[b] == '\n' || text[b] == ' ' || text[b] == '-'))
+        ++b;
     text.erase(0, b);
 }
 
 void RemoveCRLFFromEnd(std::string& text) {
-    while (text.size() >= 2 && text[text.size() - 2] == '\r' && text.back() == '\n') text.resize(text.size() - 2);
+    while (text.size() >= 2 && text[text.size() - 2] == '\r' && text.back() == '\n')
+        text.resize(text.size() - 2);
 }
 
 void removenonalphanumeric(std::string& text) {
@@ -42,7 +45,9 @@ std::string getquoted(std::string_view text) {
     return std::string(text.substr(a + 1, b - a - 1));
 }
 
-bool containsnocase(std::string_view text, std::string_view find) { return InStrNoCase(text, find) > 0; }
+bool containsnocase(std::string_view text, std::string_view find) {
+    return InStrNoCase(text, find) > 0;
+}
 
 bool isequal(std::string_view a, std::string_view b, bool ignoreCase) {
     std::string ta = Trim(a), tb = Trim(b);

@@ -66,10 +66,14 @@ void setuplocale() {
     size_t d = InStr(sample, "25");
     std::string order;
     if (y && m && d) {
-        if (m < d && d < y) order = "MM/DD/YYYY";
-        else if (d < m && m < y) order = "DD/MM/YYYY";
-        else if (y < d && d < m) order = "YYYY/DD/MM";
-        else order = "YYYY/MM/DD";
+        if (m < d && d < y)
+            order = "MM/DD/YYYY";
+        else if (d < m && m < y)
+            order = "DD/MM/YYYY";
+        else if (y < d && d < m)
+            order = "YYYY/DD/MM";
+        else
+            order = "YYYY/MM/DD";
     } else {
         order = "MM/DD/YYYY";
     }
@@ -99,8 +103,14 @@ std::string flocalfulldateformat() {
     checkinitialised();
     return formats().fullFormat;
 }
-std::string formatdate(const DateTime& date) { return date.format(toPattern(flocalfulldateformat())); }
-std::string shortformatdate(const DateTime& date) { return date.format(toPattern(flocaldateformatstring())); }
-std::string DatePlusTime(const DateTime& date) { return formatdate(date) + date.format(" hh:nn"); }
+std::string formatdate(const DateTime& date) {
+    return date.format(toPattern(flocalfulldateformat()));
+}
+std::string shortformatdate(const DateTime& date) {
+    return date.format(toPattern(flocaldateformatstring()));
+}
+std::string DatePlusTime(const DateTime& date) {
+    return formatdate(date) + date.format(" hh:nn");
+}
 
 } // namespace corva

@@ -17,7 +17,9 @@ std::array<std::string, LastActionsSize + 1> g_actions;     // 1-based
 std::array<std::string, LastActionsSize + 1> g_actionTimes; // 1-based
 int16_t g_lastActionCount = 0;
 
-std::string clockTime() { return DateTime::now().format("hh:nn:ss"); }
+std::string clockTime() {
+    return DateTime::now().format("hh:nn:ss");
+}
 
 bool appendRaw(const std::string& path, const std::string& bytes, bool truncate) {
     FILE* f = std::fopen(path.c_str(), truncate ? "wb" : "ab");
@@ -52,7 +54,9 @@ const std::string& SetLogFileName() {
     return g_logFile;
 }
 
-void SetLogFileOverride(const std::string& path) { g_logOverride = path; }
+void SetLogFileOverride(const std::string& path) {
+    g_logOverride = path;
+}
 
 void LogToFile(const std::string& path, const std::string& text, bool fresh) {
     try {
@@ -63,7 +67,8 @@ void LogToFile(const std::string& path, const std::string& text, bool fresh) {
         }
         if (fresh) {
             std::string block;
-            block += LogLine("Log file created " + DateTime::now().format("yyyy-mm-dd hh:nn:ss")) + "\r\n";
+            block += LogLine("Log file created " + DateTime::now().format("yyyy-mm-dd hh:nn:ss")) +
+                     "\r\n";
             block += LogLine("Operating System: " + fosname()) + "\r\n";
             block += LogLine("App: " + AppTitle()) + "\r\n";
             block += LogLine("Version: " + AppVersion()) + "\r\n";
@@ -77,9 +82,12 @@ void LogToFile(const std::string& path, const std::string& text, bool fresh) {
     }
 }
 
-void LogAction(const std::string& text, bool fresh) { LogToFile(SetLogFileName(), text, fresh); }
+void LogAction(const std::string& text, bool fresh) {
+    LogToFile(SetLogFileName(), text, fresh);
+}
 
-void RecordAction(const std::string& text, const std::string& procedure, const std::string& module) {
+void RecordAction(const std::string& text, const std::string& procedure,
+                  const std::string& module) {
     try {
         int16_t next = static_cast<int16_t>(g_lastActionCount + 1);
         if (next > LastActionsSize) {

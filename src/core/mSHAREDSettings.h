@@ -5,7 +5,7 @@
 
 namespace corva {
 
-cSHAREDSettings& Settings();  // Corva.ini
+cSHAREDSettings& Settings();   // Corva.ini
 cSHAREDSettings& PathsStore(); // Paths.ini
 
 void LoadSettings(const std::string& path);

@@ -40,8 +40,14 @@ void websitevisit(const std::string& address) {
                                                  platform::Icon::Exclamation, "Open URL Error");
 }
 
-void busymouse() { platform::current().prompts().setCursor(platform::Cursor::Busy); }
-void busybgmouse() { platform::current().prompts().setCursor(platform::Cursor::BusyBackground); }
-void normalmouse() { platform::current().prompts().setCursor(platform::Cursor::Normal); }
+void busymouse() {
+    platform::current().prompts().setCursor(platform::Cursor::Busy);
+}
+void busybgmouse() {
+    platform::current().prompts().setCursor(platform::Cursor::BusyBackground);
+}
+void normalmouse() {
+    platform::current().prompts().setCursor(platform::Cursor::Normal);
+}
 
 } // namespace corva

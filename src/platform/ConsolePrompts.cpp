@@ -37,7 +37,9 @@ char firstLower(const std::string& s) {
 
 ConsolePrompts::ConsolePrompts(bool assumeYes) : assumeYes_(assumeYes) {}
 
-bool ConsolePrompts::interactive() const { return isatty(STDIN_FILENO) && isatty(STDERR_FILENO); }
+bool ConsolePrompts::interactive() const {
+    return isatty(STDIN_FILENO) && isatty(STDERR_FILENO);
+}
 
 Answer ConsolePrompts::messageBox(const std::string& text, Buttons buttons, Icon,
                                   const std::string& title) {
@@ -48,28 +50,47 @@ Answer ConsolePrompts::messageBox(const std::string& text, Buttons buttons, Icon
     if (!interactive()) {
         switch (buttons) {
         case Buttons::YesNo:
-        case Buttons::YesNoCancel: return Answer::No;
-        case Buttons::AbortRetryIgnore: return Answer::Abort;
-        default: return Answer::Cancel;
+        case Buttons::YesNoCancel:
+            return Answer::No;
+        case Buttons::AbortRetryIgnore:
+            return Answer::Abort;
+        default:
+            return Answer::Cancel;
         }
     }
     switch (buttons) {
-    case Buttons::YesNo: std::cerr << "[y/N] "; break;
-    case Buttons::YesNoCancel: std::cerr << "[y/n/C] "; break;
-    case Buttons::OkCancel: std::cerr << "[o/C] "; break;
-    case Buttons::RetryCancel: std::cerr << "[r/C] "; break;
-    case Buttons::AbortRetryIgnore: std::cerr << "[A/r/i] "; break;
-    default: break;
+    case Buttons::YesNo:
+        std::cerr << "[y/N] ";
+        break;
+    case Buttons::YesNoCancel:
+        std::cerr << "[y/n/C] ";
+        break;
+    case Buttons::OkCancel:
+        std::cerr << "[o/C] ";
+        break;
+    case Buttons::RetryCancel:
+        std::cerr << "[r/C] ";
+        break;
+    case Buttons::AbortRetryIgnore:
+        std::cerr << "[A/r/i] ";
+        break;
+    default:
+        break;
     }
     char c = firstLower(readLine(true));
     switch (buttons) {
-    case Buttons::YesNo: return c == 'y' ? Answer::Yes : Answer::No;
-    case Buttons::YesNoCancel: return c == 'y' ? Answer::Yes : c == 'n' ? Answer::No : Answer::Cancel;
-    case Buttons::OkCancel: return c == 'o' ? Answer::Ok : Answer::Cancel;
-    case Buttons::RetryCancel: return c == 'r' ? Answer::Retry : Answer::Cancel;
+    case Buttons::YesNo:
+        return c == 'y' ? Answer::Yes : Answer::No;
+    case Buttons::YesNoCancel:
+        return c == 'y' ? Answer::Yes : c == 'n' ? Answer::No : Answer::Cancel;
+    case Buttons::OkCancel:
+        return c == 'o' ? Answer::Ok : Answer::Cancel;
+    case Buttons::RetryCancel:
+        return c == 'r' ? Answer::Retry : Answer::Cancel;
     case Buttons::AbortRetryIgnore:
         return c == 'r' ? Answer::Retry : c == 'i' ? Answer::Ignore : Answer::Abort;
-    default: return Answer::Ok;
+    default:
+        return Answer::Ok;
     }
 }
 

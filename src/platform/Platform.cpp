@@ -72,11 +72,15 @@ class CautiousPrompts : public Prompts {
 public:
     Answer messageBox(const std::string&, Buttons buttons, Icon, const std::string&) override {
         switch (buttons) {
-        case Buttons::Ok: return Answer::Ok;
+        case Buttons::Ok:
+            return Answer::Ok;
         case Buttons::YesNo:
-        case Buttons::YesNoCancel: return Answer::No;
-        case Buttons::AbortRetryIgnore: return Answer::Abort;
-        default: return Answer::Cancel;
+        case Buttons::YesNoCancel:
+            return Answer::No;
+        case Buttons::AbortRetryIgnore:
+            return Answer::Abort;
+        default:
+            return Answer::Cancel;
         }
     }
     PasswordReply askPassword(const std::string&) override { return {"", true, false}; }
@@ -105,15 +109,24 @@ class BuiltInFileTypes : public FileTypes {
 public:
     std::string contentTypeForExtension(const std::string& extension) const override {
         static const std::pair<const char*, const char*> table[] = {
-            {"txt", "text/plain"},        {"htm", "text/html"},
-            {"html", "text/html"},        {"css", "text/css"},
-            {"csv", "text/csv"},          {"xml", "text/xml"},
-            {"jpg", "image/jpeg"},        {"jpeg", "image/jpeg"},
-            {"gif", "image/gif"},         {"png", "image/png"},
-            {"bmp", "image/bmp"},         {"pdf", "application/pdf"},
-            {"zip", "application/zip"},   {"doc", "application/msword"},
-            {"xls", "application/vnd.ms-excel"}, {"rtf", "application/rtf"},
-            {"wav", "audio/wav"},         {"mp3", "audio/mpeg"},
+            {"txt", "text/plain"},
+            {"htm", "text/html"},
+            {"html", "text/html"},
+            {"css", "text/css"},
+            {"csv", "text/csv"},
+            {"xml", "text/xml"},
+            {"jpg", "image/jpeg"},
+            {"jpeg", "image/jpeg"},
+            {"gif", "image/gif"},
+            {"png", "image/png"},
+            {"bmp", "image/bmp"},
+            {"pdf", "application/pdf"},
+            {"zip", "application/zip"},
+            {"doc", "application/msword"},
+            {"xls", "application/vnd.ms-excel"},
+            {"rtf", "application/rtf"},
+            {"wav", "audio/wav"},
+            {"mp3", "audio/mpeg"},
             {"eml", "message/rfc822"},
         };
         std::string ext = extension;
@@ -154,26 +167,48 @@ struct Platform::Defaults {
 
 Platform::Platform() : defaults_(std::make_unique<Defaults>()) {}
 Platform::~Platform() = default;
-std::unique_ptr<Socket> Platform::createSocket() { return std::make_unique<NullSocket>(); }
-std::unique_ptr<Timer> Platform::createTimer() { return std::make_unique<StoredTimer>(); }
-EventLoop& Platform::eventLoop() { return defaults_->loop; }
-Prompts& Platform::prompts() { return defaults_->prompts; }
-Clock& Platform::clock() { return defaults_->clock; }
-FileTypes& Platform::fileTypes() { return defaults_->types; }
-Shell& Platform::shell() { return defaults_->shell; }
-Sound& Platform::sound() { return defaults_->sound; }
-Speech& Platform::speech() { return defaults_->speech; }
+std::unique_ptr<Socket> Platform::createSocket() {
+    return std::make_unique<NullSocket>();
+}
+std::unique_ptr<Timer> Platform::createTimer() {
+    return std::make_unique<StoredTimer>();
+}
+EventLoop& Platform::eventLoop() {
+    return defaults_->loop;
+}
+Prompts& Platform::prompts() {
+    return defaults_->prompts;
+}
+Clock& Platform::clock() {
+    return defaults_->clock;
+}
+FileTypes& Platform::fileTypes() {
+    return defaults_->types;
+}
+Shell& Platform::shell() {
+    return defaults_->shell;
+}
+Sound& Platform::sound() {
+    return defaults_->sound;
+}
+Speech& Platform::speech() {
+    return defaults_->speech;
+}
 
 Platform& current() {
     static Platform fallback;
     return g_current ? *g_current : fallback;
 }
 
-void setCurrent(Platform* platform) { g_current = platform; }
+void setCurrent(Platform* platform) {
+    g_current = platform;
+}
 
 ScopedPlatform::ScopedPlatform(Platform& platform) : previous_(g_current) {
     g_current = &platform;
 }
-ScopedPlatform::~ScopedPlatform() { g_current = previous_; }
+ScopedPlatform::~ScopedPlatform() {
+    g_current = previous_;
+}
 
 } // namespace corva::platform

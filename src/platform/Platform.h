@@ -111,8 +111,7 @@ public:
                               Icon icon = Icon::None, const std::string& title = "") = 0;
     virtual PasswordReply askPassword(const std::string& prompt) = 0;
     // Empty optional when the user cancels.
-    virtual std::optional<std::string> inputBox(const std::string& prompt,
-                                                const std::string& title,
+    virtual std::optional<std::string> inputBox(const std::string& prompt, const std::string& title,
                                                 const std::string& defaultText) = 0;
     virtual void setCursor(Cursor cursor) = 0;
 };

@@ -53,6 +53,8 @@ std::string readFile(const std::string& path) {
     return ss.str();
 }
 
-std::string dataFile(const std::string& relative) { return std::string(CORVA_TEST_DATA) + "/" + relative; }
+std::string dataFile(const std::string& relative) {
+    return std::string(CORVA_TEST_DATA) + "/" + relative;
+}
 
 } // namespace corva::test

@@ -71,7 +71,9 @@ public:
     }
 };
 
-bool widgetsRunning() { return qobject_cast<QApplication*>(QCoreApplication::instance()) != nullptr; }
+bool widgetsRunning() {
+    return qobject_cast<QApplication*>(QCoreApplication::instance()) != nullptr;
+}
 
 class DialogPrompts : public Prompts {
 public:
@@ -82,30 +84,58 @@ public:
         box.setWindowTitle(title.empty() ? QStringLiteral("Corva") : QString::fromStdString(title));
         box.setText(QString::fromStdString(text));
         switch (icon) {
-        case Icon::Information: box.setIcon(QMessageBox::Information); break;
-        case Icon::Question: box.setIcon(QMessageBox::Question); break;
-        case Icon::Exclamation: box.setIcon(QMessageBox::Warning); break;
-        case Icon::Critical: box.setIcon(QMessageBox::Critical); break;
-        default: break;
+        case Icon::Information:
+            box.setIcon(QMessageBox::Information);
+            break;
+        case Icon::Question:
+            box.setIcon(QMessageBox::Question);
+            break;
+        case Icon::Exclamation:
+            box.setIcon(QMessageBox::Warning);
+            break;
+        case Icon::Critical:
+            box.setIcon(QMessageBox::Critical);
+            break;
+        default:
+            break;
         }
         QMessageBox::StandardButtons set;
         switch (buttons) {
-        case Buttons::Ok: set = QMessageBox::Ok; break;
-        case Buttons::OkCancel: set = QMessageBox::Ok | QMessageBox::Cancel; break;
-        case Buttons::YesNo: set = QMessageBox::Yes | QMessageBox::No; break;
-        case Buttons::YesNoCancel: set = QMessageBox::Yes | QMessageBox::No | QMessageBox::Cancel; break;
-        case Buttons::RetryCancel: set = QMessageBox::Retry | QMessageBox::Cancel; break;
-        case Buttons::AbortRetryIgnore: set = QMessageBox::Abort | QMessageBox::Retry | QMessageBox::Ignore; break;
+        case Buttons::Ok:
+            set = QMessageBox::Ok;
+            break;
+        case Buttons::OkCancel:
+            set = QMessageBox::Ok | QMessageBox::Cancel;
+            break;
+        case Buttons::YesNo:
+            set = QMessageBox::Yes | QMessageBox::No;
+            break;
+        case Buttons::YesNoCancel:
+            set = QMessageBox::Yes | QMessageBox::No | QMessageBox::Cancel;
+            break;
+        case Buttons::RetryCancel:
+            set = QMessageBox::Retry | QMessageBox::Cancel;
+            break;
+        case Buttons::AbortRetryIgnore:
+            set = QMessageBox::Abort | QMessageBox::Retry | QMessageBox::Ignore;
+            break;
         }
         box.setStandardButtons(set);
         switch (box.exec()) {
-        case QMessageBox::Ok: return Answer::Ok;
-        case QMessageBox::Yes: return Answer::Yes;
-        case QMessageBox::No: return Answer::No;
-        case QMessageBox::Retry: return Answer::Retry;
-        case QMessageBox::Abort: return Answer::Abort;
-        case QMessageBox::Ignore: return Answer::Ignore;
-        default: return Answer::Cancel;
+        case QMessageBox::Ok:
+            return Answer::Ok;
+        case QMessageBox::Yes:
+            return Answer::Yes;
+        case QMessageBox::No:
+            return Answer::No;
+        case QMessageBox::Retry:
+            return Answer::Retry;
+        case QMessageBox::Abort:
+            return Answer::Abort;
+        case QMessageBox::Ignore:
+            return Answer::Ignore;
+        default:
+            return Answer::Cancel;
         }
     }
 
@@ -171,8 +201,9 @@ public:
     std::string contentTypeForExtension(const std::string& extension) const override {
         if (extension.empty()) return "";
         QMimeDatabase db;
-        QMimeType type = db.mimeTypeForFile(QStringLiteral("x.") + QString::fromStdString(extension),
-                                            QMimeDatabase::MatchExtension);
+        QMimeType type =
+            db.mimeTypeForFile(QStringLiteral("x.") + QString::fromStdString(extension),
+                               QMimeDatabase::MatchExtension);
         if (!type.isValid() || type.isDefault()) return "";
         return type.name().toStdString();
     }
@@ -228,14 +259,32 @@ struct QtPlatform::Impl {
 
 QtPlatform::QtPlatform() : impl_(std::make_unique<Impl>()) {}
 QtPlatform::~QtPlatform() = default;
-std::unique_ptr<Socket> QtPlatform::createSocket() { return std::make_unique<QtSocket>(); }
-std::unique_ptr<Timer> QtPlatform::createTimer() { return std::make_unique<QtTimer>(); }
-EventLoop& QtPlatform::eventLoop() { return impl_->loop; }
-Prompts& QtPlatform::prompts() { return promptsOverride_ ? *promptsOverride_ : impl_->prompts; }
-Clock& QtPlatform::clock() { return impl_->clock; }
-FileTypes& QtPlatform::fileTypes() { return impl_->types; }
-Shell& QtPlatform::shell() { return impl_->shell; }
-Sound& QtPlatform::sound() { return impl_->sound; }
-Speech& QtPlatform::speech() { return impl_->speech; }
+std::unique_ptr<Socket> QtPlatform::createSocket() {
+    return std::make_unique<QtSocket>();
+}
+std::unique_ptr<Timer> QtPlatform::createTimer() {
+    return std::make_unique<QtTimer>();
+}
+EventLoop& QtPlatform::eventLoop() {
+    return impl_->loop;
+}
+Prompts& QtPlatform::prompts() {
+    return promptsOverride_ ? *promptsOverride_ : impl_->prompts;
+}
+Clock& QtPlatform::clock() {
+    return impl_->clock;
+}
+FileTypes& QtPlatform::fileTypes() {
+    return impl_->types;
+}
+Shell& QtPlatform::shell() {
+    return impl_->shell;
+}
+Sound& QtPlatform::sound() {
+    return impl_->sound;
+}
+Speech& QtPlatform::speech() {
+    return impl_->speech;
+}
 
 } // namespace corva::platform::qt

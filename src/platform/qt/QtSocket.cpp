@@ -9,21 +9,33 @@ namespace corva::platform::qt {
 
 int mapSocketError(QAbstractSocket::SocketError error) {
     switch (error) {
-    case QAbstractSocket::HostNotFoundError: return SocketError::HostNotFound;
-    case QAbstractSocket::SocketTimeoutError: return SocketError::TimedOut;
-    case QAbstractSocket::NetworkError: return SocketError::NetworkUnreachable;
-    case QAbstractSocket::ConnectionRefusedError: return SocketError::ConnectionRefused;
-    case QAbstractSocket::RemoteHostClosedError: return SocketError::ConnectionReset;
-    case QAbstractSocket::AddressInUseError: return SocketError::AddressInUse;
-    case QAbstractSocket::SocketAccessError: return 10013;
-    case QAbstractSocket::SocketResourceError: return 10055;
-    case QAbstractSocket::UnsupportedSocketOperationError: return 10045;
-    case QAbstractSocket::TemporaryError: return 10035;
+    case QAbstractSocket::HostNotFoundError:
+        return SocketError::HostNotFound;
+    case QAbstractSocket::SocketTimeoutError:
+        return SocketError::TimedOut;
+    case QAbstractSocket::NetworkError:
+        return SocketError::NetworkUnreachable;
+    case QAbstractSocket::ConnectionRefusedError:
+        return SocketError::ConnectionRefused;
+    case QAbstractSocket::RemoteHostClosedError:
+        return SocketError::ConnectionReset;
+    case QAbstractSocket::AddressInUseError:
+        return SocketError::AddressInUse;
+    case QAbstractSocket::SocketAccessError:
+        return 10013;
+    case QAbstractSocket::SocketResourceError:
+        return 10055;
+    case QAbstractSocket::UnsupportedSocketOperationError:
+        return 10045;
+    case QAbstractSocket::TemporaryError:
+        return 10035;
     case QAbstractSocket::ProxyConnectionRefusedError:
     case QAbstractSocket::ProxyConnectionClosedError:
     case QAbstractSocket::ProxyConnectionTimeoutError:
-    case QAbstractSocket::ProxyNotFoundError: return SocketError::HostUnreachable;
-    default: return SocketError::ConnectionAborted;
+    case QAbstractSocket::ProxyNotFoundError:
+        return SocketError::HostUnreachable;
+    default:
+        return SocketError::ConnectionAborted;
     }
 }
 
@@ -49,7 +61,8 @@ void QtSocket::connect(const std::string& host, int port) {
     host_ = host;
     port_ = port;
     if (socket_.state() != QAbstractSocket::UnconnectedState) socket_.abort();
-    if (localPortWanted_ > 0) socket_.bind(QHostAddress::Any, static_cast<quint16>(localPortWanted_));
+    if (localPortWanted_ > 0)
+        socket_.bind(QHostAddress::Any, static_cast<quint16>(localPortWanted_));
     socket_.connectToHost(QString::fromStdString(host), static_cast<quint16>(port));
 }
 
@@ -76,18 +89,28 @@ void QtSocket::sendData(const std::string& data) {
 int QtSocket::state() const {
     if (failed_) return SocketState::Error;
     switch (socket_.state()) {
-    case QAbstractSocket::UnconnectedState: return SocketState::Closed;
-    case QAbstractSocket::HostLookupState: return 4;
-    case QAbstractSocket::ConnectingState: return SocketState::Connecting;
-    case QAbstractSocket::ConnectedState: return SocketState::Connected;
-    case QAbstractSocket::ClosingState: return SocketState::Closing;
-    default: return SocketState::Open;
+    case QAbstractSocket::UnconnectedState:
+        return SocketState::Closed;
+    case QAbstractSocket::HostLookupState:
+        return 4;
+    case QAbstractSocket::ConnectingState:
+        return SocketState::Connecting;
+    case QAbstractSocket::ConnectedState:
+        return SocketState::Connected;
+    case QAbstractSocket::ClosingState:
+        return SocketState::Closing;
+    default:
+        return SocketState::Open;
     }
 }
 
-int QtSocket::localPort() const { return socket_.localPort(); }
+int QtSocket::localPort() const {
+    return socket_.localPort();
+}
 
-std::string QtSocket::localHostName() const { return QHostInfo::localHostName().toStdString(); }
+std::string QtSocket::localHostName() const {
+    return QHostInfo::localHostName().toStdString();
+}
 
 std::string QtSocket::localIP() const {
     if (socket_.state() == QAbstractSocket::ConnectedState)
@@ -98,7 +121,9 @@ std::string QtSocket::localIP() const {
     return "127.0.0.1";
 }
 
-long long QtSocket::bytesToWrite() const { return socket_.bytesToWrite(); }
+long long QtSocket::bytesToWrite() const {
+    return socket_.bytesToWrite();
+}
 
 void QtSocket::onReadyRead() {
     QByteArray data = socket_.readAll();
@@ -110,7 +135,8 @@ void QtSocket::onError(QAbstractSocket::SocketError error) {
     // A close from the far side is reported by the disconnected signal alone.
     if (error == QAbstractSocket::RemoteHostClosedError) return;
     failed_ = true;
-    if (listener_) listener_->socketError(mapSocketError(error), socket_.errorString().toStdString());
+    if (listener_)
+        listener_->socketError(mapSocketError(error), socket_.errorString().toStdString());
 }
 
 void QtSocket::onBytesWritten(qint64 bytes) {

@@ -1,0 +1,13 @@
+#!/usr/bin/env bash
+# Installs what is missing, builds, and runs every test: the unit and server
+# tests under CTest, then a short run of each fuzz target.
+set -euo pipefail
+here="$(cd "$(dirname "$0")" && pwd)"
+cd "$here/.."
+"$here/setup.sh"
+"$here/build.sh"
+build="${CORVA_BUILD_DIR:-build}"
+ctest --test-dir "$build" -j"$(nproc)" --output-on-failure --timeout 300
+if [ -x "$here/fuzz.sh" ]; then
+    "$here/fuzz.sh" "${CORVA_FUZZ_SECONDS:-30}"
+fi

@@ -1,0 +1,70 @@
+// The run log's line format and the ring of the last 40 actions.
+#include "core/ErrorHandler.h"
+#include "core/mSHAREDLogging.h"
+#include "support/TempDir.h"
+
+#include <gtest/gtest.h>
+
+using namespace corva;
+using corva::test::readFile;
+using corva::test::TempDir;
+
+TEST(Logging, LinesStartAtTheNextPrintColumn) {
+    std::string line = LogLine("hello");
+    ASSERT_EQ(line.size(), 14u + 5u);
+    EXPECT_EQ(line[2], ':');
+    EXPECT_EQ(line.substr(8, 6), std::string(6, ' '));
+    EXPECT_EQ(line.substr(14), "hello");
+}
+
+TEST(Logging, FreshLogHasItsHeaderAndLaterLinesAppend) {
+    TempDir dir;
+    dir.makeProgramFolder();
+    LogAction("Corva version x startup.", true);
+    LogAction("Loading settings");
+    std::string log = readFile(dir.file("log.txt"));
+    EXPECT_NE(log.find("Log file created "), std::string::npos);
+    EXPECT_NE(log.find("Operating System: "), std::string::npos);
+    EXPECT_NE(log.find("App: Corva\r\n"), std::string::npos);
+    EXPECT_LT(log.find("startup."), log.find("Loading settings"));
+    EXPECT_EQ(log.substr(log.size() - 2), "\r\n");
+}
+
+TEST(Logging, FortyFirstActionFlushesTheRingAndStartsAgain) {
+    TempDir dir;
+    dir.makeProgramFolder();
+    for (int i = 1; i <= 40; ++i) RecordAction("action " + std::to_string(i), "proc", "mod");
+    EXPECT_EQ(readFile(dir.file("log.txt")), "");
+    RecordAction("action 41");
+    std::string log = readFile(dir.file("log.txt"));
+    EXPECT_NE(log.find("Listing last 40 actions: "), std::string::npos);
+    EXPECT_NE(log.find(" >> 1: action 1 in proc of module mod - "), std::string::npos);
+    EXPECT_NE(log.find(" >> 40: action 40 in proc of module mod"), std::string::npos);
+    EXPECT_NE(log.find("End of actions list"), std::string::npos);
+    auto ring = LastActionEntries();
+    ASSERT_EQ(ring.size(), 40u);
+    EXPECT_EQ(ring.front(), "action 2 in proc of module mod"); // oldest first
+    EXPECT_EQ(ring.back(), "action 41");
+}
+
+TEST(Logging, DebugEntriesWrapWithoutWritingTheLog) {
+    TempDir dir;
+    dir.makeProgramFolder();
+    for (int i = 0; i < 45; ++i) RecordDebug("d");
+    EXPECT_EQ(readFile(dir.file("log.txt")), "");
+    EXPECT_EQ(LastActionEntries().back(), "DBG: d");
+}
+
+TEST(Logging, FailedStepIsRecordedAndTheProcedureGoesOn) {
+    TempDir dir;
+    dir.makeProgramFolder();
+    int after = 0;
+    guarded("cmdfind_click", "frmFilters", [] { throw RunError(Err::InvalidCall); });
+    ++after;
+    EXPECT_EQ(after, 1);
+    ASSERT_FALSE(LastActionEntries().empty());
+    EXPECT_EQ(LastActionEntries().back(),
+              "Invalid procedure call or argument(5) in cmdfind_click of module frmFilters");
+    EXPECT_EQ(guardedValue("x", "y", 42, []() -> int { throw std::bad_alloc(); }), 42);
+    EXPECT_EQ(LastActionEntries().back(), "Out of memory(7) in x of module y");
+}

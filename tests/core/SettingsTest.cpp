@@ -1,0 +1,155 @@
+// The settings file as users and old versions leave it: hand edits, duplicate
+// keys, odd truth values, read-only files and password-safe permissions.
+#include "core/cSHAREDSettings.h"
+#include "core/mSHAREDLogging.h"
+#include "support/TempDir.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+using namespace corva;
+using corva::test::readFile;
+using corva::test::TempDir;
+using corva::test::writeFile;
+
+namespace {
+
+cSHAREDSettings loaded(const TempDir& dir, const std::string& text) {
+    writeFile(dir.file("Corva.ini"), text);
+    cSHAREDSettings s;
+    s.LoadSettings(dir.file("Corva.ini"));
+    return s;
+}
+
+} // namespace
+
+TEST(Settings, HandEditedFileLoadsAsUsersExpect) {
+    TempDir dir;
+    dir.makeProgramFolder();
+    auto s =
+        loaded(dir, "B,x\r\nA,B,C\r\nNOCOMMA\r\nFLAG1, TRUE \r\nFLAG2,false\r\nNUM,1\r\n"
+                    "DUP,first\r\nDUP,second\r\nLATE,one\r\nOTHER,x\r\nLATE,two\r\nlower,kept\r\n");
+    EXPECT_EQ(s.RetrieveSetting("A").toText(), "B,C"); // split at the first comma only
+    EXPECT_TRUE(s.RetrieveSetting("NOCOMMA").isEmpty());
+    EXPECT_TRUE(s.RetrieveSetting("FLAG1").isBool());
+    EXPECT_TRUE(s.RetrieveSetting("FLAG1").toBool());
+    EXPECT_TRUE(s.RetrieveSetting("FLAG2").isBool());
+    EXPECT_FALSE(s.RetrieveSetting("FLAG2").toBool());
+    EXPECT_TRUE(s.RetrieveSetting("NUM").isText());          // "1" stays text
+    EXPECT_EQ(s.RetrieveSetting("DUP").toText(), "first");   // neighbours: the first wins
+    EXPECT_EQ(s.RetrieveSetting("LATE").toText(), "two");    // apart: the later overwrites
+    EXPECT_TRUE(s.RetrieveSetting("lower").isEmpty());       // lower-case keys can't be found
+    EXPECT_EQ(s.RetrieveSetting("A,", "d").toText(), "B,C"); // commas in a key are ignored
+    for (int i = 2; i <= s.SettingsCount(); ++i)
+        EXPECT_LT(s.SettingNameByIndex(i - 1), s.SettingNameByIndex(i));
+}
+
+TEST(Settings, SavedFileReadsBackEqualAndDropsLinesWithoutComma) {
+    TempDir dir;
+    dir.makeProgramFolder();
+    auto s = loaded(dir, "NOCOMMA\r\nZ,1\r\n");
+    s.StoreSetting("delay", 30);
+    s.StoreSetting("name", std::string("a, b"));
+    s.StoreSetting("flag", true);
+    ASSERT_TRUE(s.SaveSettings(dir.file("Corva.ini")));
+    std::string text = readFile(dir.file("Corva.ini"));
+    EXPECT_EQ(text, "DELAY, 30 \r\nFLAG,True\r\nNAME,a, b\r\nZ,1\r\n");
+
+    cSHAREDSettings back;
+    back.LoadSettings(dir.file("Corva.ini"));
+    EXPECT_EQ(back.RetrieveSetting("DELAY").toLong(), 30); // blanks around numbers are tolerated
+    EXPECT_EQ(back.RetrieveSetting("NAME").toText(), "a, b");
+    EXPECT_TRUE(back.RetrieveSetting("FLAG").toBool());
+}
+
+TEST(Settings, RetrieveWithDefaultTreatsZeroAndFalseAsMissing) {
+    cSHAREDSettings s;
+    s.StoreSetting("ZERO", 0);
+    s.StoreSetting("NO", false);
+    s.StoreSetting("TEXTZERO", std::string(" 0 "));
+    s.StoreSetting("SET", 5);
+    EXPECT_EQ(s.RetrieveWithDefault("ZERO", 7).toLong(), 7);
+    EXPECT_EQ(s.RetrieveWithDefault("NO", 7).toLong(), 7);
+    EXPECT_EQ(s.RetrieveWithDefault("TEXTZERO", 7).toLong(), 7);
+    EXPECT_EQ(s.RetrieveWithDefault("SET", 7).toLong(), 5);
+    EXPECT_EQ(s.RetrieveSetting("ZERO", 7).toLong(), 0);
+}
+
+TEST(Settings, FileIsOwnerOnlyEvenWhenItWasWider) {
+    TempDir dir;
+    dir.makeProgramFolder();
+    writeFile(dir.file("Corva.ini"), "PWD0,secret\r\n");
+    chmod(dir.file("Corva.ini").c_str(), 0644);
+    cSHAREDSettings s;
+    s.LoadSettings(dir.file("Corva.ini"));
+    ASSERT_TRUE(s.SaveSettings(dir.file("Corva.ini")));
+    struct stat st;
+    ASSERT_EQ(stat(dir.file("Corva.ini").c_str(), &st), 0);
+    EXPECT_EQ(st.st_mode & 0777, 0600u);
+
+    ASSERT_TRUE(s.SaveSettings(dir.file("New.ini")));
+    ASSERT_EQ(stat(dir.file("New.ini").c_str(), &st), 0);
+    EXPECT_EQ(st.st_mode & 0777, 0600u);
+}
+
+TEST(Settings, ReadOnlyFileHasItsMarkClearedAndIsWritten) {
+    TempDir dir;
+    dir.makeProgramFolder();
+    writeFile(dir.file("Corva.ini"), "A,1\r\n");
+    chmod(dir.file("Corva.ini").c_str(), 0400);
+    cSHAREDSettings s;
+    s.LoadSettings(dir.file("Corva.ini"));
+    s.StoreSetting("B", std::string("2"));
+    EXPECT_TRUE(s.SaveSettings(dir.file("Corva.ini")));
+    EXPECT_EQ(readFile(dir.file("Corva.ini")), "A,1\r\nB,2\r\n");
+}
+
+TEST(Settings, UnwritablePlaceFailsTheSaveAndKeepsTheMemoryCopy) {
+    TempDir dir;
+    dir.makeProgramFolder();
+    cSHAREDSettings s;
+    s.StoreSetting("A", 1);
+    // A folder where the file should be can't be opened by anyone, root included.
+    test::writeFile(dir.file("Corva.ini/x"), "");
+    EXPECT_FALSE(s.SaveSettings(dir.file("Corva.ini")));
+    EXPECT_EQ(s.RetrieveSetting("A").toLong(), 1);
+}
+
+TEST(Settings, SetsCloseTheirGapsOnDelete) {
+    cSHAREDSettings s;
+    EXPECT_EQ(s.AddToSet("RECENT", std::string("a")), 1);
+    EXPECT_EQ(s.AddToSet("RECENT", std::string("b")), 2);
+    EXPECT_EQ(s.AddToSet("RECENT", std::string("c")), 3);
+    s.DeleteFromSetByValue("RECENT", " B ");
+    EXPECT_EQ(s.LastIndexInSet("RECENT"), 2);
+    EXPECT_EQ(s.RetrieveSetting("RECENT_2").toText(), "c");
+    EXPECT_EQ(s.SetCount("RECENT"), 2);
+
+    std::string id;
+    Variant v;
+    std::vector<std::string> seen;
+    while (s.ReadFromSet("RECENT", id, v)) seen.push_back(v.toText());
+    EXPECT_EQ(seen, (std::vector<std::string>{"a", "c"}));
+
+    // Names with underscores walk the same way and end.
+    s.AddToSet("MY_SET", std::string("x"));
+    s.AddToSet("MY_SET", std::string("y"));
+    id.clear();
+    int n = 0;
+    while (s.ReadFromSet("MY_SET", id, v) && n < 10) ++n;
+    EXPECT_EQ(n, 2);
+}
+
+TEST(Settings, BisectionFindsEveryKeyAndPlacesNewOnes) {
+    cSHAREDSettings s;
+    for (int i = 99; i >= 0; --i) s.StoreSetting("K" + std::to_string(1000 + i * 7), i);
+    for (int i = 0; i < 100; ++i) {
+        int position = 0;
+        int found = s.SettingPresent("K" + std::to_string(1000 + i * 7), position);
+        ASSERT_GT(found, 0);
+        EXPECT_EQ(position, found + 1);
+    }
+    int position = 0;
+    EXPECT_EQ(s.SettingPresent("K1001", position), -1);
+    EXPECT_EQ(s.SettingNameByIndex(position - 1), "K1000");
+}
