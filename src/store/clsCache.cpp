@@ -1,0 +1,361 @@
+#include "store/clsCache.h"
+
+#include "core/AppInfo.h"
+#include "core/DateTime.h"
+#include "core/ErrorHandler.h"
+#include "core/FileSubs.h"
+#include "core/Globals.h"
+#include "core/Strings.h"
+#include "core/mSHAREDDelay.h"
+#include "core/modSubs.h"
+#include "store/modMessageFiles.h"
+
+#include <chrono>
+#include <cstdio>
+#include <memory>
+
+namespace corva {
+
+namespace {
+
+const char* kModule = "CLSCACHE";
+
+std::string flag16(bool b) {
+    return b ? "-1" : "0";
+}
+
+// A single-precision number as text, as short as it reads back.
+std::string singleText(float value) {
+    char buffer[32];
+    std::snprintf(buffer, sizeof buffer, "%.7g", static_cast<double>(value));
+    return buffer;
+}
+
+// The file names the mailer lists: .eml messages and .qbx containers.
+std::vector<std::string> listMessageFiles(const std::string& folder) {
+    std::vector<std::string> names;
+    FillFiles(folder, "*.EML*.QBX", names);
+    std::vector<std::string> files;
+    files.reserve(names.size());
+    for (auto& n : names) {
+        std::string ext = extonly(n);
+        if (EqualsNoCase(ext, "eml") || EqualsNoCase(ext, "qbx")) files.push_back(folder + n);
+    }
+    return files;
+}
+
+// A copy holding only what a list line needs: a folder of thousands stays small.
+clsMessage listFields(const clsMessage& m) {
+    clsMessage slim;
+    slim.Read = m.Read;
+    slim.Replied = m.Replied;
+    slim.Size = m.Size;
+    slim.From = m.From;
+    slim.To_Email = m.To_Email;
+    slim.SendDate = m.SendDate;
+    slim.ReceiveDate = m.ReceiveDate;
+    slim.Bayes = m.Bayes;
+    slim.HighPriority = m.HighPriority;
+    slim.setFilename(m.Filename());
+    slim.MessageID = m.MessageID;
+    slim.Subject = m.Subject;
+    slim.Colour = m.Colour;
+    return slim;
+}
+
+// Once a second at most, so that a big folder doesn't spend its time painting.
+class ProgressTicker {
+public:
+    bool due() {
+        auto now = std::chrono::steady_clock::now();
+        if (now < next_) return false;
+        next_ = now + std::chrono::seconds(1);
+        return true;
+    }
+
+private:
+    std::chrono::steady_clock::time_point next_ =
+        std::chrono::steady_clock::now() + std::chrono::seconds(1);
+};
+
+} // namespace
+
+clsCache::clsCache()
+    : random_(static_cast<unsigned>(std::chrono::steady_clock::now().time_since_epoch().count())) {}
+
+std::string clsCache::MakeMessageID() {
+    std::uniform_int_distribution<int> below(0, 999999);
+    return "<Corva." + AppVersion() + "." +
+           singleText(static_cast<float>(DateTime::now().serial())) + "." +
+           std::to_string(below(random_)) + ">";
+}
+
+std::string clsCache::CacheRow(const clsMessage& m) {
+    std::string line = flag16(m.Read) + CacheSeparator + flag16(m.Replied) + CacheSeparator +
+                       singleText(m.Size) + CacheSeparator + m.From + CacheSeparator + m.To_Email +
+                       CacheSeparator + m.SendDate + CacheSeparator + m.ReceiveDate +
+                       CacheSeparator + singleText(m.Bayes) + CacheSeparator +
+                       flag16(m.HighPriority) + CacheSeparator + m.Filename() + CacheSeparator +
+                       m.MessageID + CacheSeparator + Replace(m.Subject, CacheSeparator, "--");
+    std::string out;
+    out.reserve(line.size() + 2);
+    for (char c : line)
+        if (c != '\r' && c != '\n') out += c;
+    return out + "\r\n";
+}
+
+void clsCache::fillcache(CacheView* view, const std::string& folderPath,
+                         const std::string& folderName) {
+    auto status = [&](const std::string& text) {
+        if (view) view->ShowStatus(text);
+    };
+    guarded("fillcache", kModule, [&] {
+        filling_ = true;
+        path_ = addslash(ResolvePath(addslash(ToSlashes(folderPath))));
+        folderName_ = folderName;
+        cacheFile_ = ResolvePath(path_ + CacheFileName);
+        items_.Clear();
+        hasCollection_ = true;
+        status("Reading mail files");
+        busymouse();
+
+        FileIndex index;
+        index.files = listMessageFiles(path_);
+        index.matched.assign(index.files.size(), false);
+        const size_t total = index.files.size();
+        if (total > 100) {
+            status("Loading headers");
+            if (view) view->ShowListProgress("Loading folder: ");
+            DoEvents();
+        }
+
+        if (FileExists(cacheFile_)) {
+            for (size_t i = 0; i < total; ++i)
+                index.byLowerPath[LCase(index.files[i])].at.push_back(i);
+            readCache(&index);
+            // Each entry takes the first file of its name still unmatched: the
+            // walk through the list, done by lookup so a big folder stays linear.
+            for (const auto& entry : items_) {
+                auto it = index.byLowerPath.find(LCase(Trim(entry->Filename())));
+                if (it == index.byLowerPath.end() || it->second.taken >= it->second.at.size())
+                    continue;
+                index.matched[it->second.at[it->second.taken++]] = true;
+            }
+        }
+
+        ProgressTicker ticker;
+        size_t done = 0, toRead = 0;
+        for (size_t i = 0; i < total; ++i)
+            if (!index.matched[i]) ++toRead;
+        for (size_t i = 0; i < total; ++i) {
+            if (index.matched[i]) continue;
+            auto message = readmessageheader(index.files[i]);
+            AddMsg(*message, false);
+            ++done;
+            if (ticker.due()) {
+                status("Reading mail files: " + Str(static_cast<long long>(done)) + " of " +
+                       Str(static_cast<long long>(toRead)));
+                DoEvents();
+            }
+        }
+        status("Tidying up");
+        DoEvents();
+    });
+    filling_ = false;
+    filled_ = true;
+    WriteCache();
+    normalmouse();
+}
+
+void clsCache::Clear(bool deleteDisk) {
+    guarded("clear", kModule, [&] {
+        if (deleteDisk)
+            DeleteDiskCache();
+        else
+            WriteCache();
+    });
+    items_.Clear();
+    hasCollection_ = false;
+    path_.clear();
+    folderName_.clear();
+    cacheFile_.clear();
+    filled_ = false;
+}
+
+void clsCache::AddMsg(const clsMessage& message, bool fromCache) {
+    guarded("addmsg", kModule, [&] {
+        auto entry = std::make_shared<clsMessage>(fromCache ? message : listFields(message));
+        if (entry->MessageID.empty()) entry->MessageID = MakeMessageID();
+        if (items_.Item(entry->MessageID))
+            throw RunError(457,
+                           "This key is already associated with an element of this collection: " +
+                               entry->MessageID + " " + entry->Filename());
+        items_.Add(entry, entry->MessageID);
+        hasCollection_ = true;
+    });
+}
+
+long clsCache::findByFilename(const std::string& name) const {
+    std::string wanted = Trim(name);
+    long position = 0;
+    for (const auto& entry : items_) {
+        ++position;
+        if (EqualsNoCase(Trim(entry->Filename()), wanted)) return position;
+    }
+    return 0;
+}
+
+void clsCache::removeAt(long index) {
+    if (index > 0) items_.Remove(index);
+}
+
+void clsCache::RemoveMsg(const clsMessage& message) {
+    guarded("removemsg", kModule, [&] { removeAt(findByFilename(message.Filename())); });
+}
+
+void clsCache::RemoveByFilename(const std::string& name) {
+    guarded("removebyfilename", kModule, [&] { removeAt(findByFilename(name)); });
+}
+
+void clsCache::MarkMsgReadUnread(const std::string& name, bool flag) {
+    guarded("markmsgreadunread", kModule, [&] {
+        if (long i = findByFilename(name)) items_.Item(i)->Read = flag;
+    });
+}
+
+void clsCache::MarkMsgPriority(const std::string& name, bool flag) {
+    guarded("markmsgpriority", kModule, [&] {
+        if (long i = findByFilename(name)) items_.Item(i)->HighPriority = flag;
+    });
+}
+
+void clsCache::MarkMsgRepliedOrNot(const std::string& name, bool flag) {
+    guarded("markmsgrepliedornot", kModule, [&] {
+        if (long i = findByFilename(name)) items_.Item(i)->Replied = flag;
+    });
+}
+
+void clsCache::WriteCache() {
+    guarded("writecache", kModule, [&] {
+        if (cacheFile_.empty() || NoCacheFlag) return;
+        if (!hasCollection_) {
+            EraseFile(cacheFile_);
+            return;
+        }
+        std::string text = std::string(CacheHeaderLine) + "\r\n";
+        for (const auto& entry : items_) text += CacheRow(*entry);
+        // A cache that can't be written is simply not written; it is rebuilt next time.
+        WriteFileAtomically(cacheFile_, text);
+    });
+}
+
+void clsCache::ReadCache() {
+    readCache(nullptr);
+}
+
+void clsCache::readCache(const FileIndex* index) {
+    guarded("readcache", kModule, [&] {
+        items_.Clear();
+        hasCollection_ = true;
+        std::string text;
+        if (cacheFile_.empty() || !LoadTextFile(cacheFile_, text)) return;
+
+        std::string_view rest(text);
+        auto nextLine = [&](std::string_view& line) {
+            if (rest.empty()) return false;
+            size_t end = rest.find("\r\n");
+            line = rest.substr(0, end);
+            rest = end == std::string_view::npos ? std::string_view() : rest.substr(end + 2);
+            return true;
+        };
+
+        std::string_view line;
+        nextLine(line);
+        int colRead = -1, colReplied = -1, colSize = -1, colFrom = -1, colTo = -1, colSendDate = -1,
+            colReceiveDate = -1, colBayes = -1, colFilename = -1, colSubject = -1, colPriority = -1,
+            colId = -1;
+        std::vector<std::string> names = Split(line, CacheSeparator);
+        for (int i = 0; i < static_cast<int>(names.size()); ++i) {
+            std::string n = LCase(names[i]);
+            if (n == "read")
+                colRead = i;
+            else if (n == "replied")
+                colReplied = i;
+            else if (n == "size")
+                colSize = i;
+            else if (n == "from")
+                colFrom = i;
+            else if (n == "to")
+                colTo = i;
+            else if (n == "senddate")
+                colSendDate = i;
+            else if (n == "receivedate")
+                colReceiveDate = i;
+            else if (n == "bayes")
+                colBayes = i;
+            else if (n == "filename")
+                colFilename = i;
+            else if (n == "subject")
+                colSubject = i;
+            else if (n == "priority")
+                colPriority = i;
+            else if (n == "id")
+                colId = i;
+        }
+        if (colId <= 0) {
+            // Written by an older version: the folder is rebuilt from its files.
+            EraseFile(cacheFile_);
+            return;
+        }
+
+        const std::string root = addslash(ToSlashes(MessageFolder));
+        while (nextLine(line)) {
+            if (line.empty()) continue;
+            guarded("readcache", kModule, [&] {
+                std::vector<std::string> f = Split(line, CacheSeparator);
+                std::string stored = ToSlashes(f.at(colFilename));
+                // Relative to the message root; a store that was moved is found
+                // by the "messages" folder in its old path.
+                std::string relative = stored;
+                if (size_t at = InStrNoCase(stored, root); at > 0 && !root.empty()) {
+                    relative = stored.substr(at - 1 + root.size());
+                } else if (size_t m = InStr(LCase(stored), "/messages/"); m > 0) {
+                    relative = stored.substr(m - 1 + 10);
+                }
+                std::string full = root + relative;
+                std::string actual;
+                if (index) {
+                    auto it = index->byLowerPath.find(LCase(full));
+                    if (it != index->byLowerPath.end())
+                        actual = index->files[it->second.at.front()];
+                }
+                if (actual.empty()) {
+                    if (relative.empty() || !FileExists(full)) return;
+                    actual = ResolvePath(full);
+                }
+                clsMessage m;
+                m.Bayes = static_cast<float>(Val(f.at(colBayes)));
+                m.From = f.at(colFrom);
+                m.Read = Val(f.at(colRead)) != 0;
+                m.setFilename(actual);
+                m.ReceiveDate = f.at(colReceiveDate);
+                if (colPriority >= 0) m.HighPriority = Val(f.at(colPriority)) != 0;
+                m.Replied = Val(f.at(colReplied)) != 0;
+                m.SendDate = f.at(colSendDate);
+                m.Size = static_cast<float>(Val(f.at(colSize)));
+                m.Subject = f.at(colSubject);
+                m.To_Email = f.at(colTo);
+                m.MessageID = f.at(colId);
+                AddMsg(m, true);
+            });
+        }
+    });
+}
+
+void clsCache::DeleteDiskCache() {
+    guarded("deletediskcache", kModule, [&] {
+        if (!cacheFile_.empty()) EraseFile(cacheFile_);
+    });
+}
+
+} // namespace corva

@@ -1,0 +1,172 @@
+#include "store/clsMailer.h"
+
+#include "core/ErrorHandler.h"
+#include "core/FileSubs.h"
+#include "core/Globals.h"
+#include "core/Strings.h"
+#include "core/mSHAREDDelay.h"
+#include "store/clsCache.h"
+#include "store/modFolders.h"
+#include "store/modMessageFiles.h"
+#include "store/modQBX.h"
+#include "store/modTags.h"
+
+#include <chrono>
+
+namespace corva {
+
+namespace {
+
+const char* kModule = "clsMailer";
+
+// The loop hands control to pending events a quarter of a second after it
+// starts and about once a second after that.
+class YieldClock {
+public:
+    void maybeYield() {
+        auto now = std::chrono::steady_clock::now();
+        if (now < next_) return;
+        next_ = now + std::chrono::seconds(1);
+        DoEvents();
+    }
+
+private:
+    std::chrono::steady_clock::time_point next_ =
+        std::chrono::steady_clock::now() + std::chrono::milliseconds(250);
+};
+
+} // namespace
+
+void clsMailer::PopulateFolders(bool rebuild) {
+    events().ClearFolders();
+    guarded("populatefolders", kModule, [&] {
+        if (rebuild) {
+            EraseFile(FoldersIniPath);
+            EraseFile(FolderListIniPath);
+        }
+        if (!FileExists(FoldersIniPath)) generatefolderini();
+        events().AddFolder("Folders", "");
+        std::string text = LoadTextFile(FoldersIniPath);
+        if (EndsWith(text, "\r\n")) text.resize(text.size() - 2);
+        if (text.empty()) return;
+        std::vector<std::string> lines = Split(text, "\r\n");
+        // A file with an odd number of lines fails at the last pair's parent,
+        // which ends the walk; the folders before it stand.
+        for (size_t i = 0; i < lines.size(); i += 2) {
+            if (Trim(lines[i]).empty()) continue;
+            events().AddFolder(lines[i], lines.at(i + 1));
+        }
+    });
+    events().FinishedAddingFolders();
+}
+
+void clsMailer::AddMessage(clsMessage& message, long current, long total, Run& run) {
+    if (run.unreadOnly && message.Read) return;
+    guarded("addmessage", kModule, [&] {
+        long day = daynumber(message.ReceiveDate);
+        if (!message.Read && day > run.mostRecentUnread) run.mostRecentUnread = day;
+        // The list shows age, not the rule that once coloured the message.
+        message.Colour = run.ages.colourFor(day);
+    });
+    events().AddMessage(message, current, total);
+    if (!message.Read) {
+        if (!run.someUnreadSeen) {
+            events().SomeUnreadMessages();
+            run.someUnreadSeen = true;
+        }
+        ++run.unreadCount;
+    }
+}
+
+void clsMailer::finish(Run& run) {
+    if (!run.someUnreadSeen) events().NoUnreadMessages();
+    events().FinishedAddingMessages(run.unreadCount, run.mostRecentUnread);
+}
+
+void clsMailer::PopulateFromCache(clsCache& cache, bool unreadOnly) {
+    stop_ = false;
+    busy_ = true;
+    const unsigned long generation = ++generation_;
+    auto stopped = [&] { return stop_ || generation != generation_; };
+    guarded("populatefromcache", kModule, [&] {
+        events().ClearMessages();
+        events().FolderMessageCount(cache.Count());
+        Run run{unreadOnly, 0, 0, false, AgeColours::FromSettings()};
+        YieldClock clock;
+        const long total = cache.Count();
+        bool left = false;
+        // Entries are held by pointer, so a change of the cache during a yield
+        // can't pull one from under the loop.
+        for (long i = 1; i <= total && !left; ++i) {
+            if (stopped()) {
+                DoEvents();
+                left = true;
+                break;
+            }
+            auto message = cache.Item(i);
+            if (message) AddMessage(*message, i, total, run);
+            if (stopped()) {
+                DoEvents();
+                left = true;
+                break;
+            }
+            clock.maybeYield();
+        }
+        if (!left && !stopped()) finish(run);
+    });
+    if (generation == generation_) busy_ = false;
+    DoEvents();
+}
+
+void clsMailer::PopulateMessageList(const std::string& folderPath, bool unreadOnly) {
+    stop_ = false;
+    busy_ = true;
+    const unsigned long generation = ++generation_;
+    auto stopped = [&] { return stop_ || generation != generation_; };
+    guarded("populatemessagelist", kModule, [&] {
+        events().ClearMessages();
+        Run run{unreadOnly, 0, 0, false, AgeColours::FromSettings()};
+        std::string folder = addslash(ResolvePath(addslash(ToSlashes(folderPath))));
+        std::vector<std::string> names, files;
+        FillFiles(folder, "*.EML;*.QBX", names);
+        for (auto& n : names) {
+            std::string ext = extonly(n);
+            if (EqualsNoCase(ext, "eml") || EqualsNoCase(ext, "qbx")) files.push_back(folder + n);
+        }
+        const long total = static_cast<long>(files.size());
+        events().FolderMessageCount(total);
+        if (stopped()) return;
+        YieldClock clock;
+        bool left = false;
+        for (long i = 1; i <= total && !left; ++i) {
+            const std::string& file = files[static_cast<size_t>(i - 1)];
+            if (stopped()) {
+                DoEvents();
+                left = true;
+                break;
+            }
+            if (EqualsNoCase(extonly(file), "qbx")) {
+                clsMessages inside;
+                LoadQBXIndex(withextension(file, ".idx"), inside);
+                for (const auto& m : inside) {
+                    AddMessage(*m, i, total, run);
+                    if (stopped()) break;
+                }
+            } else {
+                auto message = readmessageheader(file);
+                AddMessage(*message, i, total, run);
+            }
+            if (stopped()) {
+                DoEvents();
+                left = true;
+                break;
+            }
+            clock.maybeYield();
+        }
+        if (!left && !stopped()) finish(run);
+    });
+    if (generation == generation_) busy_ = false;
+    DoEvents();
+}
+
+} // namespace corva

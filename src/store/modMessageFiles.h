@@ -1,0 +1,28 @@
+// Message files: one .eml file per message, the raw text with the store's
+// X-Message-* and X-Receive-Date lines. The case of the file's own name is the
+// read state: upper case unread, lower case read.
+#pragma once
+
+#include "message/clsMessage.h"
+
+#include <memory>
+#include <string>
+
+namespace corva {
+
+// Longest part of a file a header read looks at, so that listing a folder of
+// large attachments never touches the bodies.
+inline constexpr long long HeaderReadLimit = 10000;
+
+// A new message from a file; empty (and Filename unset) when the file is
+// missing, empty or can't be read.
+std::shared_ptr<clsMessage> readmessage(const std::string& path, bool headerOnly);
+std::shared_ptr<clsMessage> readmessageheader(const std::string& path);
+std::shared_ptr<clsMessage> readfullmessage(const std::string& path);
+
+// Writes the message under its Filename, whose case follows Read, and removes
+// the file's other spelling: marking read or unread renames the file. An empty
+// message removes the file and writes nothing.
+void savemessage(const clsMessage& message);
+
+} // namespace corva
