@@ -1,0 +1,32 @@
+// Free-list allocator over node numbers (from 1) for the word tables: a freed
+// node is handed out again before the arrays grow.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+namespace corva {
+
+class clsHashNodes {
+public:
+    // Links 1 to 2, 2 to 3 ... and the last to 0; the free list starts at 1.
+    void Init(int32_t size, float growth);
+    // The head of the free list; on an empty list the numbers grow by the factor first.
+    int32_t Alloc();
+    // Puts n back at the head of the free list.
+    void Free(int32_t n);
+    void Clear();
+
+    int32_t FreeHead = 0;
+    int32_t UpperBound() const { return static_cast<int32_t>(Next.size()) - 1; }
+
+    std::vector<int32_t> Next; // index 0 unused
+
+private:
+    float growth_ = 1.5f;
+};
+
+// Upper bound times the growth factor, rounded half to even, as the tables grow.
+int32_t grownBound(int32_t upperBound, float growth);
+
+} // namespace corva

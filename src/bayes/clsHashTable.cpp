@@ -1,0 +1,345 @@
+// The word table: two-level hashing into fixed buckets, nodes in flat arrays
+// grown by a factor, a free list for deleted nodes, and the .dat text format.
+#include "bayes/clsHashTable.h"
+
+#include "core/ErrorHandler.h"
+#include "core/FileSubs.h"
+#include "core/Strings.h"
+
+#include <algorithm>
+#include <cfloat>
+#include <charconv>
+#include <cmath>
+
+namespace corva {
+
+namespace {
+
+constexpr const char* Module = "clsHashTable";
+constexpr int32_t ErrorBase = static_cast<int32_t>(0x80040000u + 512u);
+
+// FNV-1a over the bytes up to the first NUL (the key is handed over as a C
+// string), then a 64-bit finaliser so that the low bits mix well for modulo.
+uint64_t fullHashOf(std::string_view key) {
+    size_t nul = key.find('\0');
+    if (nul != std::string_view::npos) key = key.substr(0, nul);
+    uint64_t h = 0xcbf29ce484222325ULL;
+    for (unsigned char c : key) {
+        h ^= c;
+        h *= 0x100000001b3ULL;
+    }
+    h ^= h >> 33;
+    h *= 0xff51afd7ed558ccdULL;
+    h ^= h >> 33;
+    h *= 0xc4ceb9fe1a85ec53ULL;
+    h ^= h >> 33;
+    return h;
+}
+
+int32_t reduce(uint64_t h, int32_t size) {
+    return size <= 0 ? 0 : static_cast<int32_t>(h % static_cast<uint64_t>(size));
+}
+
+uint32_t checkOf(uint64_t h) {
+    return static_cast<uint32_t>(h >> 32);
+}
+
+bool holdsBoundary(std::string_view key) {
+    static constexpr std::string_view word = "boundary";
+    for (size_t eq = key.find('='); eq != std::string_view::npos; eq = key.find('=', eq + 1))
+        if (eq >= word.size() && EqualsNoCase(key.substr(eq - word.size(), word.size()), word))
+            return true;
+    return false;
+}
+
+std::string_view trimBlanks(std::string_view s) {
+    while (!s.empty() && s.front() == ' ') s.remove_prefix(1);
+    while (!s.empty() && s.back() == ' ') s.remove_suffix(1);
+    return s;
+}
+
+// The number before the comma. Plain decimals are read directly; anything else
+// goes through Val so that odd lines read as they always have.
+double readNumber(std::string_view text) {
+    std::string_view t = trimBlanks(text);
+    size_t i = 0;
+    if (i < t.size() && (t[i] == '-' || t[i] == '+')) ++i;
+    size_t digitsFrom = i;
+    while (i < t.size() && t[i] >= '0' && t[i] <= '9') ++i;
+    if (i < t.size() && t[i] == '.') {
+        ++i;
+        while (i < t.size() && t[i] >= '0' && t[i] <= '9') ++i;
+    }
+    if (i == t.size() && i > digitsFrom && t.front() != '+') {
+        double v = 0;
+        auto [end, ec] = std::from_chars(t.data(), t.data() + t.size(), v);
+        if (ec == std::errc() && end == t.data() + t.size()) return v;
+    }
+    return Val(text);
+}
+
+void appendValue(std::string& out, float value) {
+    char buffer[64];
+    auto [end, ec] = std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::fixed);
+    if (ec != std::errc()) {
+        out += '0';
+        return;
+    }
+    out.append(buffer, end);
+}
+
+} // namespace
+
+int32_t cHash(std::string_view key, int32_t size) {
+    return reduce(fullHashOf(key), size);
+}
+
+void clsHashTable::raise(int code, const std::string& source) const {
+    static const char* texts[] = {"", "Key not found", "Duplicate key"};
+    throw RunError(ErrorBase + code, std::string(texts[code]) + ": " + source + " ");
+}
+
+void clsHashTable::init(int32_t buckets, int32_t nodes) {
+    growth_ = 1.5f;
+    bucketCount_ = buckets;
+    buckets_.assign(static_cast<size_t>(buckets), 0);
+    nodes_.assign(static_cast<size_t>(nodes) + 1, Node{});
+    keys_.assign(static_cast<size_t>(nodes) + 1, std::string());
+    allocator_.Init(nodes, growth_);
+    Size = nodes;
+    MaxIndex = 0;
+    Count = 0;
+    initialised_ = true;
+}
+
+void clsHashTable::ensureInitialised() {
+    if (!initialised_) InitStandard();
+}
+
+int32_t clsHashTable::bucketOf(int32_t hashValue) const {
+    char text[16];
+    auto [end, ec] = std::to_chars(text, text + sizeof text, hashValue);
+    (void)ec;
+    return cHash(std::string_view(text, static_cast<size_t>(end - text)), bucketCount_);
+}
+
+int32_t clsHashTable::find(std::string_view key, uint64_t fullHash, int32_t hashValue) const {
+    uint32_t check = checkOf(fullHash);
+    for (int32_t i = buckets_[static_cast<size_t>(bucketOf(hashValue))]; i != 0;) {
+        const Node& node = nodes_[static_cast<size_t>(i)];
+        if (node.hashValue == hashValue && node.check == check &&
+            keys_[static_cast<size_t>(i)] == key)
+            return i;
+        i = node.next;
+    }
+    return 0;
+}
+
+int32_t clsHashTable::add(std::string_view key, uint64_t fullHash, int32_t hashValue, float value) {
+    int32_t n = allocator_.Alloc();
+    while (n > Size) {
+        int32_t bound = grownBound(Size, growth_);
+        nodes_.resize(static_cast<size_t>(bound) + 1);
+        keys_.resize(static_cast<size_t>(bound) + 1);
+        Size = bound;
+    }
+    int32_t bucket = bucketOf(hashValue);
+    Node& node = nodes_[static_cast<size_t>(n)];
+    node.next = buckets_[static_cast<size_t>(bucket)];
+    buckets_[static_cast<size_t>(bucket)] = n;
+    node.hashValue = hashValue;
+    node.check = checkOf(fullHash);
+    node.value = value;
+    keys_[static_cast<size_t>(n)].assign(key.data(), key.size());
+    if (n > MaxIndex) MaxIndex = n;
+    return n;
+}
+
+std::string clsHashTable::RecString(int32_t index) const {
+    if (index < 1 || index > Size) return "";
+    return keys_[static_cast<size_t>(index)];
+}
+
+float clsHashTable::RecValue(int32_t index) const {
+    if (index < 1 || index > Size) return 0;
+    return nodes_[static_cast<size_t>(index)].value;
+}
+
+void clsHashTable::ChangeValue(int32_t index, float value) {
+    guarded("ChangeValue", Module, [&] {
+        if (index < 1 || index > Size) throw RunError(Err::SubscriptOutOfRange);
+        nodes_[static_cast<size_t>(index)].value = value;
+    });
+}
+
+void clsHashTable::InsertRecord(std::string_view key, float value) {
+    guarded("InsertRecord", Module, [&] {
+        ensureInitialised();
+        uint64_t h = fullHashOf(key);
+        add(key, h, reduce(h, bucketCount_), value);
+    });
+}
+
+clsHashRec clsHashTable::FindRec(std::string_view key, int32_t hashValue) {
+    clsHashRec rec;
+    guarded("FindRec", Module, [&] {
+        ensureInitialised();
+        uint64_t h = fullHashOf(key);
+        int32_t hv = hashValue == 0 ? reduce(h, bucketCount_) : hashValue;
+        int32_t i = find(key, h, hv);
+        if (i == 0) return;
+        rec.Key = keys_[static_cast<size_t>(i)];
+        rec.Value = nodes_[static_cast<size_t>(i)].value;
+        rec.Index = i;
+    });
+    return rec;
+}
+
+clsHashRec clsHashTable::HashFind(std::string_view key) {
+    return FindRec(key, 0);
+}
+
+int32_t clsHashTable::RecIndex(std::string_view key) {
+    if (!initialised_) InitStandard();
+    uint64_t h = fullHashOf(key);
+    return find(key, h, reduce(h, bucketCount_));
+}
+
+void clsHashTable::AlterValue(std::string_view key, float delta) {
+    guarded("AlterValue", Module, [&] {
+        ensureInitialised();
+        uint64_t h = fullHashOf(key);
+        int32_t hv = reduce(h, bucketCount_);
+        int32_t i = find(key, h, hv);
+        if (i == 0) {
+            add(key, h, hv, 1.0f);
+            return;
+        }
+        float& value = nodes_[static_cast<size_t>(i)].value;
+        if (delta == 0) {
+            value = 1.0f;
+        } else {
+            value += delta;
+            if (value < 0) value = 0;
+        }
+    });
+}
+
+bool clsHashTable::Delete(int32_t hashValue) {
+    return guarded("Delete", Module, [&] {
+        ensureInitialised();
+        int32_t bucket = bucketOf(hashValue);
+        int32_t previous = 0;
+        for (int32_t i = buckets_[static_cast<size_t>(bucket)]; i != 0;) {
+            Node& node = nodes_[static_cast<size_t>(i)];
+            if (node.hashValue == hashValue) {
+                if (previous == 0)
+                    buckets_[static_cast<size_t>(bucket)] = node.next;
+                else
+                    nodes_[static_cast<size_t>(previous)].next = node.next;
+                allocator_.Free(i);
+                node = Node{};
+                keys_[static_cast<size_t>(i)].clear();
+                return;
+            }
+            previous = i;
+            i = node.next;
+        }
+        raise(1, "CHash.Delete");
+    });
+}
+
+bool clsHashTable::HashDelete(std::string_view key) {
+    if (!initialised_) InitStandard();
+    return Delete(cHash(key, bucketCount_));
+}
+
+void clsHashTable::ClearArrays() {
+    nodes_ = {};
+    keys_ = {};
+    buckets_ = {};
+    allocator_.Clear();
+    bucketCount_ = 0;
+    Size = 0;
+    MaxIndex = 0;
+    Count = 0;
+    // Nothing can be used until an Init; the next use initialises afresh.
+    initialised_ = false;
+}
+
+void clsHashTable::HashClear() {
+    ClearArrays();
+}
+
+bool clsHashTable::WriteHashTable(const std::string& path) {
+    return guarded("WriteHashTable", Module, [&] {
+        std::string out;
+        out.reserve(static_cast<size_t>(MaxIndex) * 24 + 32);
+        out += "Count, String\r\n ";
+        out += std::to_string(Count);
+        out += " \r\n";
+        for (int32_t i = 1; i <= MaxIndex && initialised_; ++i) {
+            const std::string& key = keys_[static_cast<size_t>(i)];
+            if (key.empty() || holdsBoundary(key)) continue;
+            // A line break inside a key would split its line; such a key can't be kept.
+            if (key.find_first_of("\r\n") != std::string::npos) continue;
+            appendValue(out, nodes_[static_cast<size_t>(i)].value);
+            out += ", ";
+            out += key;
+            out += "\r\n";
+        }
+        if (FileExists(path)) MakeReadWrite(path);
+        if (!WriteFileAtomically(path, out)) throw RunError(Err::PathFileAccess, path);
+    });
+}
+
+bool clsHashTable::LoadTable(const std::string& path) {
+    if (!FileExists(path)) return false;
+    return guarded("LoadTable", Module, [&] {
+        std::string text;
+        if (!LoadTextFile(path, text)) throw RunError(Err::PathFileAccess, path);
+        ensureInitialised();
+        std::string_view all(text);
+        size_t pos = 0;
+        int line = 0;
+        long outOfRange = 0;
+        while (pos < all.size()) {
+            size_t end = all.find_first_of("\r\n", pos);
+            if (end == std::string_view::npos) end = all.size();
+            std::string_view current = all.substr(pos, end - pos);
+            pos = end;
+            if (pos < all.size() && all[pos] == '\r') ++pos;
+            if (pos < all.size() && all[pos] == '\n') ++pos;
+            ++line;
+            if (line == 1) continue;
+            if (line == 2) {
+                double count = std::nearbyint(Val(current));
+                if (count > 2147483647.0 || count < -2147483648.0) {
+                    ++outOfRange;
+                    count = 0;
+                }
+                Count = count == 0 ? 1 : static_cast<int32_t>(count);
+                continue;
+            }
+            size_t comma = current.find(',');
+            if (comma == std::string_view::npos) continue;
+            std::string_view key = trimBlanks(current.substr(comma + 1));
+            // An empty key would be a node no scan can see.
+            if (key.empty()) continue;
+            double value = readNumber(current.substr(0, comma));
+            if (!(std::fabs(value) <= FLT_MAX)) {
+                ++outOfRange;
+                continue;
+            }
+            uint64_t h = fullHashOf(key);
+            add(key, h, reduce(h, bucketCount_), static_cast<float>(value));
+        }
+        if (line < 2) Count = 1;
+        if (outOfRange > 0)
+            HandleError(RunError(Err::Overflow, "Overflow: " + std::to_string(outOfRange) +
+                                                    " value(s) out of range in " + path),
+                        "LoadTable", Module);
+    });
+}
+
+} // namespace corva
