@@ -1,0 +1,915 @@
+// The root object's logic: start-up, shutdown and the cycle over the accounts.
+#include "cycle/frmMain.h"
+
+#include "core/AppInfo.h"
+#include "core/DateTime.h"
+#include "core/ErrorHandler.h"
+#include "core/FileSubs.h"
+#include "core/Globals.h"
+#include "core/Startup.h"
+#include "core/Strings.h"
+#include "core/Variant.h"
+#include "core/mSHAREDDelay.h"
+#include "core/mSHAREDLogging.h"
+#include "core/mSHAREDSettings.h"
+#include "filters/frmFilters.h"
+#include "message/clsMessage.h"
+#include "store/FolderCaches.h"
+#include "store/modFolders.h"
+#include "store/modTags.h"
+
+#include <cmath>
+#include <limits>
+
+namespace corva {
+
+namespace {
+
+const char* Module = "frmMain";
+
+// A 16-bit count that would overflow is an error of its own, recorded, and
+// the count stays where it was.
+void add16(int16_t& value, int delta, const char* procedure) {
+    int sum = value + delta;
+    if (sum > std::numeric_limits<int16_t>::max() || sum < std::numeric_limits<int16_t>::min()) {
+        HandleError(RunError(Err::Overflow), procedure, Module);
+        return;
+    }
+    value = static_cast<int16_t>(sum);
+}
+
+std::string withoutLineEnds(const std::string& text) {
+    return Replace(Replace(text, "\r", ""), "\n", "");
+}
+
+// A numeric option ticked in the settings: a number saved as " 1 " reads back
+// as text, so the comparison is made on the trimmed text.
+bool optionIsOne(const char* key) {
+    return Trim(sget(key, 0).toText()) == "1";
+}
+
+std::string accountKey(const char* key, int account) {
+    return key + Str(account);
+}
+
+} // namespace
+
+frmMain::frmMain(frmMainView* view) : view_(view ? view : &noView_) {
+    TimerAutoScan_ = platform::current().createTimer();
+    TimerAutoScan_->setCallback([this] { TimerAutoScan_Timer(); });
+    TimerIconFlash_ = platform::current().createTimer();
+    TimerIconFlash_->setCallback([this] { swaptrayicon(); });
+}
+
+frmMain::~frmMain() {
+    TimerAutoScan_->setEnabled(false);
+    TimerIconFlash_->setEnabled(false);
+    if (fGetMail_) fGetMail_->setListener(nullptr);
+}
+
+// ---------------------------------------------------------------------------
+// Start-up and shutdown
+
+void frmMain::StartProgram(const StartOptions& options) {
+    // Whatever loads the window a second time, the program starts once.
+    if (started_) return;
+    started_ = true;
+    options_ = options;
+    guarded("StartProgram", Module, [&] { startProgramSteps(options); });
+}
+
+void frmMain::startProgramSteps(const StartOptions& options) {
+    view_->ShowSplash();
+    DoEvents();
+
+    StartLogs();
+
+    firstRun_ = !FileExists(SettingsFilePath());
+    if (firstRun_) {
+        view_->HideSplash();
+        runFirstRun();
+        view_->ShowSplash();
+    }
+
+    view_->SplashStatus("Loading settings");
+    DoEvents();
+    LoadPathsStore();
+    ReadDataFolder();
+    for (const char* sub : {"AutoReply", "Sigs", "DB", "DB/Attachments"})
+        MkMissingDir(DataFolder + sub);
+
+    LoadMainSettings();
+    MigrateOldSettings();
+
+    ReadScoringNumbers();
+    readmessagefolder();
+    ReadFilterFolder();
+
+    MigrateSignature();
+
+    LogAction("Setting up list");
+    view_->SetupListColumns(ListColumnCaptions());
+    if (sget("CMSMODE", false).toBool()) view_->ShowCmsButton(true);
+
+    LogAction("Loading getmail");
+    fGetMail_ = std::make_unique<frmGetMail>();
+    fGetMail_->setListener(this);
+
+    view_->SplashStatus("Loading Filters");
+    DoEvents();
+    LogAction("Loading filters form");
+    serverFilters_ = std::make_unique<frmFilters>();
+    localFilters_ = std::make_unique<frmFilters>();
+    LogAction("Loading server filters");
+    serverFilters_->ReloadFilters(false);
+    LogAction("Loading local filters");
+    localFilters_->ReloadFilters(true);
+    fGetMail_->setRuleChecks(serverFilters_.get(), localFilters_.get());
+
+    view_->SplashStatus("Applying Settings");
+    DoEvents();
+    LogAction("Applying settings");
+    readsettings();
+
+    LogAction("Setting tray picture");
+    trayPicture_ = TrayPicture::LargeS;
+    showingLarge_ = true;
+
+    LogAction("Loading spam count");
+    globalspamcount();
+
+    LogAction("Hiding splash screen");
+    view_->HideSplash();
+    DoEvents();
+
+    LogAction("Displaying tray icon");
+    showProgramInTray();
+    DoEvents();
+    stopicontimer();
+
+    if (options.autoScan != AutoScan::Off) {
+        bool scan = scanOnStartSet();
+        bool retrieve = !scan && sget("RetrieveOnStart", false).toBool();
+        if (retrieve) NextCycleRetrieves_ = true;
+        if (scan || retrieve) {
+            // The second tick, 400 ms on, fires the first scan.
+            TimerAutoScan_->setInterval(200);
+            TimerAutoScan_->setEnabled(true);
+            ScanDelay_ = 1;
+        }
+    }
+
+    if (!options.headless) applyWindowGeometry();
+
+    if (sget("DisableAutoUpdateCheck", false).toBool()) {
+        LogAction("Auto update disabled");
+        view_->SetStatusPanel(3, "Corva auto-update disabled");
+    } else {
+        LogAction("Update Check Enabled");
+        view_->SetStatusPanel(3, "Auto-update enabled");
+    }
+
+    if (optionIsOne("STARTMIN")) {
+        LogAction("Hiding main form");
+        view_->HideWindow();
+    }
+
+    LogAction("Corva startup complete, ready for some action.");
+    LogAction(std::string(50, '='));
+
+    if (!options.commandLine.empty()) view_->HandleCommandLine(options.commandLine);
+
+    if (!options.headless && !sget("ShowScannerFirst", true).toBool()) {
+        sset("MainWindowState", view_->CurrentWindowState());
+        view_->ShowMailerFirst();
+    }
+}
+
+void frmMain::runFirstRun() {
+    // The wizard writes Corva.ini itself; a headless start only says what is missing.
+    view_->RunAccountWizard();
+}
+
+void frmMain::applyWindowGeometry() {
+    if (sget("MainWindowState", 0).toNumber() == WindowState::Maximised) {
+        LogAction("Maximising main screen");
+        view_->MaximiseWindow();
+        return;
+    }
+    LogAction("Restoring main screen");
+    int width = sget("MainWidth", 7668).toInt();
+    int height = sget("MainHeight", 7300).toInt();
+    int screenWidth = view_->ScreenWidth();
+    int screenHeight = view_->ScreenHeight();
+    if (screenWidth <= 0 || screenHeight <= 0) return;
+    if (width > 0.95 * screenWidth && height > 0.95 * screenHeight)
+        view_->MaximiseWindow();
+    else
+        view_->SetWindowSize(width, height);
+}
+
+bool frmMain::exitprog() {
+    if (shutDown_) return true;
+    bool quit = true;
+    guarded("exitprog", Module, [&] {
+        stopping_ = true;
+        LogAction("Beginning shutdown");
+        if (Sending_) {
+            LogAction("Still sending mail, stopping transfer.");
+            Sending_ = false;
+            WaitSeconds(3);
+            DoEvents();
+        }
+        if (Checking_) {
+            LogAction("Still checking for mail. Stopping transfer.");
+            if (fGetMail_) fGetMail_->CancelMail();
+            Checking_ = false;
+            // The cancelled socket's last events arrive before the objects go.
+            WaitSeconds(3);
+            DoEvents();
+        }
+        if (outboxHoldsMail()) {
+            if (options_.headless) {
+                addnoticetolist("You still have mail in your outbox.");
+            } else if (platform::current().prompts().messageBox(
+                           "You still have mail in your outbox. Are you sure you want to quit?",
+                           platform::Buttons::YesNo,
+                           platform::Icon::Question) != platform::Answer::Yes) {
+                stopping_ = false;
+                quit = false;
+                return;
+            }
+        }
+        // A command has no window, and must not overwrite the window's sizes.
+        if (!options_.headless) {
+            LogAction("Saving window size");
+            sset("MainWidth", view_->WindowWidth());
+            sset("MainHeight", view_->WindowHeight());
+            LogAction("Saving window state");
+            sset("MainWindowState", view_->CurrentWindowState());
+        }
+        LogAction("Removing Tray Icon");
+        view_->RemoveTrayIcon();
+        trayShown_ = false;
+        LogAction("Saving settings");
+        savesettings();
+        if (view_->MailerLoaded()) {
+            LogAction("Hiding mailer");
+            view_->HideMailer();
+            DoEvents();
+            LogAction("Unloading mailer");
+            view_->UnloadMailer();
+        }
+        LogAction("Hiding main form");
+        view_->HideWindow();
+        DoEvents();
+        LogAction("Unloading forms");
+        TimerAutoScan_->setEnabled(false);
+        TimerIconFlash_->setEnabled(false);
+        if (fGetMail_) fGetMail_->setRuleChecks(nullptr, nullptr);
+        if (localFilters_) {
+            LogAction("Unloading local filters");
+            localFilters_.reset();
+        }
+        if (serverFilters_) {
+            LogAction("Unloading server filters");
+            serverFilters_.reset();
+        }
+        LogAction("Writing log");
+        ListLastActions();
+        LogAction("Finished Shutdown of " + AppTitle());
+        LogAction("Unloading main form");
+        if (fGetMail_) fGetMail_->setListener(nullptr);
+        fGetMail_.reset();
+        shutDown_ = true;
+    });
+    if (quit && !shutDown_) shutDown_ = true; // a failed step still ends the program
+    return quit;
+}
+
+bool frmMain::QueryUnload(bool fromCloseBox) {
+    if (!fromCloseBox) return false;
+    // Closing the window is never quitting.
+    sset("MainWindowState", view_->CurrentWindowState());
+    view_->HideWindow();
+    DoEvents();
+    return true;
+}
+
+bool frmMain::outboxHoldsMail() const {
+    std::vector<std::string> files;
+    FillFiles(MessageFolder + OutboxFolder, "eml", files);
+    for (const auto& f : files)
+        if (EndsWith(LCase(f), ".eml")) return true;
+    return false;
+}
+
+// ---------------------------------------------------------------------------
+// The cycle
+
+void frmMain::checkmail(bool deleteMode, bool singleAccount, int account, bool retrieve) {
+    if (Checking_ || stopping_ || !fGetMail_) return;
+    if (account < 0 || account >= AccountCount) {
+        HandleError(RunError(Err::SubscriptOutOfRange), "checkmail", Module);
+        return;
+    }
+    guarded("checkmail", Module, [&] {
+        view_->SetToolbarButtonImage("upanddown", "stop");
+        RetrieveMode_ = retrieve;
+        DeleteMode_ = deleteMode;
+        NewMailArrived_ = false;
+        cycleRunning_ = true;
+        stopmailtimer();
+        starticontimer();
+        while (ServerMessages_.Count() > 0) ServerMessages_.Remove(1);
+        MessagesSeen_ = 0;
+        MessagesKept_ = 0;
+        setuplistview();
+        CurrentAccount_ = static_cast<int16_t>(account);
+        if (singleAccount) {
+            LastAccount_ = static_cast<int16_t>(account);
+            checknextaccount(true);
+        } else {
+            LastAccount_ = 19;
+            checknextaccount(false);
+        }
+    });
+}
+
+void frmMain::checknextaccount(bool force) {
+    guarded("checknextaccount", Module, [&] {
+        int account = CurrentAccount_;
+        if (account < 0 || account >= AccountCount) return;
+        if (Trim(sget(accountKey("SERVER", account), "").toText()).empty()) {
+            donextaccount();
+            return;
+        }
+        Checking_ = true;
+        accountCount_[account] = 0;
+        showmailerstatus("Connecting to server");
+        if (RetrieveMode_)
+            fGetMail_->GetMessages(account, DeleteMode_, force);
+        else
+            fGetMail_->GetHeaders(account, DeleteMode_, force);
+    });
+}
+
+void frmMain::donextaccount() {
+    guarded("donextaccount", Module, [&] {
+        Checking_ = false;
+        if (CurrentAccount_ == -1 || LastAccount_ < 19) {
+            CurrentAccount_ = -1;
+            stopicontimer();
+            startmailtimer();
+            endCycle();
+            notifyfinishedgettingmail("Finished getting mail");
+            return;
+        }
+        saveglobalspamcount();
+        ++CurrentAccount_;
+        if (CurrentAccount_ < AccountCount) {
+            checknextaccount(false);
+            return;
+        }
+        CurrentAccount_ = -1;
+        stopicontimer();
+        endCycle();
+        if (!anyReplyAddress()) {
+            // The timer stays off on this path: there is nothing to scan yet.
+            if (platform::current().prompts().messageBox(
+                    "You need to set up your email account(s). Would you like to open the "
+                    "settings screen?",
+                    platform::Buttons::YesNo, platform::Icon::Question) == platform::Answer::Yes)
+                showsettings();
+            return;
+        }
+        const std::string chime = AppPath() + "ClockChime.wav";
+        if (NewMailArrived_ && AudioOn_ && FileExists(chime))
+            platform::current().sound().play(chime);
+        startmailtimer();
+        notifyfinishedgettingmail("Process complete");
+    });
+}
+
+void frmMain::endCycle() {
+    if (!cycleRunning_) return;
+    cycleRunning_ = false;
+    ++cyclesFinished_;
+}
+
+void frmMain::cancelcheck() {
+    if (Checking_ && fGetMail_) fGetMail_->CancelMail();
+    view_->SetToolbarButtonImage("upanddown", "sendreceive");
+}
+
+void frmMain::notifyfinishedgettingmail(const std::string& text) {
+    if (view_->MailerLoaded()) view_->MailerFinishedGettingMail(text);
+    if (SendAfterCheck_) {
+        SendAfterCheck_ = false;
+        UploadMail();
+    }
+}
+
+void frmMain::showmailerstatus(const std::string& text) {
+    if (view_->MailerLoaded()) view_->MailerStatus(text);
+}
+
+void frmMain::UploadMail() {
+    // The spooled mail goes out through the sender once it is part of the program;
+    // until then nothing is under way and Sending stays clear.
+    addnoticetolist("Sending spooled mail is not available in this build.");
+    Sending_ = false;
+}
+
+void frmMain::showsettings() {
+    if (Checking_) return;
+    stopmailtimer();
+    if (view_->ShowSettingsDialog()) {
+        view_->SetupToolbar();
+        readsettings();
+        if (scanOnStartSet())
+            checkmail(false, false, 0, false);
+        else
+            startmailtimer();
+    } else {
+        startmailtimer();
+    }
+}
+
+void frmMain::readsettings() {
+    guarded("readsettings", Module, [&] {
+        NextCycleDeletes_ = sget("AUTODELETE", 0).toNumber() == 1;
+        AudioOn_ = sget("AUDIO", 0).toNumber() == 1;
+        view_->SetSilentChecked(!AudioOn_);
+        view_->SetReadOnServerEnabled(!sget("DisableReadOnServer", false).toBool());
+        view_->SetupToolbar();
+        view_->SetListFontSize(sget("FontSize", 8).toInt());
+    });
+}
+
+// ---------------------------------------------------------------------------
+// The callers of checkmail
+
+void frmMain::mnuScan_Click() {
+    checkmail(NextCycleDeletes_, false, 0, false);
+}
+void frmMain::mnuScanAcc_Click(int account) {
+    checkmail(false, true, account, false);
+}
+
+void frmMain::KeyDown(Key key, bool ctrl) {
+    if (Checking_) return;
+    switch (key) {
+    case Key::F5:
+        checkmail(ctrl, false, 0, false);
+        break;
+    case Key::F2:
+        checkmail(ctrl, false, 0, true);
+        break;
+    case Key::F3:
+        UploadMail();
+        break;
+    }
+}
+
+void frmMain::scananddisplayspecific(int account) {
+    checkmail(false, true, account, false);
+}
+void frmMain::scananddeletespecific(int account) {
+    checkmail(true, true, account, false);
+}
+void frmMain::retrievemailspecific(int account) {
+    checkmail(false, true, account, true);
+}
+void frmMain::downloadmail(bool deleteBlocked) {
+    checkmail(deleteBlocked, false, 0, true);
+}
+void frmMain::DownloadFromAccount(bool deleteBlocked, int account) {
+    checkmail(deleteBlocked, true, account, true);
+}
+void frmMain::fMailer_Scan() {
+    checkmail(false, false, 0, false);
+}
+void frmMain::fMailer_ScanSpecific(int account) {
+    checkmail(false, true, account, false);
+}
+void frmMain::fMailer_ScanDel() {
+    checkmail(true, false, 0, false);
+}
+void frmMain::fMailer_ScanDelSpecific(int account) {
+    checkmail(true, true, account, false);
+}
+void frmMain::fMailer_DownloadMail() {
+    SendAfterCheck_ = true;
+    checkmail(false, false, 0, true);
+}
+void frmMain::fMailer_DownloadMailNoUpload() {
+    SendAfterCheck_ = false;
+    checkmail(false, false, 0, true);
+}
+void frmMain::fMailer_DLWithClear() {
+    checkmail(true, false, 0, true);
+}
+void frmMain::fMailer_DLFrom(int account) {
+    checkmail(false, true, account, true);
+}
+void frmMain::fMailer_UpDownWithClear() {
+    SendAfterCheck_ = true;
+    checkmail(true, false, 0, true);
+}
+void frmMain::fMailer_UpDownWithClearFrom(int account) {
+    SendAfterCheck_ = true;
+    checkmail(true, true, account, true);
+}
+void frmMain::fMailer_SendRcvDel() {
+    SendAfterCheck_ = true;
+    checkmail(true, false, 0, true);
+}
+void frmMain::fMailer_SendRcvDelSpecific(int account) {
+    SendAfterCheck_ = true;
+    checkmail(true, true, account, false);
+}
+
+// ---------------------------------------------------------------------------
+// frmGetMail's events
+
+void frmMain::HeaderReceived(clsMessage& msg) {
+    guarded("fGetMail_HeaderReceived", Module, [&] {
+        clsMessages::Ptr kept;
+        if (!msg.Deleted || !DeleteMode_)
+            kept = ServerMessages_.Add(std::make_shared<clsMessage>(msg));
+        countAndShow(kept ? *kept : msg);
+    });
+}
+
+void frmMain::MessageReceived(clsMessage& msg) {
+    guarded("fGetMail_MessageReceived", Module, [&] {
+        if (!saveRetrievedMessage(msg)) {
+            // Left alone, the session keeps it on the server even when it deletes
+            // what it retrieves: a message that isn't on disk must not be lost.
+            msg.Ignored = true;
+            addnoticetolist("Could not save \"" + msg.Subject + "\"; it stays on the server.");
+            return;
+        }
+        clsMessages::Ptr kept;
+        if (!msg.Deleted || !DeleteMode_)
+            kept = ServerMessages_.Add(std::make_shared<clsMessage>(msg));
+        countAndShow(kept ? *kept : msg);
+    });
+}
+
+void frmMain::SpecificMessage(clsMessage& msg) {
+    guarded("fGetMail_SpecificMessage", Module, [&] { view_->SpecificMessageArrived(msg); });
+}
+
+void frmMain::Progress(const std::string& text) {
+    view_->SetStatusPanel(1, text);
+    showmailerstatus(text);
+}
+
+void frmMain::POPError(const std::string& serverText) {
+    std::string text = withoutLineEnds(serverText);
+    view_->SetStatusPanel(1, text);
+    view_->SetStatusPicture(PanelPicture::Error);
+    addnoticetolist(text);
+}
+
+void frmMain::DoingServer(const std::string& title) {
+    addservertolist(title);
+}
+
+void frmMain::TimedOut(int seconds) {
+    addnoticetolist("Timed out after " + Str(seconds) + " seconds.");
+    donextaccount();
+}
+
+void frmMain::Finished() {
+    view_->SetStatusPanel(1, "");
+    view_->SetStatusPicture(PanelPicture::None);
+    donextaccount();
+}
+
+void frmMain::Cancelled() {
+    addnoticetolist("Communications cancelled");
+    CurrentAccount_ = -1;
+    donextaccount();
+}
+
+void frmMain::NoMailServer() {
+    donextaccount();
+}
+
+void frmMain::DeletedSpam(int count) {
+    TotalDeleted_ += count;
+    DeletedThisRun_ += count;
+}
+
+void frmMain::NoMail(const std::string& title) {
+    addnoticetolist("No messages on " + title);
+}
+
+void frmMain::NoConnection() {
+    CurrentAccount_ = -1;
+    stopicontimer();
+    startmailtimer();
+    view_->SetStatusPanel(1, "No Internet Connection");
+    view_->SetStatusPicture(PanelPicture::Error);
+    DoEvents();
+}
+
+// ---------------------------------------------------------------------------
+// The list
+
+void frmMain::countAndShow(clsMessage& msg) {
+    add16(MessagesSeen_, 1, "fGetMail_HeaderReceived");
+    int account = msg.FromAccount;
+    if (account >= 0 && account < AccountCount)
+        add16(accountCount_[account], 1, "fGetMail_HeaderReceived");
+    if (!msg.Deleted && !msg.Ignored) add16(MessagesKept_, 1, "fGetMail_HeaderReceived");
+    if (suppressmessage(msg)) return;
+    if (msg.Deleted && DeleteMode_) return;
+    AddMessageToList(msg);
+}
+
+std::string frmMain::verdictWord(const clsMessage& msg) {
+    if (msg.Deleted) return msg.BlockedSender || msg.BlockedRecip ? "BLOCK" : "FAIL";
+    if (msg.Ignored) return "IGNORE";
+    if (msg.Suspicious) return "SPAM?";
+    return "PASS";
+}
+
+void frmMain::AddMessageToList(clsMessage& msg) {
+    ListLine line;
+    line.kind = ListLine::Kind::Message;
+    line.Status = verdictWord(msg);
+    if (msg.Ignored && !msg.Deleted) msg.Subject = "N/A";
+    if (line.Status == "SPAM?" || line.Status == "PASS") NewMailArrived_ = true;
+    line.Size = Str(static_cast<long long>(std::nearbyint(msg.Size))) + "kb";
+    line.From = msg.From;
+    line.Subject = msg.Subject;
+    line.FilteredBy = msg.FilterReason;
+    line.To = msg.To_Email;
+    line.Accnt = Str(msg.FromAccount);
+    int account = msg.FromAccount;
+    line.Msg = Str(account >= 0 && account < AccountCount ? accountCount_[account] : 0);
+    line.MsgNum = Str(MessagesSeen_);
+    line.Colour = msg.Colour;
+    view_->AddListLine(line);
+    if (view_->MailerVisible()) view_->MailerAddListLine(line);
+}
+
+void frmMain::addservertolist(const std::string& title) {
+    ListLine line;
+    line.kind = ListLine::Kind::Server;
+    line.Status = title;
+    view_->AddListLine(line);
+}
+
+void frmMain::addnoticetolist(const std::string& text) {
+    ListLine line;
+    line.kind = ListLine::Kind::Notice;
+    line.Status = text;
+    view_->AddListLine(line);
+    if (view_->MailerVisible()) view_->MailerAddListLine(line);
+}
+
+void frmMain::setuplistview() {
+    view_->ClearList();
+    view_->SetupListColumns(ListColumnCaptions());
+}
+
+bool frmMain::suppressmessage(const clsMessage& msg) const {
+    return serverFilters_ ? serverFilters_->suppressmessage(msg) : false;
+}
+
+void frmMain::rescanCachedmail() {
+    guarded("rescanCachedmail", Module, [&] {
+        if (ServerMessages_.Count() == 0 || !serverFilters_) return;
+        setuplistview();
+        addservertolist("Rescan");
+        // The counts start again so that each line's number is its position.
+        MessagesSeen_ = 0;
+        MessagesKept_ = 0;
+        accountCount_.fill(0);
+        for (const auto& item : ServerMessages_) {
+            serverFilters_->CheckMessage(*item, true);
+            countAndShow(*item);
+        }
+        showlarges();
+    });
+}
+
+int16_t frmMain::AccountMessages(int account) const {
+    return account >= 0 && account < AccountCount ? accountCount_[account] : 0;
+}
+
+// ---------------------------------------------------------------------------
+// Saving a retrieved message
+
+std::string frmMain::destinationFolder(const clsMessage& msg) {
+    std::string relative = ToSlashes(msg.DestFolder);
+    while (!relative.empty() && relative.front() == '/') relative.erase(0, 1);
+    if (Trim(relative).empty()) relative = InboxFolder;
+    return addslash(ResolvePath(MessageFolder + relative));
+}
+
+std::string frmMain::fileBaseFromSubject(const std::string& subject) {
+    return subject.size() > 50 ? subject.substr(0, 35) : subject;
+}
+
+bool frmMain::saveRetrievedMessage(clsMessage& msg) {
+    std::string destination = destinationFolder(msg);
+    MkMissingDir(destination);
+    if (!FolderExists(destination) && !messageFolderFellBack_) {
+        platform::current().prompts().messageBox("Cannot find mail folder: " + MessageFolder +
+                                                 ". Mail will be saved to " + AppPath() +
+                                                 " instead.");
+        // For the rest of the run; the settings keep the user's folder.
+        messageFolderFellBack_ = true;
+        MessageFolder = AppPath() + "Messages/";
+        FoldersIniPath = MessageFolder + "folders.ini";
+        FolderListIniPath = MessageFolder + "folderlist.ini";
+        MkMissingDir(MessageFolder);
+        destination = destinationFolder(msg);
+        MkMissingDir(destination);
+    }
+    if (!FolderExists(destination)) return false;
+
+    std::string path =
+        getunusedfilename(msg.Read, destination, fileBaseFromSubject(msg.Subject), ".eml");
+    if (path.empty()) return false;
+    msg.setFilename(path);
+    // Written whole or not at all: a half-written .eml would pass for a message.
+    if (!WriteFileAtomically(path, msg.RawMessage())) return false;
+    LogAction(path + " saved");
+    ++MessagesSaved_;
+
+    if (view_->MailerLoaded()) {
+        bool inOpenFolder = AddNewMessage(path, destination, msg);
+        view_->MailerNewMessageStored(path, destination, msg, inOpenFolder);
+    } else {
+        addtounreadtag(destination, 0);
+        AddToLastMessageTag(destination, msg);
+    }
+    return true;
+}
+
+// ---------------------------------------------------------------------------
+// The lifetime count
+
+void frmMain::globalspamcount() {
+    TotalDeleted_ = sget("SpamCount", 0).toNumber();
+}
+
+void frmMain::saveglobalspamcount() {
+    sset("SpamCount", numberText(TotalDeleted_));
+}
+
+// ---------------------------------------------------------------------------
+// Automatic scanning
+
+bool frmMain::scanOnStartSet() const {
+    switch (options_.autoScan) {
+    case AutoScan::Off:
+        return false;
+    case AutoScan::On:
+        return true;
+    case AutoScan::Settings:
+        break;
+    }
+    return sget("ScanOnStart", false).toBool();
+}
+
+bool frmMain::autoScanTimerEnabled() const {
+    return TimerAutoScan_->enabled();
+}
+
+void frmMain::setmailtimerinterval() {
+    TimerAutoScan_->setInterval(1000);
+    ScanDelay_ = guardedValue("setmailtimerinterval", Module, int16_t{0}, [&] {
+        if (options_.delaySeconds) return *options_.delaySeconds;
+        return sget("DELAY", 0).toInt16();
+    });
+    displaytimeleft();
+}
+
+void frmMain::startmailtimer() {
+    // ScanOnStart is the master switch of automatic scanning, not only of the first scan.
+    if (scanOnStartSet() && !stopping_) {
+        SecondsElapsed_ = 0;
+        setmailtimerinterval();
+        TimerAutoScan_->setEnabled(true);
+    }
+    view_->SetToolbarButtonImage("upanddown", "sendreceive");
+}
+
+void frmMain::stopmailtimer() {
+    TimerAutoScan_->setEnabled(false);
+    ScanDelay_ = 0;
+    SecondsElapsed_ = 0;
+    view_->SetStatusPanel(4, "Timer stopped");
+}
+
+void frmMain::TimerAutoScan_Timer() {
+    guarded("TimerAutoScan_Timer", Module, [&] {
+        if (ScanDelay_ == 0) return;
+        displaytimeleft();
+        add16(SecondsElapsed_, 1, "TimerAutoScan_Timer");
+        if (SecondsElapsed_ > ScanDelay_) {
+            stopmailtimer();
+            checkmail(NextCycleDeletes_, false, 0, NextCycleRetrieves_);
+            NextCycleRetrieves_ = false;
+        }
+    });
+}
+
+void frmMain::displaytimeleft() {
+    if (ScanDelay_ == 0)
+        view_->SetStatusPanel(4, "Auto scan Disabled");
+    else if (ScanDelay_ - SecondsElapsed_ == 0)
+        view_->SetStatusPanel(4, "Scanning");
+    else
+        view_->SetStatusPanel(4, "Next scan: " + Str(ScanDelay_ - SecondsElapsed_));
+    view_->SetStatusPanel(2, "Total deleted: " + numberText(TotalDeleted_));
+    DoEvents();
+}
+
+// ---------------------------------------------------------------------------
+// The tray
+
+std::string frmMain::firstAccountTitle(bool& found) const {
+    for (int i = 0; i < AccountCount; ++i) {
+        if (!sget(accountKey("REPLYADDRESS", i), "").toText().empty()) {
+            found = true;
+            return sget(accountKey("TITLE", i), "Account " + Str(i + 1)).toText();
+        }
+    }
+    found = false;
+    return "";
+}
+
+bool frmMain::anyReplyAddress() const {
+    bool found = false;
+    firstAccountTitle(found);
+    return found;
+}
+
+void frmMain::showProgramInTray() {
+    bool found = false;
+    std::string title = firstAccountTitle(found);
+    std::string tip = found ? AppTitle() + " - " + title : AppTitle() + " by " + MakerName();
+    view_->ShowTrayIcon(tip, trayPicture_);
+    trayShown_ = true;
+}
+
+void frmMain::starticontimer() {
+    TimerIconFlash_->setInterval(500);
+    TimerIconFlash_->setEnabled(true);
+    showingLarge_ = false;
+    trayPicture_ = TrayPicture::SmallS;
+    if (trayShown_) view_->ChangeTrayIcon("", trayPicture_);
+}
+
+void frmMain::swaptrayicon() {
+    if (!trayShown_) return;
+    if (showingLarge_) {
+        showingLarge_ = false;
+        trayPicture_ = TrayPicture::SmallS;
+        view_->ChangeTrayIcon("", trayPicture_);
+    } else {
+        showlarges();
+    }
+}
+
+void frmMain::stopicontimer() {
+    // The mailer hears "Done" here; the upload after a check waits for the
+    // cycle's own notice, so that it never fires on the settings question path.
+    showmailerstatus("Done");
+    if (view_->MailerLoaded()) view_->MailerFinishedGettingMail("Done");
+    TimerIconFlash_->setEnabled(false);
+    showlarges();
+}
+
+void frmMain::showlarges() {
+    TrayPicture picture = TrayPicture::LargeS;
+    if (NewMailArrived_) {
+        if (MessagesKept_ >= 11)
+            picture = TrayPicture::LotsOfMail;
+        else if (MessagesKept_ >= 1)
+            picture = TrayPicture::GotMail;
+    }
+    showingLarge_ = true;
+    LocalChangetrayicon(picture);
+}
+
+void frmMain::LocalChangetrayicon(TrayPicture picture) {
+    trayPicture_ = picture;
+    bool found = false;
+    std::string title = firstAccountTitle(found);
+    std::string count = Str(MessagesKept_) + " message(s)";
+    std::string tip =
+        found ? AppTitle() + " - " + title + " - " + count : AppTitle() + " - " + count;
+    if (trayShown_) view_->ChangeTrayIcon(tip, picture);
+}
+
+} // namespace corva
