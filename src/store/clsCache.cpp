@@ -10,6 +10,7 @@
 #include "core/modSubs.h"
 #include "store/modMessageFiles.h"
 
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <memory>
@@ -308,12 +309,27 @@ void clsCache::readCache(const FileIndex* index) {
             return;
         }
 
+        int lastColumn = 0;
+        for (int c : {colRead, colReplied, colSize, colFrom, colTo, colSendDate, colReceiveDate,
+                      colBayes, colFilename, colSubject, colPriority, colId})
+            lastColumn = std::max(lastColumn, c);
         const std::string root = addslash(ToSlashes(MessageFolder));
         while (nextLine(line)) {
             if (line.empty()) continue;
             guarded("readcache", kModule, [&] {
                 std::vector<std::string> f = Split(line, CacheSeparator);
-                std::string stored = ToSlashes(f.at(colFilename));
+                // A row cut short (a torn write, a separator in From) has no
+                // safe reading; its file is read again instead.
+                if (static_cast<int>(f.size()) <= lastColumn)
+                    throw RunError(Err::SubscriptOutOfRange,
+                                   "Cache row with " + Str(static_cast<long long>(f.size())) +
+                                       " fields");
+                auto field = [&](int column) -> const std::string& {
+                    if (column < 0)
+                        throw RunError(Err::SubscriptOutOfRange, "Cache column missing");
+                    return f[static_cast<size_t>(column)];
+                };
+                std::string stored = ToSlashes(field(colFilename));
                 // Relative to the message root; a store that was moved is found
                 // by the "messages" folder in its old path.
                 std::string relative = stored;
@@ -334,18 +350,18 @@ void clsCache::readCache(const FileIndex* index) {
                     actual = ResolvePath(full);
                 }
                 clsMessage m;
-                m.Bayes = static_cast<float>(Val(f.at(colBayes)));
-                m.From = f.at(colFrom);
-                m.Read = Val(f.at(colRead)) != 0;
+                m.Bayes = static_cast<float>(Val(field(colBayes)));
+                m.From = field(colFrom);
+                m.Read = Val(field(colRead)) != 0;
                 m.setFilename(actual);
-                m.ReceiveDate = f.at(colReceiveDate);
-                if (colPriority >= 0) m.HighPriority = Val(f.at(colPriority)) != 0;
-                m.Replied = Val(f.at(colReplied)) != 0;
-                m.SendDate = f.at(colSendDate);
-                m.Size = static_cast<float>(Val(f.at(colSize)));
-                m.Subject = f.at(colSubject);
-                m.To_Email = f.at(colTo);
-                m.MessageID = f.at(colId);
+                m.ReceiveDate = field(colReceiveDate);
+                if (colPriority >= 0) m.HighPriority = Val(field(colPriority)) != 0;
+                m.Replied = Val(field(colReplied)) != 0;
+                m.SendDate = field(colSendDate);
+                m.Size = static_cast<float>(Val(field(colSize)));
+                m.Subject = field(colSubject);
+                m.To_Email = field(colTo);
+                m.MessageID = field(colId);
                 AddMsg(m, true);
             });
         }

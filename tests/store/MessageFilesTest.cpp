@@ -1,0 +1,138 @@
+// Message files: the read state in the case of the file's name, header reads,
+// and files that are damaged or not files at all.
+#include "StoreFixture.h"
+
+#include "core/FileSubs.h"
+#include "core/Strings.h"
+#include "core/mSHAREDLogging.h"
+#include "store/modMessageFiles.h"
+
+#include <filesystem>
+#include <sys/stat.h>
+#include <unistd.h>
+
+using namespace corva;
+using namespace corva::test;
+namespace fs = std::filesystem;
+
+namespace {
+std::vector<std::string> namesIn(const std::string& folder) {
+    std::vector<std::string> names;
+    for (const auto& e : fs::directory_iterator(folder))
+        if (e.path().extension() != ".tag") names.push_back(e.path().filename().string());
+    std::sort(names.begin(), names.end());
+    return names;
+}
+} // namespace
+
+TEST_F(StoreTest, ReadStateLivesInTheCaseOfTheFileNameAndMarkingRenames) {
+    fs::create_directories(inbox() + "Mixed Case");
+    std::string folder = inbox() + "Mixed Case/";
+    std::string path = getunusedfilename(false, folder, "Lunch on Friday?", ".eml");
+    EXPECT_TRUE(StartsWith(path, folder)) << "folders keep their case";
+    EXPECT_EQ(fileonly(path), UCase(fileonly(path)));
+
+    clsMessage m;
+    m.CreateFromText(messageText({}), false);
+    m.setFilename(path);
+    savemessage(m);
+    ASSERT_EQ(namesIn(folder).size(), 1u);
+    EXPECT_EQ(namesIn(folder)[0], fileonly(path));
+
+    auto read = readfullmessage(path);
+    EXPECT_FALSE(read->Read);
+    read->Read = true;
+    savemessage(*read);
+    ASSERT_EQ(namesIn(folder), std::vector<std::string>{LCase(fileonly(path))});
+    auto again = readmessageheader(folder + LCase(fileonly(path)));
+    EXPECT_TRUE(again->Read);
+    EXPECT_EQ(again->Filename(), folder + LCase(fileonly(path)));
+    EXPECT_NE(readFile(again->Filename()).find("X-Message-Read: 1\r\n"), std::string::npos);
+
+    // Marking unread again goes back to upper case; reading by either spelling works.
+    again->Read = false;
+    savemessage(*again);
+    EXPECT_EQ(namesIn(folder), std::vector<std::string>{fileonly(path)});
+    EXPECT_EQ(readmessageheader(folder + LCase(fileonly(path)))->Subject, "Hello");
+
+    // Empty raw text removes the message and writes nothing.
+    clsMessage empty;
+    empty.setFilename(path);
+    savemessage(empty);
+    EXPECT_TRUE(namesIn(folder).empty());
+}
+
+TEST_F(StoreTest, NewNamesComeFromTheSubjectAndNeverClash) {
+    std::string a = getunusedfilename(true, inbox(), "?!*", "eml");
+    EXPECT_TRUE(StartsWith(fileonly(a), "message (")) << a;
+    EXPECT_TRUE(EndsWith(a, ") .eml"));
+    writeFile(a, "x");
+    std::string b = getunusedfilename(false, inbox(), "", ".eml");
+    // The read file of that name counts as taken though its case differs.
+    EXPECT_NE(LCase(b), LCase(a));
+    EXPECT_EQ(fileonly(b), UCase(fileonly(b)));
+}
+
+TEST_F(StoreTest, HeaderReadsKeepOnlyTheHeader) {
+    // LF-only lines with no blank line become CR LF lines and parse.
+    writeFile(inbox() + "LF.EML", "From: lf@example.com\nSubject: lines\n");
+    auto m = readmessageheader(inbox() + "LF.EML");
+    EXPECT_EQ(m->Subject, "lines");
+    EXPECT_EQ(m->From, "lf@example.com");
+
+    // A blank line past the first 10,000 bytes: the header is cut there.
+    std::string longHeader = "Subject: long\r\nX-Pad: " + std::string(12000, 'p') + "\r\n\r\nbody";
+    writeFile(inbox() + "LONG.EML", longHeader);
+    m = readmessageheader(inbox() + "LONG.EML");
+    EXPECT_EQ(m->Subject, "long");
+    EXPECT_EQ(m->Size, 12.0f); // from the file, not from what was read
+
+    // A body is never parsed by a header read.
+    MessageSpec spec;
+    spec.body = "Subject: not this one\r\n\r\n";
+    std::string path = addMessage("Inbox/", "BODY.EML", spec);
+    EXPECT_EQ(readmessageheader(path)->Subject, "Hello");
+    EXPECT_TRUE(readmessageheader(path)->MessageBody.find("not this one") == std::string::npos);
+    EXPECT_EQ(readfullmessage(path)->Size, 1.0f);
+
+    // No X-Receive-Date: the file's date stands in.
+    EXPECT_EQ(readmessageheader(path)->ReceiveDate, FileDate(path).format("yyyy-mm-dd hh:nn:ss"));
+
+    // 1.5 KB rounds to 2 (ties to even), 2.5 KB to 2.
+    writeFile(inbox() + "A.EML", messageText({}) + std::string(1536 - messageText({}).size(), 'a'));
+    writeFile(inbox() + "B.EML", messageText({}) + std::string(2560 - messageText({}).size(), 'b'));
+    EXPECT_EQ(readmessageheader(inbox() + "A.EML")->Size, 2.0f);
+    EXPECT_EQ(readmessageheader(inbox() + "B.EML")->Size, 2.0f);
+}
+
+TEST_F(StoreTest, FilesThatCannotBeMessagesGiveEmptyMessagesAndARecord) {
+    ResetLastActions();
+    writeFile(inbox() + "EMPTY.EML", "");
+    auto m = readmessageheader(inbox() + "EMPTY.EML");
+    EXPECT_TRUE(m->Filename().empty());
+    EXPECT_TRUE(ringHolds("Empty message file"));
+
+    ASSERT_EQ(::mkfifo((inbox() + "PIPE.EML").c_str(), 0600), 0);
+    m = readmessageheader(inbox() + "PIPE.EML"); // must not block
+    EXPECT_TRUE(m->Filename().empty());
+    EXPECT_TRUE(ringHolds("PIPE.EML is not a message file"));
+
+    fs::create_symlink(inbox() + "GONE.EML", inbox() + "LINK.EML");
+    m = readfullmessage(inbox() + "LINK.EML");
+    EXPECT_TRUE(m->Filename().empty());
+    EXPECT_TRUE(ringHolds("LINK.EML"));
+
+    // Missing altogether: empty, and nothing to report.
+    ResetLastActions();
+    EXPECT_TRUE(readmessageheader(inbox() + "NOPE.EML")->Filename().empty());
+    EXPECT_TRUE(LastActionEntries().empty());
+}
+
+TEST_F(StoreTest, UnreadableFileIsRecorded) {
+    if (::geteuid() == 0) GTEST_SKIP() << "running as root, who can read any file";
+    std::string path = addMessage("Inbox/", "LOCKED.EML", {});
+    ::chmod(path.c_str(), 0);
+    ResetLastActions();
+    EXPECT_TRUE(readmessageheader(path)->Filename().empty());
+    EXPECT_TRUE(ringHolds("Permission denied(70)"));
+}

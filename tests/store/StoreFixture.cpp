@@ -1,0 +1,59 @@
+#include "StoreFixture.h"
+
+#include "core/DateTime.h"
+#include "core/Globals.h"
+#include "core/Strings.h"
+#include "core/mSHAREDLogging.h"
+#include "core/mSHAREDSettings.h"
+#include "store/modFolders.h"
+
+namespace corva::test {
+
+std::string messageText(const MessageSpec& s) {
+    std::string t = "From: " + s.from + "\r\nTo: " + s.to + "\r\nSubject: " + s.subject +
+                    "\r\nDate: Tue, 3 Jun 2008 11:05:30 +0200\r\n";
+    if (!s.id.empty()) t += "Message-ID: " + s.id + "\r\n";
+    if (s.read) t += "X-Message-Read: 1\r\n";
+    if (!s.receiveDate.empty()) t += "X-Receive-Date: " + s.receiveDate + "\r\n";
+    return t + "\r\n" + s.body;
+}
+
+void StoreTest::SetUp() {
+    home_.makeProgramFolder();
+    Settings().DeleteAllSettings();
+    PathsStore().DeleteAllSettings();
+    NoCacheFlag = false;
+    readmessagefolder();
+}
+
+void StoreTest::TearDown() {
+    Settings().DeleteAllSettings();
+    PathsStore().DeleteAllSettings();
+}
+
+std::string StoreTest::addMessage(const std::string& folder, const std::string& fileName,
+                                  const MessageSpec& spec) {
+    std::string path = MessageFolder + folder + (spec.read ? LCase(fileName) : UCase(fileName));
+    writeFile(path, messageText(spec));
+    return path;
+}
+
+std::string StoreTest::inbox() const {
+    return MessageFolder + "Inbox/";
+}
+
+std::string StoreTest::ringText() {
+    std::string all;
+    for (const auto& e : LastActionEntries()) all += e + "\n";
+    return all;
+}
+
+bool StoreTest::ringHolds(const std::string& text) {
+    return ringText().find(text) != std::string::npos;
+}
+
+std::string daysAgo(int n) {
+    return DateTime::today().addDays(-n).format("yyyy-mm-dd") + " 12:00:00";
+}
+
+} // namespace corva::test
