@@ -1,0 +1,137 @@
+// "corva ssl2-test": opens an SSL 2.0 session with the stand-alone client and
+// prints its events, the way the debug window lists them.
+#include "app/Command.h"
+#include "core/mSHAREDLogging.h"
+#include "smtp/frmSendMailSSL.h"
+
+#include <cstdio>
+#include <iostream>
+
+namespace corva::app {
+namespace {
+
+// Bytes as a readable line: controls and high bytes as escapes.
+std::string printable(const std::string& bytes) {
+    std::string out;
+    for (unsigned char c : bytes) {
+        if (c == '\r')
+            out += "\\r";
+        else if (c == '\n')
+            out += "\\n";
+        else if (c == '\\')
+            out += "\\\\";
+        else if (c >= 32 && c < 127)
+            out += static_cast<char>(c);
+        else {
+            char hex[5];
+            std::snprintf(hex, sizeof hex, "\\x%02X", c);
+            out += hex;
+        }
+    }
+    return out;
+}
+
+class PrintedEvents : public frmSendMailSSLListener {
+public:
+    bool connected = false;
+    bool closed = false;
+    bool failed = false;
+    bool gotData = false;
+
+    void SSLConnect() override {
+        connected = true;
+        std::cout << "SSLConnect" << std::endl;
+    }
+    void SSLClose() override {
+        closed = true;
+        std::cout << "SSLClose" << std::endl;
+    }
+    void SSLData(const std::string& data) override {
+        gotData = true;
+        std::cout << "SSLData (" << data.size() << " bytes): " << printable(data) << std::endl;
+    }
+    void SSLError(const std::string& description, int number) override {
+        failed = true;
+        std::cout << "SSLError " << number << ": " << description << std::endl;
+    }
+    void SSLConnecting() override { std::cout << "SSLConnecting" << std::endl; }
+    void SSLSendingData(const std::string& data) override {
+        std::cout << "SSLSendingData (" << data.size() << " bytes): " << printable(data)
+                  << std::endl;
+    }
+};
+
+// What went wrong inside the client is in the ring of last actions.
+void printRecordedFailures() {
+    for (const std::string& entry : LastActionEntries()) std::cerr << "  " << entry << "\n";
+}
+
+int run(CommandArgs& args) {
+    std::optional<std::string> text = args.option("--send");
+    int waitSeconds = 10;
+    if (auto wait = args.option("--wait")) waitSeconds = std::atoi(wait->c_str());
+    if (!args.unknownOptions().empty()) {
+        std::cerr << "corva ssl2-test: unknown option " << args.unknownOptions().front() << "\n";
+        return 2;
+    }
+    if (args.rest().size() != 2 || std::atoi(args.rest()[1].c_str()) <= 0) {
+        std::cerr << "Usage: corva ssl2-test HOST PORT [--send TEXT] [--wait SECONDS]\n";
+        return 2;
+    }
+    const std::string host = args.rest()[0];
+    const int port = std::atoi(args.rest()[1].c_str());
+    auto& loop = platform::current().eventLoop();
+    const int waitMs = (waitSeconds > 0 ? waitSeconds : 10) * 1000;
+
+    frmSendMailSSL ssl;
+    PrintedEvents events;
+    ssl.setListener(&events);
+    if (!ssl.Setup()) {
+        std::cerr << "corva ssl2-test: RC4 and MD5 are not available from libcrypto "
+                     "(its legacy provider is missing)\n";
+        return 1;
+    }
+    ssl.ConnectSSL(host, port);
+    loop.runUntil([&] { return events.connected || events.closed || events.failed; }, waitMs);
+    if (!events.connected) {
+        if (!events.closed && !events.failed)
+            std::cout << "No handshake within the time"
+                      << "\n";
+        printRecordedFailures();
+        ssl.CloseSSL();
+        ssl.TearDown();
+        return 1;
+    }
+
+    if (text) {
+        if (auto refused = ssl.SendSSL(*text)) {
+            std::cerr << "corva ssl2-test: " << refused->description << " (" << refused->number
+                      << ")\n";
+        } else {
+            // Whatever comes back is printed until the server falls silent for a
+            // second after answering, or closes.
+            loop.runUntil([&] { return events.gotData || events.closed; }, waitMs);
+            while (events.gotData && !events.closed) {
+                events.gotData = false;
+                loop.runUntil([&] { return events.gotData || events.closed; }, 1000);
+            }
+        }
+    }
+    if (!events.closed) ssl.CloseSSL();
+    ssl.TearDown();
+    return 0;
+}
+
+const CommandRegistration registration({
+    "ssl2-test",
+    "corva ssl2-test HOST PORT [--send TEXT] [--wait SECONDS]",
+    "open an SSL 2.0 session (RC4 128 with MD5) and print its events",
+    "Runs the handshake with the server, prints each event of the session as it\n"
+    "comes, sends TEXT once connected and prints what comes back, then closes.\n"
+    "--wait is how long to wait for the handshake and for an answer (default 10).\n"
+    "The exit status is 0 when the handshake finished, 1 when it did not.",
+    run,
+});
+
+} // namespace
+} // namespace corva::app
