@@ -1,0 +1,661 @@
+// The POP3 dialogue as one state machine on the socket's data events. Each
+// data event is one reply, or one more piece of a multi-line reply: there is
+// no line assembly underneath, and the decisions below rely on that.
+#include "pop3/frmGetMail.h"
+
+#include "core/DateTime.h"
+#include "core/ErrorHandler.h"
+#include "core/FileSubs.h"
+#include "core/Globals.h"
+#include "core/Strings.h"
+#include "core/Variant.h"
+#include "core/mSHAREDDelay.h"
+#include "core/mSHAREDLogging.h"
+#include "core/mSHAREDSettings.h"
+#include "message/MessageCheck.h"
+#include "message/clsMessage.h"
+
+#include <cmath>
+#include <set>
+
+namespace corva {
+
+namespace {
+
+constexpr const char* Module = "frmGetMail";
+constexpr const char* Terminator = "\n.\r\n";
+
+frmGetMailEvents& silentEvents() {
+    static frmGetMailEvents none;
+    return none;
+}
+
+// File numbers of the temporary files open in this process, so that two
+// sessions never write to the same mail_<n>.tmp.
+std::set<int>& openFileNumbers() {
+    static std::set<int> numbers;
+    return numbers;
+}
+
+int freeFileNumber() {
+    int h = 1;
+    while (openFileNumbers().count(h)) ++h;
+    return h;
+}
+
+// Two decimal places, ties to the even neighbour.
+double round2(double x) {
+    return std::nearbyint(x * 100.0) / 100.0;
+}
+
+int16_t add16(int16_t value, int by) {
+    int sum = value + by;
+    if (sum > 32767 || sum < -32768) throw RunError(Err::Overflow);
+    return static_cast<int16_t>(sum);
+}
+
+int16_t toInt16(const std::string& text) {
+    Variant v(text);
+    if (!v.isNumeric()) throw RunError(Err::TypeMismatch);
+    return v.toInt16();
+}
+
+} // namespace
+
+// ---------------------------------------------------------------------------
+// Set-up
+
+frmGetMail::frmGetMail()
+    : events_(&silentEvents()), socket_(platform::current().createSocket()),
+      Timer1_(platform::current().createTimer()) {
+    socket_->setListener(this);
+    Timer1_->setCallback([this] { guarded("Timer1_Timer", Module, [this] { Timer1_Timer(); }); });
+    for (int i = 0; i < AccountCount; ++i) {
+        active_[i] = true;
+        stopAtLast_[i] = true;
+        title_[i] = "Account " + Str(i + 1);
+    }
+}
+
+frmGetMail::~frmGetMail() {
+    Timer1_->setEnabled(false);
+    socket_->setListener(nullptr);
+    socket_->close();
+    closeTempFile(false);
+}
+
+void frmGetMail::setListener(frmGetMailEvents* listener) {
+    events_ = listener ? listener : &silentEvents();
+}
+
+void frmGetMail::setRuleChecks(MessageCheck* serverRules, MessageCheck* localRules) {
+    serverRules_ = serverRules;
+    localRules_ = localRules;
+}
+
+std::pair<std::string, int> frmGetMail::serverAddress(const std::string& setting) {
+    std::string host = Trim(setting);
+    size_t colon = host.rfind(':');
+    // Only one colon (or a bracketed address before it) makes a port: a bare
+    // IPv6 address is all host.
+    bool bracketed = !host.empty() && host[0] == '[' && colon != std::string::npos && colon > 0 &&
+                     host[colon - 1] == ']';
+    if (colon == std::string::npos || (!bracketed && host.find(':') != colon))
+        return {host, DefaultPort};
+    std::string portText = host.substr(colon + 1);
+    bool digits = !portText.empty() && portText.size() <= 5 &&
+                  portText.find_first_not_of("0123456789") == std::string::npos;
+    int port = digits ? std::stoi(portText) : 0;
+    if (port < 1 || port > 65535) return {host, DefaultPort};
+    host.erase(colon);
+    if (bracketed) host = host.substr(1, host.size() - 2);
+    return {host, port};
+}
+
+std::string frmGetMail::tempFilePath(int handle) {
+    return MessageFolder + "mail_" + Str(handle) + ".tmp";
+}
+
+const std::string& frmGetMail::title() const {
+    return title_[account_];
+}
+
+// ---------------------------------------------------------------------------
+// Public operations
+
+void frmGetMail::CancelMail() {
+    guarded("CancelMail", Module, [this] {
+        events_->Progress("Mail retrieval cancelled");
+        events_->Cancelled();
+        cleanupandexit();
+    });
+}
+
+void frmGetMail::GetSpecificMessage(int account, long number) {
+    auto& prompts = platform::current().prompts();
+    prompts.setCursor(platform::Cursor::Busy);
+    guarded("GetSpecificMessage", Module, [&] {
+        if (account < 0 || account >= AccountCount) throw RunError(Err::SubscriptOutOfRange);
+        mode_ = GetSpecificMode;
+        SpecificNumber_ = Variant(static_cast<double>(number)).toInt16();
+        account_ = static_cast<int16_t>(account);
+        state_ = StNew;
+        connectToServer(account);
+        caption_ = "Retrieving message " + Str(number);
+    });
+    prompts.setCursor(platform::Cursor::Normal);
+}
+
+void frmGetMail::GetHeaders(int account, bool deleteBlocked, bool force) {
+    mode_ = GetHeadersMode;
+    Begintransfer(account, deleteBlocked, force);
+}
+
+void frmGetMail::GetMessages(int account, bool deleteBlocked, bool force) {
+    mode_ = GetMessagesMode;
+    Begintransfer(account, deleteBlocked, force);
+}
+
+void frmGetMail::Begintransfer(int account, bool deleteBlocked, bool force) {
+    try {
+        if (account < 0 || account >= AccountCount) throw RunError(Err::SubscriptOutOfRange);
+        readAccounts();
+        SecondsWaited_ = 0;
+        const std::string n = Str(account);
+        // An account without a server can't be active: say so in the settings.
+        if (server_[account].empty() && active_[account]) sset("CHECK" + n, false);
+        if (server_[account].empty() || (!active_[account] && !force)) {
+            events_->NoMailServer();
+            return;
+        }
+        if (password_[account].empty()) askPassword(account);
+
+        DoEvents();
+        MessagesHandled_ = 0;
+        DeleteBlocked_ = deleteBlocked;
+        account_ = static_cast<int16_t>(account);
+        caption_ = "Reading mail";
+        ListLines_.clear();
+
+        events_->DoingServer(title_[account]);
+        events_->Progress("Checking mail on " + title_[account]);
+
+        state_ = StNew;
+        ConnectTimeout_ = sget("MailTimeout", 30).toInt16();
+        connectToServer(account);
+    } catch (const std::exception& e) {
+        HandleError(e, "Begintransfer", Module);
+        RecordAction("Error while checking mail", "Begintransfer", Module);
+    }
+}
+
+void frmGetMail::readAccounts() {
+    for (int i = 0; i < AccountCount; ++i) {
+        const std::string n = Str(i);
+        password_[i] = sget("PWD" + n, "").toText();
+        userName_[i] = sget("UNAME" + n, "").toText();
+        server_[i] = Trim(sget("SERVER" + n, "").toText());
+        active_[i] = sget("CHECK" + n, true).toBool();
+        stopAtLast_[i] = sget("STOPATLAST" + n, true).toBool();
+        title_[i] = sget("TITLE" + n, "Account " + Str(i + 1)).toText();
+    }
+}
+
+void frmGetMail::askPassword(int account) {
+    const std::string n = Str(account);
+    platform::PasswordReply reply = platform::current().prompts().askPassword(
+        "Enter password for '" + userName_[account] + "' on account '" + title_[account] + "'");
+    // A cancelled prompt goes on with the empty password: the server refuses it
+    // and the user sees why.
+    if (reply.cancelled) return;
+    password_[account] = reply.text;
+    if (reply.remember) {
+        sset("PWD" + n, reply.text);
+        savesettings();
+    }
+}
+
+void frmGetMail::connectToServer(int account) {
+    socket_->close();
+    socket_->setLocalPort(0);
+    SecondsWaited_ = 0;
+    startTimer1();
+    auto [host, port] = serverAddress(server_[account]);
+    socket_->connect(host, port);
+}
+
+void frmGetMail::startTimer1() {
+    Timer1_->setInterval(1000);
+    Timer1_->setEnabled(true);
+}
+
+void frmGetMail::cleanupandexit() {
+    Timer1_->setEnabled(false);
+    socket_->close();
+    if (TempFileHandle_ != 0) closeTempFile(true);
+    ListLines_.clear();
+    progressValue_ = 0;
+    progressMax_ = 0;
+    caption_ = "Checking mail";
+    events_->Finished();
+}
+
+void frmGetMail::Timer1_Timer() {
+    SecondsWaited_ = add16(SecondsWaited_, 1);
+    if (SecondsWaited_ > 2)
+        events_->Progress(title() +
+                          " - Trying to connect: " + Str(ConnectTimeout_ - SecondsWaited_));
+    if (SecondsWaited_ >= ConnectTimeout_) {
+        SecondsWaited_ = 0;
+        RecordAction("Last Data string: " + lastData_, "Timer1_Timer", Module);
+        RecordAction("Timed out", "Timer1_Timer", Module);
+        CancelMail();
+        events_->TimedOut(ConnectTimeout_);
+    }
+}
+
+void frmGetMail::socketError(int number, const std::string& description) {
+    guarded("sckMail_Error", Module, [&] {
+        RecordAction("Winsock Error " + Str(number), "sckMail_Error", Module);
+        namespace E = platform::SocketError;
+        switch (number) {
+        case E::HostNotFound:
+        case E::NoData:
+        case E::TimedOut:
+        case E::NetworkUnreachable:
+        case E::HostUnreachable:
+        case E::ConnectionAborted:
+            Timer1_->setEnabled(false);
+            events_->NoConnection();
+            events_->Finished();
+            break;
+        default:
+            // Deliberately nothing more: the timer runs on and the transfer ends by time-out.
+            platform::current().prompts().messageBox("Error while connecting to server:\r\n[" +
+                                                     Str(number) + "] " + description);
+        }
+    });
+}
+
+void frmGetMail::send(const std::string& command) {
+    // A command to a closed socket goes nowhere; the time-out ends the transfer.
+    if (socket_->state() != platform::SocketState::Connected) {
+        RecordAction("Not connected, dropped " + Left(command, 4), "send", Module);
+        return;
+    }
+    socket_->sendData(command + "\r\n");
+}
+
+// ---------------------------------------------------------------------------
+// The dialogue.
+//
+//   state       waits for     on a good reply
+//   StNew       greeting      send USER                           -> StUserSent
+//   StUserSent  USER reply    send PASS                           -> StPassSent
+//   StPassSent  PASS reply    send LIST                           -> StListSent
+//   StListSent  LIST text     gather to the dot line; send STAT   -> StStatSent
+//   StStatSent  STAT reply    count 0: QUIT                       -> StQuitSent
+//                             specific: RETR n (or QUIT if beyond) -> StRetrSent
+//                             else TOP 1 1                        -> StTopSent
+//   StTopSent   TOP text      judge the header:
+//                               delete: DELE n                    -> StDeleSent
+//                               retrieve: RETR n                  -> StRetrSent
+//                               else next: TOP n+1 1 or QUIT      -> StTopSent / StQuitSent
+//   StRetrSent  RETR text     to mail_<h>.tmp; at the dot line hand the
+//                             message over; next: TOP or QUIT     -> StTopSent / StQuitSent
+//   StDeleSent  DELE reply    next: TOP n 1 or QUIT; DeletedSpam  -> StTopSent / StQuitSent
+//   StQuitSent  QUIT reply    status line, clean up, Finished
+//
+// A reply not starting with "+" fails the dialogue, except in the four
+// multi-line states, where every piece counts as good. "-ERR" once the last
+// message is passed ends the dialogue quietly (servers that don't stop at last).
+
+void frmGetMail::socketDataArrival(const std::string& data) {
+    guarded("DataArrival", Module, [&] { DataArrival(data); });
+}
+
+void frmGetMail::DataArrival(const std::string& data) {
+    SecondsWaited_ = 0;
+    startTimer1();
+    lastData_ = data;
+
+    // Replies of the login and the deletions are logged; message text is not.
+    if (state_ == StNew || state_ == StDeleSent || state_ == StQuitSent || !InMultiLine_)
+        LogAction(title() + ": " + data);
+
+    if (MessageNumber_ > MessageCount_ && InStrNoCase(data, "-err") > 0) {
+        state_ = StQuitSent;
+        send("QUIT");
+        InMultiLine_ = false;
+        return;
+    }
+
+    bool good = (!data.empty() && data[0] == '+') || state_ == StListSent || state_ == StStatSent ||
+                state_ == StTopSent || state_ == StRetrSent;
+    if (!good) {
+        InMultiLine_ = false;
+        LogAction("POP Error: " + data);
+        state_ = StQuitSent;
+        send("QUIT");
+        events_->POPError(data);
+        cleanupandexit();
+        return;
+    }
+
+    switch (state_) {
+    case StNew:
+        onGreeting();
+        break;
+    case StUserSent:
+        onUserReply();
+        break;
+    case StPassSent:
+        onPassReply();
+        break;
+    case StListSent:
+        onListText(data);
+        break;
+    case StStatSent:
+        onStatReply(data);
+        break;
+    case StTopSent:
+        onTopText(data);
+        break;
+    case StRetrSent:
+        onRetrText(data);
+        break;
+    case StDeleSent:
+        onDeleReply();
+        break;
+    case StQuitSent:
+        onQuitReply();
+        break;
+    }
+}
+
+void frmGetMail::onGreeting() {
+    InMultiLine_ = false;
+    const std::string connecting = "Connecting to " + title() + " ...";
+    if (mode_ != GetSpecificMode) caption_ = connecting;
+    MessageCount_ = 0;
+    MessageNumber_ = 0;
+    events_->Progress(connecting);
+    state_ = StUserSent;
+    send("USER " + userName_[account_]);
+    LogAction("Sending USER command");
+}
+
+void frmGetMail::onUserReply() {
+    events_->Progress("Authorising on " + title() + " ...");
+    LogAction("Sending PASS command");
+    state_ = StPassSent;
+    send("PASS " + password_[account_]);
+}
+
+void frmGetMail::onPassReply() {
+    state_ = StListSent;
+    LogAction("Sending LIST command");
+    send("LIST");
+}
+
+void frmGetMail::onListText(const std::string& data) {
+    InMultiLine_ = true;
+    size_t from = ReplyBuffer_.size() >= 3 ? ReplyBuffer_.size() - 3 : 0;
+    ReplyBuffer_ += data;
+    if (!holdsTerminator(ReplyBuffer_, from)) return;
+    ListLines_ = Split(ReplyBuffer_, "\r\n");
+    ReplyBuffer_.clear();
+    LogAction("Sending STAT command");
+    events_->Progress("Listing messages");
+    state_ = StStatSent;
+    send("STAT");
+}
+
+void frmGetMail::onStatReply(std::string data) {
+    events_->Progress("Getting Message Count");
+    data = Trim(data);
+    if (EndsWith(data, "\r\n")) data.erase(data.size() - 2);
+    LogAction("strData = '" + data + "'");
+
+    size_t first = InStr(data, " ");
+    if (first == 0) {
+        // Nothing is sent: the transfer runs into its time-out.
+        MessageCount_ = 0;
+        return;
+    }
+    size_t second = InStr(data, " ", first + 1);
+    std::string countText, sizeText;
+    if (second > 0) {
+        countText = Mid(data, first + 1, second - first - 1);
+        sizeText = Mid(data, InStrRev(data, " ") + 1);
+    } else {
+        countText = Left(data, first - 1);
+        sizeText = Mid(data, first + 1);
+    }
+    MessageCount_ = toInt16(countText);
+    Variant size(sizeText);
+    if (!size.isNumeric()) throw RunError(Err::TypeMismatch);
+    double totalSize = size.toNumber();
+    LogAction("intMessages = '" + Str(MessageCount_) + "'");
+    LogAction("TotalSize = '" + numberText(totalSize) + "'");
+
+    if (mode_ == GetSpecificMode) {
+        if (MessageCount_ < SpecificNumber_) {
+            LogAction("Invalid msg number. Sending QUIT command");
+            quit();
+        } else {
+            LogAction("Sending RETR " + Str(SpecificNumber_) + " command");
+            state_ = StRetrSent;
+            send("RETR " + Str(SpecificNumber_));
+        }
+        return;
+    }
+    if (MessageCount_ < 1) {
+        LogAction("No mail. Sending QUIT command");
+        events_->NoMail(title());
+        quit();
+        return;
+    }
+    progressValue_ = 0;
+    progressMax_ = MessageCount_;
+    events_->Progress(Str(MessageCount_) + " message(s) on " + title() + "   (" +
+                      numberText(round2(totalSize / 1024)) + " kb)");
+    state_ = StTopSent;
+    MessageNumber_ = 1;
+    send("TOP 1 1");
+}
+
+void frmGetMail::onTopText(const std::string& data) {
+    size_t from = ReplyBuffer_.size() >= 3 ? ReplyBuffer_.size() - 3 : 0;
+    ReplyBuffer_ += data;
+    if (!holdsTerminator(ReplyBuffer_, from)) return;
+
+    clsMessage msg;
+    msg.CreateFromText(replyText(ReplyBuffer_), true);
+    msg.FromAccount = account_;
+    float listed = listedSize(MessageNumber_);
+    if (listed >= 0) msg.Size = listed;
+    MessagesHandled_ = add16(MessagesHandled_, 1);
+    msg.MessageNumThisAcc = MessagesHandled_;
+    if (serverRules_) serverRules_->CheckMessage(msg, true);
+    ReplyBuffer_.clear();
+    judgeHeader(msg);
+}
+
+void frmGetMail::judgeHeader(clsMessage& msg) {
+    const std::string n = Str(MessageNumber_);
+    const std::string ofCount = " of " + Str(MessageCount_);
+    if (msg.Deleted || msg.BlockedSender || msg.BlockedRecip) {
+        if (DeleteBlocked_) {
+            // A deleted message leaves no trace in the list: no HeaderReceived.
+            events_->Progress("Deleting message " + n + ofCount);
+            state_ = StDeleSent;
+            send("DELE " + n);
+            ++MessageNumber_;
+        } else {
+            events_->Progress("Skipping message " + n + ofCount + " (" + msg.FilterReason + ")");
+            events_->HeaderReceived(msg);
+            ++MessageNumber_;
+            nextMessage();
+        }
+    } else if (msg.Ignored) {
+        events_->Progress("Ignoring message " + n + ofCount);
+        ++MessageNumber_;
+        events_->HeaderReceived(msg);
+        nextMessage();
+    } else if (mode_ == GetHeadersMode) {
+        events_->Progress("Passed message " + n + ofCount);
+        events_->HeaderReceived(msg);
+        ++MessageNumber_;
+        nextMessage();
+    } else if (mode_ == GetMessagesMode) {
+        LogAction("Sending RETR " + n);
+        state_ = StRetrSent;
+        send("RETR " + n);
+    }
+}
+
+void frmGetMail::nextMessage() {
+    if (stopAtLast_[account_] && MessageNumber_ > MessageCount_) {
+        LogAction("Got last message. Sending QUIT");
+        quit();
+        return;
+    }
+    // Without STOPATLAST this asks one beyond the count on purpose: the
+    // server's refusal is what ends the dialogue.
+    state_ = StTopSent;
+    send("TOP " + Str(MessageNumber_) + " 1");
+}
+
+void frmGetMail::quit() {
+    state_ = StQuitSent;
+    send("QUIT");
+}
+
+float frmGetMail::listedSize(long number) const {
+    if (number < 0 || static_cast<size_t>(number) >= ListLines_.size()) return -1;
+    const std::string& line = ListLines_[static_cast<size_t>(number)];
+    size_t blank = InStr(line, " ");
+    if (blank == 0) return 1;
+    return static_cast<float>(round2(Val(Mid(line, blank + 1)) / 1024));
+}
+
+void frmGetMail::onRetrText(const std::string& data) {
+    if (TempFileHandle_ == 0) openTempFile();
+    if (!data.empty() && std::fwrite(data.data(), 1, data.size(), tempFile_) != data.size())
+        throw RunError(Err::DeviceIO);
+    BytesReceived_ += static_cast<int64_t>(data.size());
+
+    // Only the tail is kept, to see the terminator even when it is split
+    // between two data events; the message itself is on disk.
+    size_t from = ReplyBuffer_.size() >= 3 ? ReplyBuffer_.size() - 3 : 0;
+    ReplyBuffer_ += data;
+    bool complete = holdsTerminator(ReplyBuffer_, from);
+    if (ReplyBuffer_.size() > 500)
+        ReplyBuffer_ = complete ? std::string(Terminator) : Right(ReplyBuffer_, 500);
+    if (!complete) {
+        float now = SecondsOfDay();
+        if (BytesReceived_ > 10000 && now > NextProgressTime_) {
+            events_->Progress("Receiving message (" + Str(BytesReceived_) + " bytes)");
+            NextProgressTime_ = now + 0.5f;
+        }
+        return;
+    }
+
+    const std::string path = tempFilePath(TempFileHandle_);
+    closeTempFile(false);
+    // The temporary file stays: the next message with the same number overwrites it.
+    ReplyBuffer_ = LoadTextFile(path);
+
+    clsMessage msg;
+    msg.CreateFromText(replyText(ReplyBuffer_), false);
+    msg.RemoveReceiveDate();
+    msg.ReceiveDate = DateTime::now().format("yyyy-mm-dd hh:nn:ss");
+    msg.FromAccount = account_;
+    msg.Read = false;
+    MessagesHandled_ = add16(MessagesHandled_, 1);
+    msg.MessageNumThisAcc = MessagesHandled_;
+    ReplyBuffer_.clear();
+
+    if (mode_ == GetSpecificMode) {
+        events_->Progress("Selected message downloaded");
+        MessagesHandled_ = SpecificNumber_;
+        events_->SpecificMessage(msg);
+        quit();
+        return;
+    }
+
+    if (serverRules_) serverRules_->CheckMessage(msg, true);
+    if (localRules_ && !msg.Ignored && !msg.Deleted && !msg.BlockedSender && !msg.BlockedRecip &&
+        !msg.Suspicious && msg.DestFolder.empty())
+        localRules_->CheckMessage(msg, false);
+    events_->MessageReceived(msg);
+
+    const std::string n = Str(MessageNumber_);
+    events_->Progress("Downloaded Message " + n + " of " + Str(MessageCount_) +
+                      (msg.DestFolder.empty() ? " to Inbox" : " to " + msg.DestFolder));
+    if (MessageNumber_ > MessageCount_) MessageCount_ = MessageNumber_;
+    progressValue_ = MessageNumber_;
+    progressMax_ = MessageCount_;
+
+    // No reply is awaited: the next command follows at once, and the server's
+    // answer to DELE arrives at the front of the next reply.
+    if (!msg.Ignored && sget("DELETEONRETRIEVE", 0).toNumber() == 1) send("DELE " + n);
+
+    ++MessageNumber_;
+    if (stopAtLast_[account_] && MessageNumber_ > MessageCount_) {
+        quit();
+    } else {
+        state_ = StTopSent;
+        send("TOP " + Str(MessageNumber_) + " 1");
+    }
+}
+
+void frmGetMail::onDeleReply() {
+    nextMessage();
+    events_->DeletedSpam(1);
+}
+
+void frmGetMail::onQuitReply() {
+    InMultiLine_ = false;
+    if (mode_ == GetHeadersMode || mode_ == GetMessagesMode)
+        events_->Progress(MessageCount_ != 0 ? title() + " scan complete"
+                                             : "No mail on " + title());
+    cleanupandexit();
+}
+
+// ---------------------------------------------------------------------------
+// Helpers
+
+void frmGetMail::openTempFile() {
+    BytesReceived_ = 0;
+    int h = freeFileNumber();
+    const std::string path = tempFilePath(h);
+    tempFile_ = std::fopen(path.c_str(), "wb");
+    if (!tempFile_) throw RunError(Err::PathNotFound);
+    openFileNumbers().insert(h);
+    TempFileHandle_ = static_cast<int16_t>(h);
+    LogAction("Saving to " + path + " (File handle: " + Str(h) + ")");
+}
+
+void frmGetMail::closeTempFile(bool remove) {
+    if (tempFile_) std::fclose(tempFile_);
+    tempFile_ = nullptr;
+    if (TempFileHandle_ == 0) return;
+    if (remove) EraseFile(tempFilePath(TempFileHandle_));
+    openFileNumbers().erase(TempFileHandle_);
+    TempFileHandle_ = 0;
+}
+
+std::string frmGetMail::replyText(const std::string& reply) {
+    size_t lineEnd = reply.find("\r\n");
+    std::string text = lineEnd == std::string::npos ? reply : reply.substr(lineEnd + 2);
+    text.erase(text.size() >= 3 ? text.size() - 3 : 0);
+    return text;
+}
+
+bool frmGetMail::holdsTerminator(const std::string& text, size_t from) {
+    return text.find(Terminator, from) != std::string::npos;
+}
+
+} // namespace corva

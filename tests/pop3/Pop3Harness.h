@@ -1,0 +1,167 @@
+// What the POP3 tests share: a program folder with empty settings, prompts
+// that answer as told, a listener that writes every event down, and a wait
+// for the session to go idle.
+#pragma once
+
+#include "core/FileSubs.h"
+#include "core/Globals.h"
+#include "core/mSHAREDSettings.h"
+#include "message/MessageCheck.h"
+#include "message/clsMessage.h"
+#include "platform/qt/QtPlatform.h"
+#include "pop3/frmGetMail.h"
+#include "support/TempDir.h"
+
+#include <functional>
+#include <gtest/gtest.h>
+#include <string>
+#include <vector>
+
+namespace corva::test {
+
+class ScriptedPrompts : public platform::Prompts {
+public:
+    platform::Answer messageBox(const std::string& text, platform::Buttons, platform::Icon,
+                                const std::string&) override {
+        messages.push_back(text);
+        return platform::Answer::Ok;
+    }
+    platform::PasswordReply askPassword(const std::string& prompt) override {
+        passwordPrompts.push_back(prompt);
+        return passwordReply;
+    }
+    std::optional<std::string> inputBox(const std::string&, const std::string&,
+                                        const std::string&) override {
+        return std::nullopt;
+    }
+    void setCursor(platform::Cursor) override {}
+
+    platform::PasswordReply passwordReply{"", true, false};
+    std::vector<std::string> messages;
+    std::vector<std::string> passwordPrompts;
+};
+
+struct Header {
+    long number;
+    float size;
+    std::string from;
+    std::string subject;
+};
+
+// Every event as one line ("Finished", "Progress: ..."), and the messages handed over.
+class EventLog : public frmGetMailEvents {
+public:
+    void HeaderReceived(clsMessage& m) override {
+        add("HeaderReceived");
+        headers.push_back({m.MessageNumThisAcc, m.Size, m.From, m.Subject});
+    }
+    void MessageReceived(clsMessage& m) override {
+        add("MessageReceived");
+        messages.push_back(m);
+    }
+    void SpecificMessage(clsMessage& m) override {
+        add("SpecificMessage");
+        messages.push_back(m);
+    }
+    void Progress(const std::string& t) override {
+        add("Progress: " + t);
+        progress.push_back(t);
+    }
+    void POPError(const std::string& t) override { add("POPError: " + t); }
+    void DoingServer(const std::string& t) override { add("DoingServer: " + t); }
+    void TimedOut(int s) override { add("TimedOut: " + std::to_string(s)); }
+    void Finished() override {
+        add("Finished");
+        ++finished;
+        if (onFinished) onFinished();
+    }
+    void Cancelled() override { add("Cancelled"); }
+    void NoMailServer() override {
+        add("NoMailServer");
+        ++finished; // nothing more will come: the wait may end
+    }
+    void DeletedSpam(int n) override {
+        add("DeletedSpam: " + std::to_string(n));
+        if (onDeleted) onDeleted();
+    }
+    void NoMail(const std::string& t) override { add("NoMail: " + t); }
+    void NoConnection() override { add("NoConnection"); }
+
+    // The events without the Progress lines, which tests check on their own.
+    std::vector<std::string> outline() const {
+        std::vector<std::string> out;
+        for (const auto& e : events)
+            if (e.rfind("Progress: ", 0) != 0) out.push_back(e);
+        return out;
+    }
+    bool saw(const std::string& event) const {
+        for (const auto& e : events)
+            if (e == event) return true;
+        return false;
+    }
+
+    std::vector<std::string> events;
+    std::vector<std::string> progress;
+    std::vector<Header> headers;
+    std::vector<clsMessage> messages;
+    int finished = 0;
+    std::function<void()> onFinished;
+    std::function<void()> onDeleted;
+
+private:
+    void add(std::string e) { events.push_back(std::move(e)); }
+};
+
+// A rule check that judges by the subject, so a test's messages say their own verdict.
+class SubjectRules : public MessageCheck {
+public:
+    void CheckMessage(clsMessage& msg, bool CheckBayes) override {
+        calls.push_back(msg.Subject + (CheckBayes ? " +bayes" : ""));
+        if (msg.Subject.find("[delete]") != std::string::npos) {
+            msg.Deleted = true;
+            msg.FilterReason = "rule says delete";
+        }
+        if (msg.Subject.find("[ignore]") != std::string::npos) msg.Ignored = true;
+        if (msg.Subject.find("[folder]") != std::string::npos) msg.DestFolder = "Lists";
+    }
+    std::vector<std::string> calls;
+};
+
+// A program folder with empty settings and the platform's prompts scripted.
+class Pop3Test : public ::testing::Test {
+protected:
+    void SetUp() override {
+        home_.makeProgramFolder();
+        UseDefaultFolders(home_.path());
+        MkMissingDir(MessageFolder);
+        Settings().DeleteAllSettings();
+        platform_.setPrompts(&prompts);
+    }
+    void TearDown() override { Settings().DeleteAllSettings(); }
+
+    void account(int n, const std::string& server, const std::string& user,
+                 const std::string& password, const std::string& title = "Test") {
+        const std::string i = std::to_string(n);
+        sset("SERVER" + i, server);
+        sset("UNAME" + i, user);
+        sset("PWD" + i, password);
+        sset("TITLE" + i, title);
+    }
+
+    // Runs events until the session has finished `times` times (or the time is up).
+    bool waitFinished(EventLog& log, int ms, int times = 1) {
+        return platform::current().eventLoop().runUntil([&] { return log.finished >= times; }, ms);
+    }
+
+    TempDir home_;
+    ScriptedPrompts prompts;
+    platform::qt::QtPlatform platform_;
+    platform::ScopedPlatform installed_{platform_};
+};
+
+inline std::string message(const std::string& from, const std::string& subject,
+                           const std::string& body = "Hello.\r\n") {
+    return "From: " + from + "\r\nSubject: " + subject + "\r\n\r\n" + body;
+}
+
+} // namespace corva::test

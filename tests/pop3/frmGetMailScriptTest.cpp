@@ -1,0 +1,366 @@
+// The session against scripted servers: the corners of the dialogue that a
+// real server does not show on demand (odd replies, split reads, silence).
+#include "Pop3Harness.h"
+
+#include "core/mSHAREDLogging.h"
+#include "support/FakeServer.h"
+
+#include <regex>
+
+namespace corva::test {
+namespace {
+
+using Steps = std::vector<ScriptStep>;
+
+Steps operator+(Steps a, const Steps& b) {
+    a.insert(a.end(), b.begin(), b.end());
+    return a;
+}
+
+Steps login(const std::string& password = "pw") {
+    return {Say("+OK ready\r\n"), Expect("USER ann\r\n"), Say("+OK\r\n"),
+            Expect("PASS " + password + "\r\n"), Say("+OK logged in\r\n")};
+}
+
+// LIST and STAT for a mailbox of messages of the given sizes.
+Steps listing(const std::vector<int>& sizes) {
+    std::string list = "+OK " + std::to_string(sizes.size()) + " messages\r\n";
+    int total = 0;
+    for (size_t i = 0; i < sizes.size(); ++i) {
+        list += std::to_string(i + 1) + " " + std::to_string(sizes[i]) + "\r\n";
+        total += sizes[i];
+    }
+    return {Expect("LIST\r\n"), Say(list + ".\r\n"), Expect("STAT\r\n"),
+            Say("+OK " + std::to_string(sizes.size()) + " " + std::to_string(total) + "\r\n")};
+}
+
+Steps top(int n, const std::string& text) {
+    return {Expect("TOP " + std::to_string(n) + " 1\r\n"), Say("+OK\r\n" + text + ".\r\n")};
+}
+
+Steps quit() {
+    return {Expect("QUIT\r\n"), Say("+OK bye\r\n")};
+}
+
+using Outline = std::vector<std::string>;
+
+class ScriptTest : public Pop3Test {
+protected:
+    void SetUp() override {
+        Pop3Test::SetUp();
+        pop.setListener(&log);
+    }
+    void start(const Steps& steps) {
+        server = std::make_unique<FakeServer>(steps);
+        account(0, server->address(), "ann", "pw");
+    }
+    // Checks that the client kept to the script and closed.
+    void expectKeptToScript() {
+        EXPECT_TRUE(server->waitClosed(3000));
+        EXPECT_EQ(server->problems(), "");
+    }
+
+    EventLog log;
+    frmGetMail pop;
+    std::unique_ptr<FakeServer> server;
+};
+
+TEST_F(ScriptTest, GreetingThatIsNotOkEndsWithTheServersTextAndQuit) {
+    start({Say("-ERR too busy, try later\r\n"), Expect("QUIT\r\n")});
+    pop.GetHeaders(0, false, false);
+    ASSERT_TRUE(waitFinished(log, 5000));
+    EXPECT_EQ(log.outline(),
+              (Outline{"DoingServer: Test", "POPError: -ERR too busy, try later\r\n", "Finished"}));
+    EXPECT_EQ(pop.caption(), "Checking mail");
+    expectKeptToScript();
+}
+
+TEST_F(ScriptTest, ScanGathersASplitListAndTakesSizesFromIt) {
+    // Message 1 is listed at 2048 bytes though its header is short; message 2's
+    // LIST line has no size, which counts as 1 kb whatever the header's length.
+    const std::string longHeader = "X-Filler: " + std::string(3000, 'x') + "\r\n";
+    const std::string second = message("bob@example.com", "Second", "") + longHeader;
+    start(login() +
+          Steps{Expect("LIST\r\n"), Say("+OK 2 messages\r\n1 2048\r\n"), Pause(100),
+                Say("2\r\n.\r\n"), Expect("STAT\r\n"), Say("+OK 2 3000\r\n")} +
+          top(1, message("ann@example.com", "First")) +
+          // The terminator is split between two reads on purpose.
+          Steps{Expect("TOP 2 1\r\n"), Say("+OK\r\n" + second + "\r\n."), Pause(100), Say("\r\n")} +
+          quit());
+    pop.GetHeaders(0, false, false);
+    ASSERT_TRUE(waitFinished(log, 5000));
+
+    EXPECT_EQ(log.outline(),
+              (Outline{"DoingServer: Test", "HeaderReceived", "HeaderReceived", "Finished"}));
+    ASSERT_EQ(log.headers.size(), 2u);
+    EXPECT_EQ(log.headers[0].subject, "First");
+    EXPECT_EQ(log.headers[0].number, 1);
+    EXPECT_FLOAT_EQ(log.headers[0].size, 2.0f);
+    EXPECT_EQ(log.headers[1].from, "bob@example.com");
+    EXPECT_EQ(log.headers[1].number, 2);
+    EXPECT_FLOAT_EQ(log.headers[1].size, 1.0f);
+    EXPECT_EQ(
+        log.progress,
+        (Outline{"Checking mail on Test", "Connecting to Test ...", "Authorising on Test ...",
+                 "Listing messages", "Getting Message Count", "2 message(s) on Test   (2.93 kb)",
+                 "Passed message 1 of 2", "Passed message 2 of 2", "Test scan complete"}));
+    expectKeptToScript();
+}
+
+TEST_F(ScriptTest, StatReplyWithoutBlanksStallsIntoTheTimeOut) {
+    sset("MailTimeout", 1);
+    start(login() + Steps{Expect("LIST\r\n"), Say("+OK\r\n.\r\n"), Expect("STAT\r\n"),
+                          Say("+OK\r\n"), Silence()});
+    pop.GetHeaders(0, false, false);
+    ASSERT_TRUE(waitFinished(log, 5000));
+    // Cancelled and Finished come before TimedOut; no QUIT goes out.
+    EXPECT_EQ(log.outline(),
+              (Outline{"DoingServer: Test", "Cancelled", "Finished", "TimedOut: 1"}));
+    EXPECT_EQ(server->received().find("QUIT"), std::string::npos);
+    auto ring = LastActionEntries();
+    EXPECT_TRUE(std::any_of(ring.begin(), ring.end(),
+                            [](const std::string& e) { return e.rfind("Timed out", 0) == 0; }));
+}
+
+TEST_F(ScriptTest, WithoutStopAtLastTheServersRefusalEndsTheScanQuietly) {
+    sset("STOPATLAST0", false);
+    // "-ERR" inside the last message is text, not the end: the count isn't passed yet.
+    start(login() + listing({100, 100}) + top(1, message("a@x", "One")) +
+          top(2, message("b@x", "-ERR looks like a refusal", "-err\r\n")) +
+          Steps{Expect("TOP 3 1\r\n"), Say("-ERR no such message\r\n")} + quit());
+    pop.GetHeaders(0, false, false);
+    ASSERT_TRUE(waitFinished(log, 5000));
+    EXPECT_EQ(log.outline(),
+              (Outline{"DoingServer: Test", "HeaderReceived", "HeaderReceived", "Finished"}));
+    EXPECT_EQ(log.progress.back(), "Test scan complete");
+    expectKeptToScript();
+}
+
+TEST_F(ScriptTest, EmptyMailboxSaysNoMailAndQuits) {
+    start(login() + listing({}) + quit());
+    pop.GetHeaders(0, false, false);
+    ASSERT_TRUE(waitFinished(log, 5000));
+    EXPECT_EQ(log.outline(), (Outline{"DoingServer: Test", "NoMail: Test", "Finished"}));
+    EXPECT_EQ(log.progress.back(), "No mail on Test");
+    expectKeptToScript();
+}
+
+TEST_F(ScriptTest, BlockedHeadersAreDeletedOrSkippedAsAsked) {
+    SubjectRules rules;
+    pop.setRuleChecks(&rules, nullptr);
+    start(login() + listing({100, 100}) + top(1, message("spam@x", "[delete] junk")) +
+          Steps{Expect("DELE 1\r\n"), Say("+OK marked\r\n")} + top(2, message("a@x", "fine")) +
+          quit());
+    pop.GetHeaders(0, true, false);
+    ASSERT_TRUE(waitFinished(log, 5000));
+    // A deleted message leaves no trace in the list.
+    EXPECT_EQ(log.outline(),
+              (Outline{"DoingServer: Test", "DeletedSpam: 1", "HeaderReceived", "Finished"}));
+    ASSERT_EQ(log.headers.size(), 1u);
+    EXPECT_EQ(log.headers[0].subject, "fine");
+    EXPECT_NE(std::find(log.progress.begin(), log.progress.end(), "Deleting message 1 of 2"),
+              log.progress.end());
+    expectKeptToScript();
+
+    // Without deleting, the same header is listed with the reason.
+    EventLog second;
+    pop.setListener(&second);
+    start(login() + listing({100}) + top(1, message("spam@x", "[delete] junk")) + quit());
+    pop.GetHeaders(0, false, false);
+    ASSERT_TRUE(waitFinished(second, 5000));
+    EXPECT_EQ(second.outline(), (Outline{"DoingServer: Test", "HeaderReceived", "Finished"}));
+    EXPECT_NE(std::find(second.progress.begin(), second.progress.end(),
+                        "Skipping message 1 of 1 (rule says delete)"),
+              second.progress.end());
+    expectKeptToScript();
+}
+
+TEST_F(ScriptTest, RetrievingFetchesWhatPassesAndLeavesTheTemporaryFile) {
+    SubjectRules serverRules, localRules;
+    pop.setRuleChecks(&serverRules, &localRules);
+    // Big enough to arrive in pieces, with the terminator split between two of them.
+    const std::string body(20000, 'b');
+    const std::string planted =
+        "From: a@x\r\nSubject: plain\r\nX-Receive-Date: 2001-01-01 00:00:00\r\n\r\n" + body +
+        "\r\n";
+    start(login() + listing({100, 20100, 100}) + top(1, message("i@x", "[ignore] a")) +
+          top(2, message("a@x", "plain")) +
+          Steps{Expect("RETR 2\r\n"), Say("+OK\r\n" + planted + "."), Pause(100), Say("\r\n")} +
+          top(3, message("l@x", "[folder] b")) +
+          Steps{Expect("RETR 3\r\n"), Say("+OK\r\n" + message("l@x", "[folder] b") + ".\r\n")} +
+          quit());
+    pop.GetMessages(0, false, false);
+    ASSERT_TRUE(waitFinished(log, 5000));
+
+    EXPECT_EQ(log.outline(), (Outline{"DoingServer: Test", "HeaderReceived", "MessageReceived",
+                                      "MessageReceived", "Finished"}));
+    ASSERT_EQ(log.messages.size(), 2u);
+    const clsMessage& plain = log.messages[0];
+    EXPECT_EQ(plain.MessageBody, body + "\r\n");
+    EXPECT_EQ(plain.MessageNumThisAcc, 3); // TOP 1, TOP 2, RETR 2
+    EXPECT_FALSE(plain.Read);
+    // The sender's date counts for nothing: the session stamps its own.
+    EXPECT_TRUE(
+        std::regex_match(plain.ReceiveDate, std::regex(R"(\d{4}-\d\d-\d\d \d\d:\d\d:\d\d)")));
+    EXPECT_EQ(plain.RawMessage().find("2001-01-01"), std::string::npos);
+    EXPECT_EQ(log.messages[1].DestFolder, "Lists");
+
+    // The local rules run only when the server rules left the message alone.
+    EXPECT_EQ(localRules.calls, (Outline{"plain"}));
+    EXPECT_EQ(serverRules.calls, (Outline{"[ignore] a +bayes", "plain +bayes", "plain +bayes",
+                                          "[folder] b +bayes", "[folder] b +bayes"}));
+    auto has = [&](const std::string& text) {
+        return std::find(log.progress.begin(), log.progress.end(), text) != log.progress.end();
+    };
+    EXPECT_TRUE(has("Ignoring message 1 of 3"));
+    EXPECT_TRUE(has("Downloaded Message 2 of 3 to Inbox"));
+    EXPECT_TRUE(has("Downloaded Message 3 of 3 to Lists"));
+    EXPECT_TRUE(std::any_of(log.progress.begin(), log.progress.end(), [](const std::string& p) {
+        return p.rfind("Receiving message (", 0) == 0;
+    }));
+    // The last retrieval's file stays, to be overwritten by the next one.
+    EXPECT_EQ(readFile(frmGetMail::tempFilePath(1)),
+              "+OK\r\n" + message("l@x", "[folder] b") + ".\r\n");
+    expectKeptToScript();
+}
+
+TEST_F(ScriptTest, CancelDuringRetrievalRemovesTheTemporaryFileAndSendsNoQuit) {
+    start(login() + listing({5000}) + top(1, message("a@x", "big")) +
+          Steps{Expect("RETR 1\r\n"), Say("+OK\r\nFrom: a@x\r\nSubject: big\r\n\r\npart"),
+                Silence()});
+    pop.GetMessages(0, false, false);
+    const std::string temp = frmGetMail::tempFilePath(1);
+    ASSERT_TRUE(platform::current().eventLoop().runUntil([&] { return FileExists(temp); }, 5000));
+    pop.CancelMail();
+    EXPECT_FALSE(FileExists(temp));
+    EXPECT_EQ(log.outline(), (Outline{"DoingServer: Test", "Cancelled", "Finished"}));
+    EXPECT_EQ(log.progress.back(), "Mail retrieval cancelled");
+    EXPECT_TRUE(server->waitClosed(3000));
+    EXPECT_EQ(server->received().find("QUIT"), std::string::npos);
+}
+
+TEST_F(ScriptTest, DroppedConnectionEndsByTimeOut) {
+    sset("MailTimeout", 1);
+    start({Say("+OK ready\r\n"), Expect("USER ann\r\n"), Say("+OK\r\n"), Expect("PASS pw\r\n"),
+           Drop()});
+    pop.GetHeaders(0, false, false);
+    ASSERT_TRUE(waitFinished(log, 5000));
+    EXPECT_EQ(log.outline(),
+              (Outline{"DoingServer: Test", "Cancelled", "Finished", "TimedOut: 1"}));
+    EXPECT_EQ(server->problems(), "");
+}
+
+TEST_F(ScriptTest, SilentServerCountsDownAndTimesOut) {
+    sset("MailTimeout", 3);
+    start({Silence()});
+    pop.GetHeaders(0, false, false);
+    ASSERT_TRUE(waitFinished(log, 8000));
+    EXPECT_EQ(log.outline(),
+              (Outline{"DoingServer: Test", "Cancelled", "Finished", "TimedOut: 3"}));
+    EXPECT_NE(std::find(log.progress.begin(), log.progress.end(), "Test - Trying to connect: 0"),
+              log.progress.end());
+    EXPECT_EQ(server->received(), "");
+}
+
+TEST_F(ScriptTest, EmptyPasswordIsAskedForAndRememberedWhenWanted) {
+    prompts.passwordReply = {"s3cret", false, true};
+    start(login("s3cret") + listing({}) + quit());
+    sset("PWD0", "");
+    pop.GetHeaders(0, false, false);
+    ASSERT_TRUE(waitFinished(log, 5000));
+    EXPECT_EQ(prompts.passwordPrompts, (Outline{"Enter password for 'ann' on account 'Test'"}));
+    EXPECT_EQ(sget("PWD0").toText(), "s3cret");
+    EXPECT_NE(readFile(SettingsFilePath()).find("PWD0,s3cret"), std::string::npos);
+    expectKeptToScript();
+}
+
+TEST_F(ScriptTest, CancelledPasswordPromptSendsAnEmptyPassword) {
+    prompts.passwordReply = {"typed", true, true};
+    start(Steps{Say("+OK ready\r\n"), Expect("USER ann\r\n"), Say("+OK\r\n"), Expect("PASS \r\n"),
+                Say("-ERR [AUTH] Authentication failed.\r\n"), Expect("QUIT\r\n")});
+    sset("PWD0", "");
+    pop.GetHeaders(0, false, false);
+    ASSERT_TRUE(waitFinished(log, 5000));
+    EXPECT_TRUE(log.saw("POPError: -ERR [AUTH] Authentication failed.\r\n"));
+    EXPECT_EQ(sget("PWD0").toText(), "");
+    expectKeptToScript();
+}
+
+TEST_F(ScriptTest, SpecificMessageIsFetchedOnlyWhenItExists) {
+    // A first transfer reads the accounts; the specific fetch relies on that.
+    start(login() +
+          Steps{Expect("LIST\r\n"), Say("+OK\r\n1 10\r\n2 10\r\n.\r\n"), Expect("STAT\r\n"),
+                Say("+OK 2 20\r\n")} +
+          quit());
+    sset("CHECK0", false);
+    pop.GetHeaders(0, false, false);
+    EXPECT_EQ(log.outline(), (Outline{"NoMailServer"}));
+    log.events.clear();
+    pop.GetSpecificMessage(0, 3);
+    EXPECT_EQ(pop.caption(), "Retrieving message 3");
+    ASSERT_TRUE(waitFinished(log, 5000, 2));
+    EXPECT_EQ(log.outline(), (Outline{"Finished"}));
+    expectKeptToScript();
+
+    start(login() +
+          Steps{Expect("LIST\r\n"), Say("+OK\r\n1 10\r\n2 10\r\n.\r\n"), Expect("STAT\r\n"),
+                Say("+OK 2 20\r\n"), Expect("RETR 2\r\n"),
+                Say("+OK\r\n" + message("a@x", "wanted") + ".\r\n")} +
+          quit());
+    sset("CHECK0", false);
+    pop.GetHeaders(0, false, false); // reads the new port
+    log.events.clear();
+    pop.GetSpecificMessage(0, 2);
+    ASSERT_TRUE(waitFinished(log, 5000, 4));
+    EXPECT_EQ(log.outline(), (Outline{"SpecificMessage", "Finished"}));
+    ASSERT_EQ(log.messages.size(), 1u);
+    EXPECT_EQ(log.messages[0].Subject, "wanted");
+    expectKeptToScript();
+}
+
+TEST_F(ScriptTest, AccountsWithoutServerOrSwitchedOffAreNotContacted) {
+    pop.GetHeaders(3, false, false);
+    EXPECT_EQ(log.outline(), (Outline{"NoMailServer"}));
+    // No server and active is a contradiction the session settles in the settings.
+    EXPECT_FALSE(sget("CHECK3", true).toBool());
+
+    start(login() + listing({}) + quit());
+    sset("CHECK0", false);
+    log.events.clear();
+    pop.GetHeaders(0, false, false);
+    EXPECT_EQ(log.outline(), (Outline{"NoMailServer"}));
+    log.events.clear();
+    pop.GetHeaders(0, false, true); // forced
+    ASSERT_TRUE(waitFinished(log, 5000, 3));
+    EXPECT_EQ(log.outline(), (Outline{"DoingServer: Test", "NoMail: Test", "Finished"}));
+}
+
+TEST_F(ScriptTest, RefusedConnectionShowsTheErrorAndWaitsForTheTimeOut) {
+    int closedPort;
+    {
+        FakeServer gone({});
+        closedPort = gone.port();
+    }
+    sset("MailTimeout", 1);
+    account(0, "127.0.0.1:" + std::to_string(closedPort), "ann", "pw");
+    pop.GetHeaders(0, false, false);
+    ASSERT_TRUE(waitFinished(log, 5000));
+    ASSERT_EQ(prompts.messages.size(), 1u);
+    EXPECT_EQ(prompts.messages[0].rfind("Error while connecting to server:\r\n[10061] ", 0), 0u);
+    EXPECT_EQ(log.outline(),
+              (Outline{"DoingServer: Test", "Cancelled", "Finished", "TimedOut: 1"}));
+}
+
+TEST(ServerAddress, PortComesFromTheSettingOrIs110) {
+    using P = std::pair<std::string, int>;
+    EXPECT_EQ(frmGetMail::serverAddress("pop.example.com"), (P{"pop.example.com", 110}));
+    EXPECT_EQ(frmGetMail::serverAddress(" 127.0.0.1:2110 "), (P{"127.0.0.1", 2110}));
+    EXPECT_EQ(frmGetMail::serverAddress("[::1]:995"), (P{"::1", 995}));
+    EXPECT_EQ(frmGetMail::serverAddress("::1"), (P{"::1", 110}));
+    // A port that isn't one stays part of the host, and the lookup fails visibly.
+    EXPECT_EQ(frmGetMail::serverAddress("host:pop3"), (P{"host:pop3", 110}));
+    EXPECT_EQ(frmGetMail::serverAddress("host:70000"), (P{"host:70000", 110}));
+}
+
+} // namespace
+} // namespace corva::test
