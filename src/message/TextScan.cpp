@@ -14,21 +14,25 @@ size_t findNoCase(std::string_view hay, std::string_view needle, size_t from) {
     const char firstUp = upper(needle[0]);
     const size_t last = hay.size() - needle.size();
     const char* base = hay.data();
-    size_t i = from;
-    while (i <= last) {
-        // Jump to the next byte that can start a match, in either case.
-        const void* a = std::memchr(base + i, first, last - i + 1);
-        const void* b = first == firstUp ? nullptr : std::memchr(base + i, firstUp, last - i + 1);
-        if (!a && !b) return std::string_view::npos;
-        const char* hit = static_cast<const char*>(a);
-        if (!hit || (b && static_cast<const char*>(b) < hit)) hit = static_cast<const char*>(b);
-        i = static_cast<size_t>(hit - base);
+    constexpr size_t none = std::string_view::npos;
+    // The next candidate of each case is remembered, so that a letter absent
+    // in one case isn't searched for again at every step.
+    auto next = [&](char c, size_t i) -> size_t {
+        const void* hit = std::memchr(base + i, c, last - i + 1);
+        return hit ? static_cast<size_t>(static_cast<const char*>(hit) - base) : none;
+    };
+    size_t nextLow = next(first, from);
+    size_t nextUp = first == firstUp ? none : next(firstUp, from);
+    for (;;) {
+        size_t i = std::min(nextLow, nextUp);
+        if (i == none) return none;
         size_t k = 1;
         while (k < needle.size() && lower(base[i + k]) == lower(needle[k])) ++k;
         if (k == needle.size()) return i;
-        ++i;
+        if (i >= last) return none;
+        if (nextLow == i) nextLow = next(first, i + 1);
+        if (nextUp == i) nextUp = next(firstUp, i + 1);
     }
-    return std::string_view::npos;
 }
 
 size_t rfindNoCase(std::string_view hay, std::string_view needle) {

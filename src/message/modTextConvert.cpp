@@ -86,11 +86,13 @@ void cStripHTML(std::string& text) {
     for (size_t r = 0; r < n;) {
         if (text[r] == '<') {
             size_t close = text.find('>', r + 1);
-            if (close != std::string::npos) {
-                r = close + 1;
-                continue;
+            if (close == std::string::npos) {
+                // No ">" after this "<": nothing further can close, the rest stays.
+                text.erase(w, r - w);
+                return;
             }
-            // An opening "<" with no ">" after it stays, with the rest.
+            r = close + 1;
+            continue;
         }
         text[w++] = text[r++];
     }
@@ -192,10 +194,8 @@ void htmlconsttochar(std::string& text) {
 
         // Every remaining reference, the first in the text each time: a code
         // from 1 to 254 becomes its byte everywhere, any other reference goes
-        // everywhere. Decided references are remembered, so each occurrence is
-        // handled where the scan meets it, in one pass; a reference that the
-        // replacements put together ("&" + "#65;") is met again and handled too.
-        std::unordered_map<std::string, int> decided;
+        // everywhere. One pass does it: a reference that the replacements put
+        // together ("&" + "#65;") is met again and handled too.
         std::string in = std::move(text);
         std::string out;
         out.reserve(in.size());
@@ -218,16 +218,17 @@ void htmlconsttochar(std::string& text) {
                 i = in.size();
                 break;
             }
-            std::string reference = in.substr(i, semi - i + 1);
-            auto it = decided.find(reference);
-            int code;
-            if (it != decided.end()) {
-                code = it->second;
+            // The value depends on the reference's text alone, so handling each
+            // occurrence where the scan meets it equals replacing it everywhere.
+            std::string_view digits(in.data() + i + 2, semi - i - 2);
+            double value = 0;
+            if (!digits.empty() && digits.size() <= 9 &&
+                digits.find_first_not_of("0123456789") == std::string_view::npos) {
+                for (char c : digits) value = value * 10 + (c - '0');
             } else {
-                double value = Val(std::string_view(reference).substr(2, reference.size() - 3));
-                code = (value <= 0 || value >= 255) ? 0 : static_cast<int>(std::nearbyint(value));
-                decided.emplace(std::move(reference), code);
+                value = Val(digits);
             }
+            int code = (value <= 0 || value >= 255) ? 0 : static_cast<int>(std::nearbyint(value));
             i = semi + 1;
             // The byte goes back into the input, so that a "&" or "#" it brings
             // is read together with its neighbours as the next search would.
