@@ -60,14 +60,14 @@ bool Ssl2Crypto::acquire() {
 bool Ssl2Crypto::tryAcquire(bool ownContext) {
     release();
     ownContext_ = ownContext;
-    context_ = ownContext ? OSSL_LIB_CTX_new() : nullptr;
-    if (ownContext && !context_) {
-        ERR_clear_error();
-        return false;
+    if (ownContext) {
+        context_ = OSSL_LIB_CTX_new();
+        legacy_ = context_ ? OSSL_PROVIDER_load(context_, "legacy") : nullptr;
+        default_ = context_ ? OSSL_PROVIDER_load(context_, "default") : nullptr;
     }
-    legacy_ = OSSL_PROVIDER_load(context_, "legacy");
-    default_ = OSSL_PROVIDER_load(context_, "default");
-    if (legacy_ && default_) {
+    // The process's shared context is only asked, never changed: loading and
+    // unloading providers there would change what the rest of the program gets.
+    if (!ownContext || (legacy_ && default_)) {
         rc4_ = EVP_CIPHER_fetch(context_, "RC4", nullptr);
         md5_ = EVP_MD_fetch(context_, "MD5", nullptr);
     }

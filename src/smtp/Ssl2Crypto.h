@@ -26,8 +26,9 @@ public:
     Ssl2Crypto(const Ssl2Crypto&) = delete;
     Ssl2Crypto& operator=(const Ssl2Crypto&) = delete;
 
-    // Loads the legacy and default providers and fetches RC4 and MD5: first in
-    // a library context of our own, then, failing that, in the process's one.
+    // Loads the legacy and default providers into a library context of our own
+    // and fetches RC4 and MD5 there; failing that, takes them from the process's
+    // context if it already offers them.
     bool acquire();
     void release();
     bool acquired() const { return rc4_ != nullptr && md5_ != nullptr; }

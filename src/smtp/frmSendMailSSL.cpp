@@ -74,6 +74,7 @@ frmSendMailSSL::~frmSendMailSSL() {
 }
 
 bool frmSendMailSSL::Setup() {
+    setupTried_ = true;
     return guardedValue("Setup", Module, false, [&] {
         if (crypto_.acquire()) return true;
         auto& platform = platform::current();
@@ -87,6 +88,7 @@ bool frmSendMailSSL::Setup() {
 }
 
 void frmSendMailSSL::TearDown() {
+    setupTried_ = false;
     writeKey_.destroy();
     readKey_.destroy();
     crypto_.release();
@@ -94,7 +96,9 @@ void frmSendMailSSL::TearDown() {
 
 void frmSendMailSSL::ConnectSSL(const std::string& host, int port) {
     guarded("ConnectSSL", Module, [&] {
-        if (!crypto_.acquired()) Setup();
+        // An owner that forgot the setup still gets a working session, but one
+        // that was refused is not asked again.
+        if (!setupTried_) Setup();
         socket_->close();
         pending_.clear();
         recordLength_ = 0;

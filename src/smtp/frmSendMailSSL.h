@@ -94,6 +94,7 @@ private:
     std::unique_ptr<platform::Socket> socket_;
     frmSendMailSSLListener* listener_ = nullptr;
     Ssl2Crypto crypto_;
+    bool setupTried_ = false;
 
     HandshakeState state_ = HandshakeState::WaitServerHello;
     bool readyReported_ = false;

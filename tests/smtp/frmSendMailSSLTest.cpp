@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdlib>
 
 namespace corva::test {
 namespace {
@@ -107,6 +108,61 @@ TEST(SslOverTcp, RefusedConnectionIsAnErrorEvent) {
     ASSERT_TRUE(waitFor([&] { return log.events.size() >= 2; }));
     EXPECT_EQ(log.events[1].rfind("SSLError 10061 ", 0), 0u) << log.events[1];
     EXPECT_EQ(log.connects, 0);
+}
+
+// Answers Yes to every box and keeps what was asked and opened.
+class AgreeingPlatform : public platform::Platform {
+public:
+    struct Prompts : platform::Prompts {
+        std::vector<std::string> boxes;
+        platform::Answer messageBox(const std::string& text, platform::Buttons, platform::Icon,
+                                    const std::string&) override {
+            boxes.push_back(text);
+            return platform::Answer::Yes;
+        }
+        platform::PasswordReply askPassword(const std::string&) override { return {}; }
+        std::optional<std::string> inputBox(const std::string&, const std::string&,
+                                            const std::string&) override {
+            return std::nullopt;
+        }
+        void setCursor(platform::Cursor) override {}
+    } prompter;
+    struct Shell : platform::Shell {
+        std::vector<std::string> opened;
+        bool open(const std::string& target) override {
+            opened.push_back(target);
+            return true;
+        }
+    } opener;
+    platform::Prompts& prompts() override { return prompter; }
+    platform::Shell& shell() override { return opener; }
+};
+
+TEST(SslSetup, MissingCipherOffersTheDownloadAndConnectDoesNotCrash) {
+    // With no provider modules to be found, RC4 is unavailable.
+    const char* before = std::getenv("OPENSSL_MODULES");
+    std::string kept = before ? before : "";
+    setenv("OPENSSL_MODULES", "/nonexistent-corva-modules", 1);
+    AgreeingPlatform agreeing;
+    {
+        platform::ScopedPlatform installed(agreeing);
+        frmSendMailSSL client;
+        EXPECT_FALSE(client.Setup());
+        ASSERT_EQ(agreeing.prompter.boxes.size(), 1u);
+        EXPECT_EQ(agreeing.prompter.boxes[0],
+                  "LHV has detected that you do not have the required High Encryption Pack "
+                  "installed.\nWould like to download this pack from Microsoft's website?");
+        EXPECT_EQ(agreeing.opener.opened.size(), 1u);
+        SslEventLog log;
+        client.setListener(&log);
+        client.ConnectSSL("127.0.0.1", 1);
+        client.CloseSSL();
+        EXPECT_EQ(agreeing.prompter.boxes.size(), 1u) << "the refused setup was offered again";
+    }
+    if (before)
+        setenv("OPENSSL_MODULES", kept.c_str(), 1);
+    else
+        unsetenv("OPENSSL_MODULES");
 }
 
 } // namespace
