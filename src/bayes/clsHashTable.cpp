@@ -108,7 +108,7 @@ void clsHashTable::init(int32_t buckets, int32_t nodes) {
     allocator_.Init(nodes, growth_);
     Size = nodes;
     MaxIndex = 0;
-    Count = 0;
+    // Count is left alone: a table made on first use keeps what was counted into it.
     initialised_ = true;
 }
 

@@ -322,8 +322,9 @@ float frmBayesFilter::score(clsMessage& msg, bool headersOnly) {
     }
     test_.InitSmall();
     if (!wordLoaded_) LoadWordHash();
-    // No filters yet: nothing below applies, the clamps included.
-    if (word_.Size == 0) return 0.01f;
+    // No filters yet: nothing below applies, the clamps included. A table file
+    // that holds no words is no filters either.
+    if (word_.Size == 0 || word_.MaxIndex == 0) return 0.01f;
 
     hashmessage(test_, msg, headersOnly);
     float s = 0.01f;

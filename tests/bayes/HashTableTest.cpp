@@ -1,0 +1,213 @@
+// The word table: lookups, growth, the free list, deletion by hash value and
+// the .dat files.
+#include "bayes/clsHashTable.h"
+
+#include "core/mSHAREDLogging.h"
+#include "support/TempDir.h"
+
+#include <gtest/gtest.h>
+
+#include <map>
+#include <string>
+
+using namespace corva;
+using corva::test::TempDir;
+
+namespace {
+
+bool ringHas(const std::string& text) {
+    for (const auto& entry : LastActionEntries())
+        if (entry.find(text) != std::string::npos) return true;
+    return false;
+}
+
+// Two keys that the table stores under the same hash value.
+std::pair<std::string, std::string> collidingKeys(clsHashTable& table) {
+    std::map<int32_t, std::string> seen;
+    for (int i = 0;; ++i) {
+        std::string key = "key" + std::to_string(i);
+        auto [it, fresh] = seen.emplace(table.HashValueOf(key), key);
+        if (!fresh) return {it->second, key};
+    }
+}
+
+} // namespace
+
+TEST(HashTable, NeverInitialisedLookupInitialisesAndMisses) {
+    clsHashTable table;
+    EXPECT_EQ(table.Size, 0);
+    clsHashRec rec = table.HashFind("anything");
+    EXPECT_EQ(rec.Value, -1.0f);
+    EXPECT_EQ(rec.Key, "-1");
+    EXPECT_EQ(rec.Index, 0);
+    EXPECT_EQ(table.Size, 50000);
+    EXPECT_EQ(table.BucketCount(), 20000);
+}
+
+TEST(HashTable, AlterValueCountsResetsAndBottomsOut) {
+    clsHashTable table;
+    table.InitSmall();
+    table.Insert("SUB*Hello");
+    table.Insert("SUB*Hello");
+    EXPECT_EQ(table.HashFind("SUB*Hello").Value, 2.0f);
+    EXPECT_EQ(table.HashFind("SUB*hello").Index, 0) << "keys compare with case";
+    table.AlterValue("SUB*Hello", 0);
+    EXPECT_EQ(table.HashFind("SUB*Hello").Value, 1.0f) << "a zero delta sets 1";
+    table.AlterValue("SUB*Hello", -5);
+    clsHashRec rec = table.HashFind("SUB*Hello");
+    EXPECT_EQ(rec.Value, 0.0f);
+    EXPECT_NE(rec.Index, 0) << "bottoming out doesn't delete";
+    table.AlterValue("new", 7);
+    EXPECT_EQ(table.HashFind("new").Value, 1.0f) << "a new key starts at 1 whatever the delta";
+}
+
+TEST(HashTable, InsertRecordAddsASecondNodeFoundFirst) {
+    clsHashTable table;
+    table.InitSmall();
+    table.InsertRecord("w", 0.2f);
+    table.InsertRecord("w", 0.7f);
+    EXPECT_EQ(table.MaxIndex, 2);
+    EXPECT_EQ(table.HashFind("w").Value, 0.7f);
+    EXPECT_EQ(table.HashFind("w").Index, 2);
+}
+
+TEST(HashTable, SmallTableGrowsByHalfKeepingEveryNode) {
+    clsHashTable table;
+    table.InitSmall();
+    for (int i = 1; i <= 501; ++i) table.InsertRecord("k" + std::to_string(i), float(i));
+    EXPECT_EQ(table.Size, 750);
+    EXPECT_EQ(table.MaxIndex, 501);
+    for (int i = 1; i <= 501; ++i)
+        ASSERT_EQ(table.HashFind("k" + std::to_string(i)).Value, float(i)) << i;
+    for (int i = 502; i <= 1126; ++i) table.InsertRecord("k" + std::to_string(i), 1);
+    EXPECT_EQ(table.Size, 1688) << "1125 * 1.5 = 1687.5 rounds to even";
+}
+
+TEST(HashTable, DeleteTakesTheNewestNodeOfAHashValueAndReusesIt) {
+    clsHashTable table;
+    table.InitSmall();
+    auto [older, newer] = collidingKeys(table);
+    table.Insert("other");
+    table.Insert(older);
+    table.Insert(newer);
+    int32_t newerIndex = table.RecIndex(newer);
+    ASSERT_TRUE(table.HashDelete(older)) << "deletes by hash value, not by key";
+    EXPECT_EQ(table.RecIndex(newer), 0);
+    EXPECT_NE(table.RecIndex(older), 0);
+    EXPECT_EQ(table.RecString(newerIndex), "");
+    EXPECT_EQ(table.RecValue(newerIndex), 0.0f);
+    EXPECT_EQ(table.MaxIndex, 3) << "MaxIndex doesn't shrink";
+    table.Insert("fresh");
+    EXPECT_EQ(table.RecIndex("fresh"), newerIndex) << "a freed node is handed out first";
+    EXPECT_EQ(table.MaxIndex, 3);
+}
+
+TEST(HashTable, DeleteOfAnAbsentHashValueReportsKeyNotFound) {
+    ResetLastActions();
+    clsHashTable table;
+    table.InitSmall();
+    EXPECT_FALSE(table.Delete(table.HashValueOf("missing")));
+    EXPECT_TRUE(ringHas("Key not found: CHash.Delete"));
+    EXPECT_TRUE(ringHas("clsHashTable"));
+}
+
+TEST(HashTable, FileRoundTripKeepsValuesKeysAndCount) {
+    TempDir dir;
+    clsHashTable table;
+    table.InitSmall();
+    table.Count = 42;
+    table.InsertRecord("SUB*cheap meds, now", 0.94f);
+    table.InsertRecord("FRM*a@b.c", 3);
+    table.InsertRecord("tiny", 0.01f);
+    table.InsertRecord("counted", 123456);
+    table.InsertRecord("HDR*boundary=\"xyz\"", 5);
+    table.InsertRecord("HDR*BOUNDARY=x", 5);
+    table.InsertRecord("gone", 1);
+    table.HashDelete("gone");
+    ASSERT_TRUE(table.WriteHashTable(dir.file("t.dat")));
+    std::string text = corva::test::readFile(dir.file("t.dat"));
+    EXPECT_EQ(text.substr(0, 20), "Count, String\r\n 42 \r");
+    EXPECT_NE(text.find("0.94, SUB*cheap meds, now\r\n"), std::string::npos);
+    EXPECT_NE(text.find("\r\n3, FRM*a@b.c\r\n"), std::string::npos);
+    EXPECT_EQ(text.find("oundary"), std::string::npos) << "boundary keys stay in memory only";
+    EXPECT_EQ(text.find("gone"), std::string::npos);
+
+    clsHashTable back;
+    ASSERT_TRUE(back.LoadTable(dir.file("t.dat")));
+    EXPECT_EQ(back.Count, 42);
+    EXPECT_EQ(back.HashFind("SUB*cheap meds, now").Value, 0.94f);
+    EXPECT_EQ(back.HashFind("FRM*a@b.c").Value, 3.0f);
+    EXPECT_EQ(back.HashFind("tiny").Value, 0.01f);
+    EXPECT_EQ(back.HashFind("counted").Value, 123456.0f);
+    EXPECT_EQ(back.HashFind("HDR*BOUNDARY=x").Index, 0);
+    EXPECT_EQ(back.MaxIndex, 4);
+}
+
+TEST(HashTable, CountOfZeroReadsBackAsOneAndMissingFileLoadsNothing) {
+    TempDir dir;
+    clsHashTable table;
+    table.InitSmall();
+    table.Insert("x");
+    table.WriteHashTable(dir.file("zero.dat"));
+    clsHashTable back;
+    back.LoadTable(dir.file("zero.dat"));
+    EXPECT_EQ(back.Count, 1);
+
+    clsHashTable none;
+    EXPECT_FALSE(none.LoadTable(dir.file("absent.dat")));
+    EXPECT_EQ(none.Size, 0) << "no file, no filters";
+}
+
+TEST(HashTable, LoadingAddsToWhatIsThereNewestFirst) {
+    TempDir dir;
+    corva::test::writeFile(dir.file("a.dat"), "Count, String\r\n 1 \r\n0.2, w\r\n");
+    corva::test::writeFile(dir.file("b.dat"), "Count, String\r\n 1 \r\n0.8, w\r\n");
+    clsHashTable table;
+    table.LoadTable(dir.file("a.dat"));
+    table.LoadTable(dir.file("b.dat"));
+    EXPECT_EQ(table.MaxIndex, 2);
+    EXPECT_EQ(table.HashFind("w").Value, 0.8f);
+}
+
+TEST(HashTable, DamagedFileLoadsWhatItCan) {
+    ResetLastActions();
+    clsHashTable table;
+    ASSERT_TRUE(
+        table.LoadTable(corva::test::dataFile("bayes/damaged-lines-load-what-they-can.dat")));
+    EXPECT_EQ(table.Count, 1) << "an unreadable count is taken as 1";
+    EXPECT_EQ(table.HashFind("plain").Value, 3.0f);
+    EXPECT_EQ(table.HashFind("key with blanks , and commas").Value, 0.5f);
+    EXPECT_EQ(table.HashFind("padded key").Value, 2.0f);
+    EXPECT_EQ(table.HashFind("not a number").Value, 0.0f) << "a value that isn't a number reads 0";
+    EXPECT_EQ(table.HashFind("boundary=abc").Value, 0.25f)
+        << "such keys load, only saving skips them";
+    EXPECT_EQ(table.HashFind("too big for a single").Index, 0);
+    EXPECT_EQ(table.HashFind("far too small").Index, 0);
+    EXPECT_EQ(table.MaxIndex, 5);
+    EXPECT_TRUE(ringHas("out of range"));
+}
+
+TEST(HashTable, HugeTableLoadsGrowsByHalfAndSaves) {
+    TempDir dir;
+    std::string text = "Count, String\r\n 9 \r\n";
+    text.reserve(350000 * 20);
+    for (int i = 1; i <= 350000; ++i) text += "1, HDR*token" + std::to_string(i) + "\r\n";
+    corva::test::writeFile(dir.file("huge.dat"), text);
+
+    clsHashTable table;
+    table.InitHuge();
+    ASSERT_TRUE(table.LoadTable(dir.file("huge.dat")));
+    EXPECT_EQ(table.MaxIndex, 350000);
+    EXPECT_EQ(table.Size, 350000);
+    table.Insert("one more");
+    EXPECT_EQ(table.Size, 525000);
+    EXPECT_EQ(table.RecIndex("one more"), 350001);
+    EXPECT_EQ(table.HashFind("HDR*token123456").Value, 1.0f);
+    ASSERT_TRUE(table.WriteHashTable(dir.file("again.dat")));
+
+    clsHashTable back;
+    back.InitHuge();
+    back.LoadTable(dir.file("again.dat"));
+    EXPECT_EQ(back.MaxIndex, 350001);
+    EXPECT_EQ(back.Count, 9);
+}
