@@ -1,0 +1,180 @@
+// The contact book: its file, its searches, its groups and CSV import.
+#include "contacts/clsContacts.h"
+#include "contacts/modContacts.h"
+
+#include "core/mSHAREDLogging.h"
+#include "platform/Platform.h"
+#include "support/TempDir.h"
+
+#include <gtest/gtest.h>
+
+using namespace corva;
+using corva::test::dataFile;
+using corva::test::readFile;
+using corva::test::TempDir;
+using corva::test::writeFile;
+
+namespace {
+
+clsContact person(const std::string& name, const std::string& email) {
+    clsContact c;
+    c.strName = name;
+    c.email = email;
+    return c;
+}
+
+class SilentPrompts : public platform::Prompts {
+public:
+    std::vector<std::string> shown;
+    platform::Answer messageBox(const std::string& text, platform::Buttons, platform::Icon,
+                                const std::string&) override {
+        shown.push_back(text);
+        return platform::Answer::Ok;
+    }
+    platform::PasswordReply askPassword(const std::string&) override { return {"", true, false}; }
+    std::optional<std::string> inputBox(const std::string&, const std::string&,
+                                        const std::string&) override {
+        return std::nullopt;
+    }
+    void setCursor(platform::Cursor) override {}
+};
+
+class SilentPlatform : public platform::Platform {
+public:
+    SilentPrompts silent;
+    platform::Prompts& prompts() override { return silent; }
+};
+
+} // namespace
+
+TEST(ContactBook, LoadKeepsOnlyContactsWithNameAndAddress) {
+    TempDir dir;
+    clsContacts book;
+    book.setFilePath(dataFile("contacts/name-without-email-vanishes.txt"));
+    book.LoadContacts();
+    ASSERT_EQ(book.Count(), 3) << "load keeps two of the same name";
+    EXPECT_EQ(book.Contact(1).email, "ann@lee.example");
+    EXPECT_EQ(book.Contact(1).mobile, "0400 000 000") << "keys in any case";
+    EXPECT_EQ(book.Contact(1).groups, "friends,work,");
+    EXPECT_EQ(book.Contact(2).email, "second@lee.example");
+    EXPECT_EQ(book.Contact(3).homeaddr1, "1 Long Road, Springfield ") << "the rest of the line";
+    EXPECT_EQ(book.SeekByEmail("  BOB@Ray.example "), 3);
+    EXPECT_EQ(book.SeekByName("ann lee"), 1);
+    EXPECT_EQ(book.SeekByEmail("nobody@x"), -1);
+    EXPECT_EQ(book.Contact(9).strName, "") << "out of range gives an empty contact";
+}
+
+TEST(ContactBook, SaveWritesFieldsInOrderAndDropsGroups) {
+    TempDir dir;
+    clsContacts book;
+    book.setFilePath(dir.file("contacts.txt"));
+    clsContact c = person("Ann Lee", "ann@lee.example");
+    c.busfax = "99";
+    c.groups = "friends,";
+    book.AddContact(c);
+    ASSERT_TRUE(book.SaveContacts());
+    std::string text = readFile(dir.file("contacts.txt"));
+    EXPECT_EQ(text.substr(0, 61),
+              "<contact>\r\nname Ann Lee\r\nemail ann@lee.example\r\nmobile \r\nhome");
+    EXPECT_NE(text.find("\r\nbusfax 99\r\nbuscountry \r\n"), std::string::npos);
+    EXPECT_EQ(text.find("groups"), std::string::npos);
+
+    clsContacts back;
+    back.setFilePath(dir.file("contacts.txt"));
+    back.LoadContacts();
+    ASSERT_EQ(back.Count(), 1);
+    EXPECT_EQ(back.Contact(1).busfax, "99");
+    EXPECT_EQ(back.Contact(1).groups, "") << "save then load loses the groups";
+}
+
+TEST(ContactBook, KeyWithoutValueStopsLoadingKeepingWhatWasRead) {
+    ResetLastActions();
+    clsContacts book;
+    book.setFilePath(dataFile("contacts/key-without-value-stops-loading.txt"));
+    book.LoadContacts();
+    ASSERT_EQ(book.Count(), 1);
+    EXPECT_EQ(book.Contact(1).strName, "First One");
+    EXPECT_FALSE(LastActionEntries().empty());
+}
+
+TEST(ContactBook, MissingFileIsAnEmptyBook) {
+    TempDir dir;
+    clsContacts book;
+    book.AddContact(person("Old", "old@x"));
+    book.setFilePath(dir.file("none.txt"));
+    book.LoadContacts();
+    EXPECT_EQ(book.Count(), 0);
+}
+
+TEST(ContactBook, AddContactReplacesTheSameNameAndMovesItLast) {
+    clsContacts book;
+    book.AddContact(person("Ann", "a@x"));
+    book.AddContact(person("Bob", "b@x"));
+    book.AddContact(person(" ANN ", "new@x"));
+    ASSERT_EQ(book.Count(), 2);
+    EXPECT_EQ(book.Contact(1).strName, "Bob");
+    EXPECT_EQ(book.Contact(2).email, "new@x");
+    book.Remove(1);
+    EXPECT_EQ(book.Count(), 1);
+}
+
+TEST(ContactBook, GroupsAreASubstringSearch) {
+    clsContact c;
+    c.AddToGroup("work");
+    c.AddToGroup("Work");
+    EXPECT_EQ(c.groups, "work,");
+    EXPECT_TRUE(c.InGroup("ork"));
+    EXPECT_TRUE(c.InGroup(" WORK "));
+    EXPECT_FALSE(c.InGroup("play"));
+    c.AddToGroup("friends");
+    c.RenameGroup("work", "office");
+    EXPECT_EQ(c.groups, "office,friends,");
+    c.RemoveFromGroup("office");
+    EXPECT_EQ(c.groups, "friends,");
+}
+
+TEST(ContactImport, TwoColumnsImportWiderFilesImportNothing) {
+    TempDir dir;
+    SilentPlatform fake;
+    platform::ScopedPlatform installed(fake);
+    clsContacts book;
+    book.setFilePath(dir.file("contacts.txt"));
+    EXPECT_EQ(ImportContactsCsv(book, dataFile("contacts/two-columns-import.csv")), 2);
+    ASSERT_EQ(book.Count(), 2);
+    EXPECT_EQ(book.Contact(1).strName, "Lee");
+    EXPECT_EQ(book.Contact(1).email, "Ann ,ann@lee.example")
+        << "quotes hide no commas; the second part is the rest of the line";
+    EXPECT_EQ(book.Contact(2).strName, "Bob Ray");
+    EXPECT_EQ(book.Contact(2).email, "BOB@ray.example");
+    EXPECT_NE(readFile(dir.file("contacts.txt")).find("name Bob Ray"), std::string::npos);
+
+    EXPECT_EQ(ImportContactsCsv(book, dataFile("contacts/three-columns-import-nothing.csv")), 0);
+    EXPECT_EQ(book.Count(), 2);
+    EXPECT_TRUE(fake.silent.shown.empty());
+
+    EXPECT_EQ(ImportContactsCsv(book, dir.file("absent.csv")), -1);
+    ASSERT_EQ(fake.silent.shown.size(), 1u);
+    EXPECT_EQ(fake.silent.shown[0], "Error importing contacts file");
+}
+
+TEST(ContactImport, ColumnNamesPickFieldsWithTheShiftedAddressRows) {
+    clsContact c;
+    ASSERT_NE(csvField(c, " home suburb "), nullptr);
+    *csvField(c, " home suburb ") = "Suburb";
+    *csvField(c, "HOME CITY") = "City";
+    *csvField(c, "Business Postal Code") = "4000";
+    *csvField(c, "e-mail address") = "x@y";
+    EXPECT_EQ(c.homeaddr2, "Suburb");
+    EXPECT_EQ(c.homesuburb, "City");
+    EXPECT_EQ(c.buspostcode, "4000");
+    EXPECT_EQ(c.email, "x@y");
+    EXPECT_EQ(csvField(c, "Birthday"), nullptr);
+}
+
+TEST(ContactExport, OneSenderAddressPerMessage) {
+    TempDir dir;
+    writeFile(dir.file("a.eml"), "From: Ann <Ann@Lee.example>\r\nSubject: x\r\n\r\nbody");
+    writeFile(dir.file("b.eml"), "From: bob@ray.example\r\n\r\n");
+    ASSERT_TRUE(ExportAddresses({dir.file("a.eml"), dir.file("b.eml")}, dir.file("emails.csv")));
+    EXPECT_EQ(readFile(dir.file("emails.csv")), "ann@lee.example\r\nbob@ray.example\r\n");
+}
