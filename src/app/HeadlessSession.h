@@ -1,28 +1,57 @@
-// The program started without windows, for the commands: the start-up steps
-// that the command line needs, in the program's order, and the shutdown in
-// its order when the session ends.
+// The program started without windows, for the commands: frmMain's start-up
+// in the program's order, and its shutdown when the session ends, so that a
+// command sees the same settings, folders and filters as the window does.
 #pragma once
 
+#include "cycle/frmMain.h"
+
+#include <memory>
+#include <optional>
 #include <string>
 
 namespace corva::app {
 
+class CommandArgs;
+
 class HeadlessSession {
 public:
-    // Chooses the program folder (--home, $CORVA_HOME, XDG), writes the logs,
-    // loads Paths.ini and Corva.ini and makes the mail folders.
+    // Chooses the program folder (--home, $CORVA_HOME, XDG) and starts the
+    // program headless with no automatic scans; notices go to stderr.
     HeadlessSession();
+    // The same, showing the cycle through view, with the timer as autoScan says.
+    HeadlessSession(frmMainView& view, frmMain::AutoScan autoScan,
+                    std::optional<int16_t> delaySeconds = std::nullopt);
     ~HeadlessSession();
     HeadlessSession(const HeadlessSession&) = delete;
     HeadlessSession& operator=(const HeadlessSession&) = delete;
 
     // True when Corva.ini was missing at start (a first run).
-    bool firstRun() const { return firstRun_; }
+    bool firstRun() const { return main_->firstRun(); }
     const std::string& programFolder() const { return programFolder_; }
 
+    // The objects the commands work with, alive for the whole session.
+    frmMain& main() { return *main_; }
+    frmGetMail& getMail() { return main_->GetMail(); }
+    frmFilters& serverFilters() { return main_->ServerFilters(); }
+    frmFilters& localFilters() { return main_->LocalFilters(); }
+
+    // Ends the session early (after Ctrl-C); the destructor then does nothing more.
+    void shutdown();
+
 private:
+    void start(frmMainView* view, frmMain::AutoScan autoScan, std::optional<int16_t> delaySeconds);
+
     std::string programFolder_;
-    bool firstRun_ = false;
+    std::unique_ptr<frmMainView> ownView_;
+    std::unique_ptr<frmMain> main_;
 };
+
+// Ctrl-C while a command runs: a flag the command's wait looks at, so that it
+// ends through the program's shutdown instead of dying mid-transfer.
+void CatchInterrupt();
+bool Interrupted();
+
+// scan and fetch: one cycle over every account or one, printed as the list.
+int RunCycleCommand(CommandArgs& args, bool retrieve, const char* name);
 
 } // namespace corva::app

@@ -1,0 +1,188 @@
+// What the cycle's tests share: a platform whose prompts and sound are
+// recorded, a view that keeps what it was shown, and a fixture that starts
+// frmMain headless in a fresh program folder and shuts it down afterwards.
+#pragma once
+
+#include "core/Strings.h"
+#include "core/Variant.h"
+#include "core/mSHAREDSettings.h"
+#include "cycle/frmMain.h"
+#include "platform/Platform.h"
+#include "support/TempDir.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace corva::test {
+
+class RecordingPrompts : public platform::Prompts {
+public:
+    platform::Answer messageBox(const std::string& text, platform::Buttons buttons, platform::Icon,
+                                const std::string&) override {
+        messages.push_back(text);
+        return buttons == platform::Buttons::Ok ? platform::Answer::Ok : answer;
+    }
+    platform::PasswordReply askPassword(const std::string& prompt) override {
+        passwordPrompts.push_back(prompt);
+        return {"", true, false};
+    }
+    std::optional<std::string> inputBox(const std::string&, const std::string&,
+                                        const std::string&) override {
+        return std::nullopt;
+    }
+    void setCursor(platform::Cursor) override {}
+
+    std::vector<std::string> messages;
+    std::vector<std::string> passwordPrompts;
+    platform::Answer answer = platform::Answer::No;
+};
+
+class RecordingSound : public platform::Sound {
+public:
+    void play(const std::string& file) override { played.push_back(file); }
+    std::vector<std::string> played;
+};
+
+// The platform in force, with prompts and sound replaced by recorders.
+class TestPlatform : public platform::Platform {
+public:
+    TestPlatform() : base_(platform::current()) {}
+    std::unique_ptr<platform::Socket> createSocket() override { return base_.createSocket(); }
+    std::unique_ptr<platform::Timer> createTimer() override { return base_.createTimer(); }
+    platform::EventLoop& eventLoop() override { return base_.eventLoop(); }
+    platform::Prompts& prompts() override { return prompts_; }
+    platform::Clock& clock() override { return base_.clock(); }
+    platform::Sound& sound() override { return sound_; }
+
+    RecordingPrompts prompts_;
+    RecordingSound sound_;
+
+private:
+    platform::Platform& base_;
+};
+
+class RecordingView : public frmMainView {
+public:
+    void RunAccountWizard() override { ++wizardRuns; }
+    void ClearList() override { list.clear(); }
+    void AddListLine(const ListLine& line) override {
+        list.push_back(line);
+        all.push_back(line);
+    }
+    void SetStatusPanel(int panel, const std::string& text) override {
+        if (panel >= 1 && panel <= 4) panels[panel] = text;
+        if (panel == 1 && !text.empty()) progress.push_back(text);
+    }
+    void SetToolbarButtonImage(const std::string& key, const std::string& image) override {
+        if (key == "upanddown") toolbarImage = image;
+    }
+    void ShowTrayIcon(const std::string& tip, TrayPicture picture) override {
+        trayTip = tip;
+        trayPicture = picture;
+    }
+    void ChangeTrayIcon(const std::string& tip, TrayPicture picture) override {
+        if (!tip.empty()) trayTip = tip;
+        trayPicture = picture;
+    }
+    void HideWindow() override { ++hides; }
+    bool ShowSettingsDialog() override {
+        ++settingsDialogs;
+        return false;
+    }
+
+    // Lines of one kind in the list as it stands.
+    std::vector<ListLine> lines(ListLine::Kind kind) const {
+        std::vector<ListLine> out;
+        for (const auto& l : list)
+            if (l.kind == kind) out.push_back(l);
+        return out;
+    }
+    std::vector<ListLine> messages() const { return lines(ListLine::Kind::Message); }
+    std::vector<std::string> texts(ListLine::Kind kind) const {
+        std::vector<std::string> out;
+        for (const auto& l : lines(kind)) out.push_back(l.Status);
+        return out;
+    }
+    // The message line with this subject; a failed expectation when there is none.
+    ListLine line(const std::string& subject) const {
+        for (const auto& l : list)
+            if (l.kind == ListLine::Kind::Message && l.Subject == subject) return l;
+        ADD_FAILURE() << "no line for " << subject;
+        return {};
+    }
+
+    std::vector<ListLine> list; // since the last ClearList
+    std::vector<ListLine> all;  // since the start
+    std::string panels[5];
+    std::vector<std::string> progress;
+    std::string toolbarImage;
+    std::string trayTip;
+    TrayPicture trayPicture = TrayPicture::LargeS;
+    int wizardRuns = 0;
+    int hides = 0;
+    int settingsDialogs = 0;
+};
+
+// A message as a server keeps it.
+inline std::string mailText(const std::string& from, const std::string& to,
+                            const std::string& subject, const std::string& body = "Hello.\n") {
+    return "From: " + from + "\nTo: " + to + "\nSubject: " + subject +
+           "\nDate: Mon, 2 Jan 2023 10:00:00 +0000\nMessage-ID: <" + Replace(subject, " ", ".") +
+           "@test>\n\n" + body;
+}
+
+class CycleFixture : public ::testing::Test {
+protected:
+    CycleFixture() : scoped_(platform_) {}
+
+    void SetUp() override { dir.makeProgramFolder(); }
+    void TearDown() override { stop(); }
+
+    // Starts a fresh frmMain in the program folder, as a command does.
+    void start(frmMain::AutoScan autoScan = frmMain::AutoScan::Off) {
+        main = std::make_unique<frmMain>(&view);
+        frmMain::StartOptions options;
+        options.headless = true;
+        options.autoScan = autoScan;
+        main->StartProgram(options);
+        // Short waits keep failing servers quick.
+        sset("MailTimeout", 3);
+    }
+    void stop() {
+        if (main) main->exitprog();
+        main.reset();
+    }
+
+    // An account on a server of the form "127.0.0.1:port".
+    void setAccount(int i, const std::string& server, const std::string& user,
+                    const std::string& title) {
+        const std::string n = Str(i);
+        sset("SERVER" + n, server);
+        sset("UNAME" + n, user);
+        sset("PWD" + n, "secret");
+        sset("TITLE" + n, title);
+        sset("REPLYADDRESS" + n, user + "@example.test");
+        sset("CHECK" + n, true);
+    }
+
+    // Runs one cycle to its end; false when it didn't end in time.
+    bool cycle(bool deleteMode, bool retrieve, int timeoutMs = 30000) {
+        main->checkmail(deleteMode, false, 0, retrieve);
+        return waitForCycle(timeoutMs);
+    }
+    bool waitForCycle(int timeoutMs = 30000) {
+        return platform::current().eventLoop().runUntil([&] { return !main->CycleRunning(); },
+                                                        timeoutMs);
+    }
+
+    TestPlatform platform_;
+    platform::ScopedPlatform scoped_;
+    TempDir dir;
+    RecordingView view;
+    std::unique_ptr<frmMain> main;
+};
+
+} // namespace corva::test
