@@ -223,19 +223,21 @@ void clsMessage::CreateFromText(const std::string& strMessage, bool vHeaderOnly)
 void clsMessage::parseHeaderLines() {
     const auto& table = fieldTable();
     std::string previous;
+    std::string name; // reused from line to line, so a header costs no allocation
     std::string_view all = Headers;
     size_t start = 0;
     for (;;) {
         size_t end = all.find("\r\n", start);
         std::string_view line =
             all.substr(start, end == std::string_view::npos ? all.size() - start : end - start);
-        std::string name;
+        name.clear();
         std::string_view value;
         size_t colon = line.find(':');
         if (colon == std::string_view::npos) {
             value = ts::trimView(line);
         } else {
-            name = ts::lowerCopy(line.substr(0, colon)); // not trimmed: "Received :" is unknown
+            // Not trimmed: "Received :" is an unknown header.
+            for (char c : line.substr(0, colon)) name += ts::lower(c);
             value = ts::trimView(line.substr(colon + 1));
         }
         // A line without a name continues the one before: that is how folding is read.
@@ -347,7 +349,7 @@ void clsMessage::parseHeaderLines() {
                 break;
             }
         }
-        previous = std::move(name);
+        previous.swap(name);
         if (end == std::string_view::npos) break;
         start = end + 2;
     }

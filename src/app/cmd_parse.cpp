@@ -1,0 +1,258 @@
+// "corva parse FILE.eml": shows what the message reader makes of a file, field
+// by field, with its parts and the plain text the plain view would show.
+#include "app/Command.h"
+#include "core/FileSubs.h"
+#include "core/mSHAREDSettings.h"
+#include "message/clsMessage.h"
+#include "message/modMIME.h"
+
+#include <cstdio>
+#include <functional>
+#include <iostream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace corva::app {
+namespace {
+
+// One field: its name and its value as JSON and as a line of text.
+struct FieldValue {
+    std::string name;
+    enum class Kind { Text, Bool, Number } kind;
+    std::string text;
+    double number = 0;
+    bool flag = false;
+};
+
+std::vector<FieldValue> fieldsOf(const clsMessage& m) {
+    using K = FieldValue::Kind;
+    auto t = [](const char* n, const std::string& v) { return FieldValue{n, K::Text, v}; };
+    auto b = [](const char* n, bool v) { return FieldValue{n, K::Bool, "", 0, v}; };
+    auto d = [](const char* n, double v) { return FieldValue{n, K::Number, "", v}; };
+    // The order of the class's interface, fixed so that output can be compared.
+    return {
+        b("HeaderOnly", m.HeaderOnly),
+        t("StrippedBody", m.StrippedBody),
+        t("HtmlStrippedBody", m.HtmlStrippedBody),
+        t("SpamSplit", m.SpamSplit),
+        t("ContentTypeMain", m.ContentTypeMain),
+        d("IdxRec", m.IdxRec),
+        d("QBXFileLoc", m.QBXFileLoc),
+        d("QBXFileEndLoc", m.QBXFileEndLoc),
+        b("InQBXFile", m.InQBXFile),
+        b("Replied", m.Replied),
+        b("HighPriority", m.HighPriority),
+        t("XSpamStatus", m.XSpamStatus),
+        t("XSpamReport", m.XSpamReport),
+        t("XMailer", m.XMailer),
+        t("FilterReason", m.FilterReason),
+        b("Ignored", m.Ignored),
+        b("Suspicious", m.Suspicious),
+        d("Bayes", m.Bayes),
+        b("BlockedSender", m.BlockedSender),
+        b("BlockedRecip", m.BlockedRecip),
+        t("DomainKey", m.DomainKey),
+        t("ReturnReceiptTo", m.ReturnReceiptTo),
+        d("MessageNumThisAcc", m.MessageNumThisAcc),
+        t("SpamTestsFailed", m.SpamTestsFailed),
+        t("XEnvelopeTo", m.XEnvelopeTo),
+        b("Deleted", m.Deleted),
+        b("HasAttachment", m.HasAttachment),
+        b("Read", m.Read),
+        d("FromAccount", m.FromAccount),
+        d("Colour", m.Colour),
+        d("Size", m.Size),
+        t("Headers", m.Headers),
+        t("Filename", m.Filename()),
+        t("DestFolder", m.DestFolder),
+        t("MessageBody", m.MessageBody),
+        t("Messagetext", m.Messagetext),
+        t("Encrypted", m.Encrypted),
+        t("Comments", m.Comments),
+        t("Keywords", m.Keywords),
+        t("References", m.References),
+        t("InReplyTo", m.InReplyTo),
+        t("OrigIP", m.OrigIP),
+        t("UserAgent", m.UserAgent),
+        t("To_Email", m.To_Email),
+        t("BCC", m.BCC),
+        t("CC", m.CC),
+        t("Sender", m.Sender),
+        t("ReplyTo", m.ReplyTo),
+        t("Subject", m.Subject),
+        t("From", m.From),
+        t("MessageTo", m.MessageTo),
+        t("MessageID", m.MessageID),
+        t("SendDate", m.SendDate),
+        t("Received", m.Received),
+        t("ReceiveDate", m.ReceiveDate),
+        t("ReturnPath", m.ReturnPath),
+        d("MimePartCount", m.MimePartCount()),
+    };
+}
+
+// A JSON string in which every byte is one character: bytes above 127 become
+// \u0080..\u00ff, so the output is valid JSON whatever the mail's charset.
+std::string jsonString(const std::string& bytes) {
+    std::string out = "\"";
+    for (unsigned char c : bytes) {
+        switch (c) {
+        case '"':
+            out += "\\\"";
+            break;
+        case '\\':
+            out += "\\\\";
+            break;
+        case '\n':
+            out += "\\n";
+            break;
+        case '\r':
+            out += "\\r";
+            break;
+        case '\t':
+            out += "\\t";
+            break;
+        default:
+            if (c < 0x20 || c >= 0x7F) {
+                char hex[8];
+                std::snprintf(hex, sizeof hex, "\\u%04x", c);
+                out += hex;
+            } else {
+                out += static_cast<char>(c);
+            }
+        }
+    }
+    return out + "\"";
+}
+
+std::string numberText(double v) {
+    std::ostringstream s;
+    s.precision(15);
+    s << v;
+    return s.str();
+}
+
+// A value on one line: control and high bytes escaped, long ones cut.
+std::string lineText(const std::string& bytes, size_t limit) {
+    std::string out;
+    size_t shown = std::min(bytes.size(), limit);
+    for (size_t i = 0; i < shown; ++i) {
+        unsigned char c = static_cast<unsigned char>(bytes[i]);
+        if (c == '\r')
+            out += "\\r";
+        else if (c == '\n')
+            out += "\\n";
+        else if (c == '\\')
+            out += "\\\\";
+        else if (c < 0x20 || c >= 0x7F) {
+            char hex[8];
+            std::snprintf(hex, sizeof hex, "\\x%02X", c);
+            out += hex;
+        } else
+            out += static_cast<char>(c);
+    }
+    if (shown < bytes.size()) out += "... (" + std::to_string(bytes.size()) + " bytes)";
+    return out;
+}
+
+void printJson(const std::string& file, const clsMessage& m, const std::string& plain) {
+    std::ostream& o = std::cout;
+    o << "{\n  \"file\": " << jsonString(file) << ",\n  \"fields\": {\n";
+    auto fields = fieldsOf(m);
+    for (size_t i = 0; i < fields.size(); ++i) {
+        const auto& f = fields[i];
+        o << "    " << jsonString(f.name) << ": ";
+        if (f.kind == FieldValue::Kind::Text)
+            o << jsonString(f.text);
+        else if (f.kind == FieldValue::Kind::Bool)
+            o << (f.flag ? "true" : "false");
+        else
+            o << numberText(f.number);
+        o << (i + 1 < fields.size() ? ",\n" : "\n");
+    }
+    o << "  },\n  \"parts\": [";
+    for (int i = 1; i <= m.MimePartCount(); ++i) {
+        const clsMimeType& p = m.MimePart(i);
+        o << (i > 1 ? ",\n" : "\n") << "    {\"index\": " << i
+          << ", \"type\": " << jsonString(p.ContentType)
+          << ", \"name\": " << jsonString(p.SectionName)
+          << ", \"encoding\": " << jsonString(p.Encoding) << ", \"size\": " << p.Size << "}";
+    }
+    o << (m.MimePartCount() ? "\n  ],\n" : "],\n") << "  \"attachments\": [";
+    const auto& names = m.AttachmentNames();
+    for (size_t i = 0; i < names.size(); ++i) o << (i ? ", " : "") << jsonString(names[i]);
+    o << "],\n  \"plainText\": " << jsonString(plain) << "\n}\n";
+}
+
+void printText(const std::string& file, const clsMessage& m, const std::string& plain) {
+    std::ostream& o = std::cout;
+    o << "File: " << lineText(file, std::string::npos) << "\n";
+    for (const auto& f : fieldsOf(m)) {
+        o << f.name << ": ";
+        if (f.kind == FieldValue::Kind::Text)
+            o << lineText(f.text, 300);
+        else if (f.kind == FieldValue::Kind::Bool)
+            o << (f.flag ? "True" : "False");
+        else
+            o << numberText(f.number);
+        o << "\n";
+    }
+    o << "Parts:\n";
+    for (int i = 1; i <= m.MimePartCount(); ++i) {
+        const clsMimeType& p = m.MimePart(i);
+        o << "  " << i << ". type=" << lineText(p.ContentType, 200)
+          << " name=" << lineText(p.SectionName, 200) << " encoding=" << lineText(p.Encoding, 200)
+          << " size=" << p.Size << "\n";
+    }
+    o << "Attachments:\n";
+    for (const auto& name : m.AttachmentNames()) o << "  " << lineText(name, 300) << "\n";
+    o << "Plain text:\n" << plain;
+    if (!plain.empty() && plain.back() != '\n') o << "\n";
+}
+
+int run(CommandArgs& args) {
+    bool headersOnly = args.flag("--headers-only");
+    bool json = args.flag("--json");
+    auto unknown = args.unknownOptions();
+    if (!unknown.empty() || args.rest().size() != 1) {
+        for (const auto& u : unknown) std::cerr << "Unknown option: " << u << "\n";
+        std::cerr << "Usage: corva parse FILE.eml [--headers-only] [--json]\n";
+        return 2;
+    }
+    const std::string file = args.rest().front();
+    std::string text;
+    if (!FileExists(file) || !LoadTextFile(file, text)) {
+        std::cerr << "Can't read " << file << "\n";
+        return 1;
+    }
+    // The plain view follows the user's "Tweaks" setting when a program folder is named.
+    if (!HomeOption().empty()) {
+        std::string ini = addslash(HomeOption()) + "Corva.ini";
+        if (FileExists(ini)) LoadSettings(ini);
+    }
+
+    clsMessage m;
+    m.CreateFromText(text, headersOnly);
+    std::string plain = headersOnly ? std::string() : extractplainmessage(m);
+    if (json)
+        printJson(file, m, plain);
+    else
+        printText(file, m, plain);
+    return 0;
+}
+
+const CommandRegistration registration({
+    "parse",
+    "corva parse FILE.eml [--headers-only] [--json]",
+    "Show what the message reader makes of a mail file",
+    "Prints every field of the parsed message, its MIME parts (type, name, encoding,\n"
+    "size), its attachment names and the plain text the plain view shows.\n"
+    "--headers-only parses the way a server scan does, without the body.\n"
+    "--json prints one object with fixed key order; each byte of the mail is one\n"
+    "character, bytes above 127 written as \\u0080 to \\u00ff.",
+    run,
+});
+
+} // namespace
+} // namespace corva::app
