@@ -457,14 +457,15 @@ void frmFilters::checkLadder(clsMessage& msg, bool CheckBayes) {
     if (!CheckBayes) {
         msg.Bayes = 0;
     } else {
-        // A folder chosen by a rule goes on every path through the score.
+        // A folder chosen by a rule goes on every path through the score. The
+        // thresholds are the program-wide values read from the settings.
         msg.DestFolder.clear();
         float score = 0;
         BayesScore& scorer = bayes_ ? *bayes_ : currentBayesScore();
         guarded(proc, Module, [&] { scorer.Spamminess(msg, false, score); });
         msg.Bayes = score;
         if (msg.FilterReason.empty()) msg.FilterReason = "Bayes: " + singleText(score);
-        if (msg.Bayes >= settingSingle("Spamminess", 0.99)) {
+        if (msg.Bayes >= corva::Spamminess) {
             msg.Colour = ColourDelete;
             if (msg.HeaderOnly)
                 msg.Deleted = true;
@@ -472,7 +473,7 @@ void frmFilters::checkLadder(clsMessage& msg, bool CheckBayes) {
                 msg.DestFolder = "\\SpamBayes\\";
             return;
         }
-        if (msg.Bayes >= settingSingle("SaveToSpamScore", 2)) {
+        if (msg.Bayes >= corva::SaveToSpamScore) {
             msg.Suspicious = true;
             msg.Colour = ColourSuspicious;
             msg.DestFolder = "\\SpamBayes\\";

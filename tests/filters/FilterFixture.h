@@ -66,11 +66,15 @@ protected:
         setThresholds(0.99f, 2.0f);
         filters.setBayesScore(&scorer);
     }
-    void TearDown() override { Settings().DeleteAllSettings(); }
+    void TearDown() override {
+        Settings().DeleteAllSettings();
+        ReadScoringNumbers();
+    }
 
     void setThresholds(float spam, float saveToSpam) {
         sset("Spamminess", static_cast<double>(spam));
         sset("SaveToSpamScore", static_cast<double>(saveToSpam));
+        ReadScoringNumbers();
     }
     void add(clsFilterNew f) { filters.Filters().push_back(std::move(f)); }
     clsMessage check(clsMessage msg, bool checkBayes = true) {
