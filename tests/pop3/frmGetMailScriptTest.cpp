@@ -122,6 +122,20 @@ TEST_F(ScriptTest, StatReplyWithoutBlanksStallsIntoTheTimeOut) {
                             [](const std::string& e) { return e.rfind("Timed out", 0) == 0; }));
 }
 
+TEST_F(ScriptTest, CountBeyondSixteenBitsIsReportedAndTimesOut) {
+    sset("MailTimeout", 1);
+    start(login() + Steps{Expect("LIST\r\n"), Say("+OK\r\n.\r\n"), Expect("STAT\r\n"),
+                          Say("+OK 40000 123456\r\n"), Silence()});
+    pop.GetHeaders(0, false, false);
+    ASSERT_TRUE(waitFinished(log, 5000));
+    EXPECT_EQ(log.outline(),
+              (Outline{"DoingServer: Test", "Cancelled", "Finished", "TimedOut: 1"}));
+    auto ring = LastActionEntries();
+    EXPECT_NE(
+        std::find(ring.begin(), ring.end(), "Overflow(6) in DataArrival of module frmGetMail"),
+        ring.end());
+}
+
 TEST_F(ScriptTest, WithoutStopAtLastTheServersRefusalEndsTheScanQuietly) {
     sset("STOPATLAST0", false);
     // "-ERR" inside the last message is text, not the end: the count isn't passed yet.

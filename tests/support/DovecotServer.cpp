@@ -226,7 +226,7 @@ void DovecotServer::addMessage(const std::string& user, const std::string& text)
         if (!out) throw std::runtime_error("DovecotServer: no mailbox for " + user);
         out.write(body.data(), static_cast<std::streamsize>(body.size()));
     }
-    ::chown(tmp.c_str(), mailUid_, mailGid_);
+    // The files may stay ours: the server only needs to write the folders.
     // Delivered by rename, so the server never sees half a message.
     fs::rename(tmp, maildir(user) + "new/" + name);
 }
