@@ -274,6 +274,16 @@ void frmFilters::ReloadLists() {
     ignore_.Load(ignorePath_);
 }
 
+FilterViewSetup frmFilters::DisplayFilters(bool isLocal) {
+    MaxMailSize = isLocal ? 0.0f : settingSingle("MaxMailSize", 0);
+    FilterViewSetup setup;
+    setup.heading = isLocal ? "These filters will move inbound messages to selected folders"
+                            : "These filters will delete spam based on header fields";
+    setup.folderListOn = isLocal;
+    setup.maxMailSize = MaxMailSize;
+    return setup;
+}
+
 // ---- List changes ----
 
 bool frmFilters::changeList(clsAddressList& list, const std::string& path, const std::string& text,

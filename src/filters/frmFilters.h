@@ -24,6 +24,13 @@ inline constexpr int32_t ColourDelete = 33023;        // orange: to delete, or s
 inline constexpr int32_t ColourSuspicious = 0x8080FF; // pink
 inline constexpr int32_t ColourLeftAlone = 0xC0C0C0;  // grey
 
+// What the filter editor shows for one of the two sets; the window draws it.
+struct FilterViewSetup {
+    std::string heading;
+    bool folderListOn = false; // only local filters move mail to folders
+    float maxMailSize = 0;
+};
+
 class frmFilters : public MessageCheck {
 public:
     // The file paths are fixed here, under the filter folder of the moment.
@@ -54,6 +61,10 @@ public:
     // Chooses the local or server rules, loads them afresh, and reloads the lists.
     void ReloadFilters(bool isLocal);
     void ReloadLists();
+
+    // Prepares the editor for the local or server set: its heading, the folder
+    // list, and MaxMailSize from the settings for the server set, 0 for the local.
+    FilterViewSetup DisplayFilters(bool isLocal);
 
     // The list tests the check asks.
     bool Ignore(const std::string& address) const { return ignore_.Test(address); }

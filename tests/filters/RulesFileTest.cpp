@@ -122,6 +122,17 @@ TEST_F(RulesFileTest, ReloadChoosesTheServerOrLocalRulesAndReadsTheLists) {
     EXPECT_EQ(filters.Filters()[0].FilterName, "Server");
 }
 
+TEST_F(RulesFileTest, TheEditorShowsTheSizeLimitOnlyForServerFilters) {
+    sset("MaxMailSize", 250);
+    FilterViewSetup server = filters.DisplayFilters(false);
+    EXPECT_EQ(server.maxMailSize, 250.0f);
+    EXPECT_FALSE(server.folderListOn);
+    FilterViewSetup local = filters.DisplayFilters(true);
+    EXPECT_EQ(local.maxMailSize, 0.0f);
+    EXPECT_EQ(filters.MaxMailSize, 0.0f);
+    EXPECT_TRUE(local.folderListOn);
+}
+
 TEST(FilterIndexes, ConditionsOutsideOneToFour) {
     clsFilterNew f;
     f.setFields(5, "From:");
