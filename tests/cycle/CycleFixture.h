@@ -80,6 +80,7 @@ public:
         if (key == "upanddown") toolbarImage = image;
     }
     void ShowTrayIcon(const std::string& tip, TrayPicture picture) override {
+        addedTip = tip;
         trayTip = tip;
         trayPicture = picture;
     }
@@ -119,7 +120,8 @@ public:
     std::string panels[5];
     std::vector<std::string> progress;
     std::string toolbarImage;
-    std::string trayTip;
+    std::string addedTip; // the tip the icon was added with
+    std::string trayTip;  // the tip it shows now
     TrayPicture trayPicture = TrayPicture::LargeS;
     int wizardRuns = 0;
     int hides = 0;
