@@ -642,10 +642,36 @@ void frmSendMail::socketSendProgress(long long bytesSent, long long bytesRemaini
 //   any           QUIT                         reply seen, 2s Closed
 void frmSendMail::socketDataArrival(const std::string& data) {
     guarded("sckMail_DataArrival", Module, [&] {
-        int code = static_cast<int>(Val(Left(data, 3)));
-        std::string text = Trim(Mid(data, 4));
-        if (EndsWith(text, CRLF)) text.resize(text.size() - 2);
-        onReply(code, data, text);
+        // A read may end inside a reply or hold several (a greeting glued to the
+        // answer to EHLO); each complete reply is handled on its own.
+        pendingReply_ += data;
+        std::vector<std::string> replies;
+        size_t start = 0;
+        for (size_t pos = 0;;) {
+            size_t eol = pendingReply_.find('\n', pos);
+            if (eol == std::string::npos) break;
+            bool more = eol - pos >= 4 && pendingReply_[pos + 3] == '-';
+            pos = eol + 1;
+            if (!more) {
+                replies.push_back(pendingReply_.substr(start, pos - start));
+                start = pos;
+            }
+        }
+        pendingReply_.erase(0, start);
+        for (size_t i = 0; i < replies.size(); ++i) {
+            const std::string& reply = replies[i];
+            int code = static_cast<int>(Val(Left(reply, 3)));
+            // Success right behind the password challenge: logged in, and the
+            // challenge goes unanswered.
+            if (code == 334 && i + 1 < replies.size() && StartsWith(replies[i + 1], "235")) {
+                loggedIn_ = true;
+                ++i;
+                continue;
+            }
+            std::string text = Trim(Mid(reply, 4));
+            if (EndsWith(text, CRLF)) text.resize(text.size() - 2);
+            onReply(code, reply, text);
+        }
     });
 }
 
@@ -738,6 +764,7 @@ bool frmSendMail::connecttohost() {
     if (state == SocketState::Connected) return true;
     if (state == SocketState::Closed) {
         connected_ = false;
+        pendingReply_.clear();
         // A new connection has to log in again.
         loggedIn_ = false;
         authParameter_ = false;
@@ -849,6 +876,7 @@ bool frmSendMail::Send(bool AlreadyFormatted) {
         if (!waituntiltrue(replySeen_, finalWait, true)) return false;
 
         raiseProgress(100);
+        totalSize_ = 0; // the QUIT that may follow is no part of the message
         raiseStatus("Transmission Complete...");
         if (listener_) listener_->SendSuccessful();
         if (!keepOpen_) disconnectfromhost();

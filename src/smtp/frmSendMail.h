@@ -207,6 +207,7 @@ private:
     long long totalSize_ = 0;
     long long socketProgress_ = 0;
     int lastPercent_ = -1;
+    std::string pendingReply_; // the start of a reply whose last line is still to come
     float deadline_ = 0;
 };
 

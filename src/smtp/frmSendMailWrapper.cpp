@@ -1,0 +1,371 @@
+// Spooling into the Outbox and the upload run over it. A file leaves the
+// Outbox only after its copy stands in Sent Items.
+#include "smtp/frmSendMailWrapper.h"
+
+#include "core/DateTime.h"
+#include "core/ErrorHandler.h"
+#include "core/FileSubs.h"
+#include "core/Globals.h"
+#include "core/Strings.h"
+#include "core/mSHAREDGeneral.h"
+#include "core/mSHAREDLogging.h"
+#include "core/mSHAREDSettings.h"
+#include "core/modSubs.h"
+#include "store/modMessageFiles.h"
+#include "store/modTags.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace corva {
+
+namespace {
+
+constexpr const char* Module = "frmSendMailWrapper";
+
+std::string accountPrefix(int account) {
+    char buffer[16];
+    std::snprintf(buffer, sizeof buffer, "%02d", account);
+    return buffer;
+}
+
+// Creates the file only if it is not there; true when this call made it.
+bool createExclusively(const std::string& path) {
+    int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL, 0600);
+    if (fd < 0) return false;
+    ::close(fd);
+    return true;
+}
+
+} // namespace
+
+frmSendMailWrapper::frmSendMailWrapper() : TimerSendNext_(platform::current().createTimer()) {
+    poSendMail_.setListener(this);
+    TimerSendNext_->setInterval(250);
+    TimerSendNext_->setEnabled(false);
+    TimerSendNext_->setCallback([this] { TimerSendNext_Tick(); });
+}
+
+frmSendMailWrapper::~frmSendMailWrapper() {
+    TimerSendNext_->setEnabled(false);
+    TimerSendNext_->setCallback({});
+    poSendMail_.setListener(nullptr);
+}
+
+std::string frmSendMailWrapper::outboxfolder() {
+    return addslash(ResolvePath(MessageFolder + OutboxFolder));
+}
+
+std::string frmSendMailWrapper::sentitemsfolder() {
+    return addslash(ResolvePath(MessageFolder + SentItemsFolder));
+}
+
+void frmSendMailWrapper::raiseProgress(const std::string& text) {
+    if (listener_) listener_->Progress(text);
+}
+
+// ---- Spooling ----
+
+std::string frmSendMailWrapper::SpoolMessage(clsMessage& message, const std::string& FromAddress,
+                                             const std::string& FromName) {
+    std::string path;
+    Sendmail(message, true, FromAddress, FromName, &path);
+    return path;
+}
+
+std::string frmSendMailWrapper::reserveoutboxname(int account) {
+    std::string folder = outboxfolder();
+    MkMissingDir(folder);
+    for (long k = 0;; ++k) {
+        std::string name = folder + accountPrefix(account) + "_outbound_" + Str(k) + ".eml";
+        // The spool writes name.tmp first and renames it over the name.
+        if (FileExists(name)) continue;
+        if (createExclusively(name + ".tmp")) return name;
+    }
+}
+
+void frmSendMailWrapper::splitaddresses(const std::string& text, std::string& addresses,
+                                        std::string& names) {
+    addresses.clear();
+    names.clear();
+    if (text.empty()) return;
+    std::vector<std::string> entries = Split(text, ";");
+    for (size_t i = 0; i < entries.size(); ++i) {
+        addresses += extractemail(entries[i]);
+        std::string name = extractname(entries[i]);
+        // Settled behaviour: a nameless entry carries the addresses so far.
+        names += name.empty() ? addresses : name;
+        if (i + 1 < entries.size()) {
+            addresses += ";";
+            names += ";";
+        }
+    }
+}
+
+bool frmSendMailWrapper::Sendmail(clsMessage& message, bool Spool, const std::string& FromAddress,
+                                  const std::string& FromName, std::string* spooledPath) {
+    return guardedValue("Sendmail", Module, false, [&] {
+        frmSendMail& mail = poSendMail_;
+        mail.Initialise(message.FromAccount);
+        message.From = extractemail(message.From);
+
+        std::string attachments;
+        for (const std::string& name : message.AttachmentNames())
+            if (!name.empty()) attachments += name + ";";
+        if (attachments.size() > 1 && EndsWith(attachments, ";")) attachments.pop_back();
+        mail.setAttachment(attachments);
+
+        std::string fileName;
+        if (Spool) fileName = reserveoutboxname(message.FromAccount);
+
+        mail.setRecipient(extractemail(message.To_Email));
+        mail.setRecipientDisplayName(extractname(message.To_Email));
+        mail.setSubject(message.Subject);
+        mail.setMessage(message.MessageBody);
+
+        std::string addresses, names;
+        splitaddresses(message.CC, addresses, names);
+        mail.setCcRecipient(addresses);
+        mail.setCcDisplayName(names);
+        splitaddresses(message.BCC, addresses, names);
+        mail.setBccRecipient(addresses);
+
+        if (!FromAddress.empty()) mail.setFrom(FromAddress);
+        if (!FromName.empty()) mail.setFromDisplayName(FromName);
+
+        if (!Spool) return mail.Send(false);
+        bool written = mail.SpoolToFile(fileName);
+        EraseFile(fileName + ".tmp");
+        if (!written) return false;
+        if (spooledPath) *spooledPath = fileName;
+        return true;
+    });
+}
+
+// ---- Upload ----
+
+bool frmSendMailWrapper::connect(int account) {
+    return guardedValue("connect", Module, false, [&] {
+        frmSendMail& mail = poSendMail_;
+        const std::string n = Str(account);
+        mail.Initialise(account);
+        server_ = sget("SMTP" + n, "").toText();
+        LogAction("Using server: " + server_);
+        if (server_.empty()) {
+            LogAction("Error, server not defined. Sendmail cancelled.");
+            std::string text =
+                "Please specify SMTP server #" + Str(account + 1) + " in the settings";
+            platform::current().prompts().messageBox(text);
+            if (listener_) listener_->Failed(text);
+            connected_ = false;
+            return false;
+        }
+        mail.setConnectTimeout(static_cast<int32_t>(sget("MailTimeout", 30).toLong()));
+        mail.setSMTPHost(server_);
+        if (sget("SMTPAuth" + n, false).toBool()) {
+            user_ = sget("SMTPUname" + n, "").toText();
+            password_ = sget("SMTPPwd" + n, "").toText();
+        } else {
+            user_.clear();
+            password_.clear();
+        }
+        if (!user_.empty()) {
+            LogAction("Using SMTP authorisation");
+            mail.setUseAuthentication(true);
+            mail.setUsername(user_);
+            mail.setPassword(password_);
+        } else {
+            LogAction("No password required");
+            mail.setUseAuthentication(false);
+        }
+        mail.setDelimiter(";");
+        raiseProgress("Connecting to " + server_);
+        LogAction("Connecting to " + server_);
+        connected_ = mail.Connect();
+        if (!connected_) LogAction("Connection Failed");
+        return connected_;
+    });
+}
+
+void frmSendMailWrapper::disconnect() {
+    poSendMail_.Disconnect();
+    connected_ = false;
+}
+
+bool frmSendMailWrapper::accounthasfiles(int account) const {
+    const std::string prefix = accountPrefix(account);
+    return std::any_of(files_.begin(), files_.end(),
+                       [&](const std::string& f) { return StartsWith(f, prefix); });
+}
+
+void frmSendMailWrapper::findnextaccount() {
+    while (account_ < AccountCount && !accounthasfiles(account_)) ++account_;
+    if (account_ >= AccountCount) account_ = NoAccount;
+}
+
+// Moves on to the next account that has mail and whose server answers; an
+// account that can't be reached is skipped and its files wait for a later run.
+void frmSendMailWrapper::nextserver(int startAccount) {
+    account_ = startAccount + 1;
+    findnextaccount();
+    while (account_ != NoAccount) {
+        if (connect(account_)) return;
+        ++account_;
+        findnextaccount();
+    }
+    uploading_ = false;
+    if (listener_) listener_->SendingFinished();
+}
+
+void frmSendMailWrapper::UploadSpooledMail() {
+    guarded("UploadSpooledMail", Module, [&] {
+        if (uploading_) {
+            raiseProgress("Already sending mail.");
+            return;
+        }
+        sending_ = false;
+        files_.clear();
+        FillFiles(outboxfolder(), "EML", files_);
+        // Oldest spool number first within each account.
+        std::sort(files_.begin(), files_.end(), [](const std::string& a, const std::string& b) {
+            return a.size() != b.size() ? a.size() < b.size() : a < b;
+        });
+        if (files_.empty()) {
+            raiseProgress("No mail to send");
+            if (listener_) listener_->NoMailToSend();
+            uploading_ = false;
+            return;
+        }
+        uploading_ = true;
+        index_ = 0;
+        account_ = 0;
+        nextserver(-1);
+        if (connected_ && uploading_) {
+            TimerSendNext_->setEnabled(true);
+        } else {
+            if (listener_) listener_->NoMailToSend();
+            raiseProgress("Unable to connect.");
+        }
+    });
+}
+
+void frmSendMailWrapper::TimerSendNext_Tick() {
+    if (sending_) return;
+    guarded("TimerSendNext_Timer", Module, [&] {
+        TimerSendNext_->setEnabled(false);
+        ++index_;
+        if (index_ > static_cast<int>(files_.size())) {
+            index_ = 1;
+            disconnect();
+            nextserver(account_);
+            if (account_ == NoAccount) return;
+        }
+        const std::string& name = files_[static_cast<size_t>(index_ - 1)];
+        if (Left(name, 2) == accountPrefix(account_)) {
+            std::shared_ptr<clsMessage> message = readfullmessage(outboxfolder() + name);
+            sending_ = true;
+            SendSpooledMessage(*message);
+        }
+        if (uploading_) TimerSendNext_->setEnabled(true);
+    });
+}
+
+void frmSendMailWrapper::SendSpooledMessage(clsMessage& message) {
+    frmSendMail& mail = poSendMail_;
+    if (!connected_) {
+        sending_ = false;
+        raiseProgress("Can't send - not connected to server");
+        return;
+    }
+    mail.setFrom(extractemail(message.From));
+    mail.setRecipient(extractemail(message.To_Email));
+    for (int pass = 0; pass < 2; ++pass) {
+        const std::string& list = pass == 0 ? message.CC : message.BCC;
+        std::vector<std::string> addresses;
+        if (!list.empty())
+            for (const std::string& entry : Split(list, ";"))
+                addresses.push_back(extractemail(entry));
+        std::string joined = Join(addresses, ";");
+        if (pass == 0)
+            mail.setCcRecipient(joined);
+        else
+            mail.setBccRecipient(joined);
+    }
+    std::string text = message.Messagetext;
+    RemoveCRLFFromEnd(text);
+    text = Replace(text, "\n", "");
+    text = Replace(text, "\r", "\r\n");
+    // Stuffed here and again by the assignment: the spooled body was stuffed
+    // once already, so a ".x" line reaches the wire with four dots.
+    mail.setMessage(mail.FormatMail(text));
+    LogAction("Sending message");
+    mail.Send(true);
+    // A login refused on a reconnect ends Send without an event.
+    sending_ = false;
+}
+
+void frmSendMailWrapper::CancelSend() {
+    guarded("CancelSend", Module, [&] {
+        TimerSendNext_->setEnabled(false);
+        uploading_ = false;
+        sending_ = false;
+        poSendMail_.Disconnect();
+        connected_ = false;
+        raiseProgress("Send cancelled");
+    });
+}
+
+// ---- Engine events ----
+
+void frmSendMailWrapper::Progress(int PercentComplete) {
+    raiseProgress("Sending Mail: " + Str(PercentComplete) + "%");
+}
+
+void frmSendMailWrapper::Status(const std::string& Status) {
+    raiseProgress(Status);
+}
+
+void frmSendMailWrapper::SendFailed(const std::string& Explanation) {
+    raiseProgress(Explanation);
+    sending_ = false;
+}
+
+void frmSendMailWrapper::SendSuccessful() {
+    if (!uploading_ || !sending_ || index_ < 1 || index_ > static_cast<int>(files_.size())) return;
+    guarded("poSendMail_SendSuccessful", Module, [&] {
+        const std::string name = files_[static_cast<size_t>(index_ - 1)];
+        const std::string outboxPath = outboxfolder() + name;
+        std::shared_ptr<clsMessage> message = readfullmessage(outboxPath);
+        DateTime now = DateTime::now();
+        message->SendDate = now.format("yyyy-mm-dd hh:nn:ss");
+
+        std::string raw = message->Messagetext;
+        size_t blank = InStr(raw, "\r\n\r\n");
+        if (blank > 0 && InStr(Left(raw, blank - 1), "\rDate:") == 0) {
+            raw = Left(raw, blank - 1) + "\r\nDate: " + now.format("yyyy-mm-dd hh:nn:ss") +
+                  "\r\n\r\n" + Mid(raw, blank + 4);
+            message->ReplaceRawMessage(raw);
+        }
+
+        std::string sentFolder = sentitemsfolder();
+        MkMissingDir(sentFolder);
+        std::string target = getunusedfilename(true, sentFolder, fileroot(name), ".eml");
+        message->setFilename(target);
+        message->Read = true;
+        savemessage(*message);
+        // The Outbox file goes only once its copy is safely in Sent Items.
+        if (target.empty() || !FileExists(message->Filename())) {
+            LogAction("Could not store the sent copy of " + name + "; it stays in the Outbox");
+        } else {
+            EraseFile(outboxPath);
+            removefromunreadtag(outboxfolder(), 0);
+        }
+        sending_ = false;
+        raiseProgress("Sent " + message->Subject + " to " + message->To_Email);
+    });
+    sending_ = false;
+}
+
+} // namespace corva

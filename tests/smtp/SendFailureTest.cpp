@@ -1,0 +1,204 @@
+// Scripted servers for what real ones seldom do: the LOGIN exchange byte for
+// byte, replies split or joined across reads, refusals, drops and silence. A
+// failed message must stay in the Outbox untouched and go out on the next run.
+#include "SendTestSupport.h"
+
+#include "support/FakeServer.h"
+#include "support/SmtpServer.h"
+
+namespace corva::test {
+namespace {
+
+struct EngineEvents : SendMailListener {
+    std::vector<std::string> status;
+    std::vector<std::string> failures;
+    void Status(const std::string& text) override { status.push_back(text); }
+    void SendFailed(const std::string& text) override { failures.push_back(text); }
+    bool said(const std::string& text) const {
+        return std::find(status.begin(), status.end(), text) != status.end();
+    }
+};
+
+class LoginTest : public SendFixture {
+protected:
+    // Connects with AUTH LOGIN as ann/secret and hangs up again.
+    bool connectAndQuit(FakeServer& fake) {
+        setAccount(0, fake.port(), "ann@example.com");
+        mail_.setListener(&events_);
+        mail_.Initialise(0);
+        mail_.setSMTPHost("127.0.0.1");
+        mail_.setUseAuthentication(true);
+        mail_.setUsername("ann");
+        mail_.setPassword("secret");
+        bool ok = mail_.Connect();
+        mail_.Disconnect();
+        fake.waitClosed(3000);
+        return ok;
+    }
+    EngineEvents events_;
+    frmSendMail mail_;
+};
+
+// Each credential goes out followed by an empty line: two CRLFs.
+TEST_F(LoginTest, LoginExchangeByteForByteWithSplitCapabilities) {
+    FakeServer fake({
+        Say("220 fake ESMTP\r\n"),
+        Expect("EHLO example.com\r\n"),
+        Say("250-fake\r\n"),
+        Pause(150),
+        Say("250-AUTH LOGIN PLAIN\r\n250 OK\r\n"),
+        Expect("AUTH LOGIN\r\n"),
+        Say("334 VXNlcm5hbWU6\r\n"),
+        Expect("YW5u\r\n\r\n"),
+        Say("334 UGFzc3dvcmQ6\r\n"),
+        Expect("c2VjcmV0\r\n\r\n"),
+        Say("235 2.7.0 Authentication successful\r\n"),
+        Expect("QUIT\r\n"),
+        Say("221 bye\r\n"),
+    });
+    EXPECT_TRUE(connectAndQuit(fake));
+    EXPECT_EQ(fake.problems(), "");
+    EXPECT_TRUE(events_.said("Host Login OK!"));
+    EXPECT_TRUE(events_.failures.empty());
+}
+
+TEST_F(LoginTest, SuccessBehindTheChallengeInOneReadCountsAsLoggedIn) {
+    FakeServer fake({
+        Say("220 fake ESMTP\r\n"),
+        Expect("EHLO example.com\r\n"),
+        Say("250-fake\r\n250 AUTH LOGIN\r\n"),
+        Expect("AUTH LOGIN\r\n"),
+        Say("334 VXNlcm5hbWU6\r\n"),
+        Expect("YW5u\r\n\r\n"),
+        Say("334 UGFzc3dvcmQ6\r\n235 2.7.0 Accepted\r\n"),
+        // No password goes out: the next thing said is QUIT.
+        Expect("QUIT\r\n"),
+        Say("221 bye\r\n"),
+    });
+    EXPECT_TRUE(connectAndQuit(fake));
+    EXPECT_EQ(fake.problems(), "");
+}
+
+TEST_F(LoginTest, UnknownChallengeIsCancelledAndRefusalFails) {
+    FakeServer fake({
+        Say("220 fake ESMTP\r\n"),
+        Expect("EHLO example.com\r\n"),
+        Say("250 AUTH=LOGIN AUTH LOGIN\r\n"),
+        Expect("AUTH LOGIN\r\n"),
+        Say("334 V2hvIGFyZSB5b3U/\r\n"), // "Who are you?"
+        Expect("\r\n*\r\n"),
+        Say("535 5.7.8 Authentication cancelled\r\n"),
+        Expect("QUIT\r\n"),
+        Say("221 bye\r\n"),
+    });
+    EXPECT_FALSE(connectAndQuit(fake));
+    EXPECT_EQ(fake.problems(), "");
+    EXPECT_EQ(events_.failures, std::vector<std::string>{"5.7.8 Authentication cancelled"});
+}
+
+TEST_F(LoginTest, LoginNotOfferedGoesOnWithout) {
+    FakeServer fake({
+        Say("220 fake ESMTP\r\n"),
+        Expect("EHLO example.com\r\n"),
+        Say("250-fake\r\n250 SIZE 1000\r\n"),
+        Expect("QUIT\r\n"),
+        Say("221 bye\r\n"),
+    });
+    fake.setExpectTimeout(10000); // the client waits 5 s for an offer first
+    EXPECT_TRUE(connectAndQuit(fake));
+    EXPECT_EQ(fake.problems(), "");
+    EXPECT_TRUE(events_.said("Login Not Supported by Host, Continuing..."));
+}
+
+// The dialogue up to MAIL FROM for a spooled message of account 0.
+std::vector<ScriptStep> greeting(std::vector<ScriptStep> rest) {
+    std::vector<ScriptStep> steps = {
+        Say("220 fake ESMTP\r\n"),
+        Expect("HELO example.com\r\n"),
+        Say("250 fake\r\n"),
+        Expect("MAIL FROM: <ann@example.com>\r\n"),
+    };
+    steps.insert(steps.end(), rest.begin(), rest.end());
+    return steps;
+}
+
+class FailedUploadTest : public SendFixture {
+protected:
+    // Spools one message, uploads it to the script, checks that nothing moved,
+    // then uploads it to a real server.
+    void failThenRecover(std::vector<ScriptStep> script, const std::string& explanation) {
+        FakeServer fake(std::move(script));
+        setAccount(0, fake.port(), "ann@example.com");
+        frmSendMailWrapper wrapper;
+        UploadEvents events;
+        wrapper.setListener(&events);
+        std::string path = wrapper.SpoolMessage(
+            composed(0, "bob@example.net", "Keep me", "Body\r\n.dot", "carl@example.net"));
+        ASSERT_FALSE(path.empty());
+        const std::string before = readFile(path);
+
+        ASSERT_TRUE(upload(wrapper));
+        fake.stop();
+        EXPECT_EQ(fake.problems(), "");
+        EXPECT_TRUE(events.said(explanation)) << "progress was: " << Join(events.progress, " | ");
+        EXPECT_EQ(events.finished, 1);
+        EXPECT_EQ(readFile(path), before);
+        EXPECT_EQ(filesIn(outbox()), std::vector<std::string>{"00_outbound_0.eml"});
+        EXPECT_TRUE(filesIn(sentItems()).empty());
+
+        SmtpServer real;
+        ASSERT_TRUE(real.running());
+        setAccount(0, real.port(), "ann@example.com");
+        ASSERT_TRUE(upload(wrapper));
+        EXPECT_EQ(real.messageCount(), 1);
+        EXPECT_TRUE(filesIn(outbox()).empty());
+        EXPECT_EQ(filesIn(sentItems()).size(), 1u);
+    }
+};
+
+TEST_F(FailedUploadTest, RefusedRecipientEndsTheTransfer) {
+    // The second recipient is never offered: the refusal ends the transfer.
+    failThenRecover(greeting({Say("250 ok\r\n"), Expect("RCPT TO: <bob@example.net>\r\n"),
+                              Say("550 5.1.1 <bob@example.net>: Recipient address rejected\r\n"),
+                              Expect("QUIT\r\n"), Say("221 bye\r\n")}),
+                    "5.1.1 <bob@example.net>: Recipient address rejected");
+}
+
+TEST_F(FailedUploadTest, RefusedData) {
+    failThenRecover(
+        greeting({Say("250 ok\r\n"), Expect("RCPT TO: <bob@example.net>\r\n"), Say("250 ok\r\n"),
+                  Expect("RCPT TO: <carl@example.net>\r\n"), Say("250 ok\r\n"), Expect("DATA\r\n"),
+                  Say("554 5.5.1 Error: no valid recipients\r\n"), Expect("QUIT\r\n"),
+                  Say("221 bye\r\n")}),
+        "5.5.1 Error: no valid recipients");
+}
+
+TEST_F(FailedUploadTest, DroppedConnection) {
+    failThenRecover(greeting({Drop()}),
+                    "Timeout occurred: The SMTP Host did not respond to the request");
+}
+
+TEST_F(FailedUploadTest, SilentServerTimesOut) {
+    failThenRecover(greeting({Silence()}),
+                    "Timeout occurred: The SMTP Host did not respond to the request");
+}
+
+TEST_F(FailedUploadTest, NoServerListening) {
+    int port;
+    {
+        FakeServer gone({});
+        port = gone.port();
+    }
+    setAccount(0, port, "ann@example.com");
+    frmSendMailWrapper wrapper;
+    UploadEvents events;
+    wrapper.setListener(&events);
+    ASSERT_FALSE(wrapper.SpoolMessage(composed(0, "bob@example.net", "x", "y")).empty());
+    ASSERT_TRUE(upload(wrapper));
+    EXPECT_TRUE(events.said("Unable to connect."));
+    EXPECT_EQ(events.noMail, 1);
+    EXPECT_EQ(filesIn(outbox()).size(), 1u);
+}
+
+} // namespace
+} // namespace corva::test

@@ -1,0 +1,91 @@
+// What the sending tests share: a program folder with its mail folders and
+// settings for a few accounts, message builders, and an upload run to the end.
+#pragma once
+
+#include "core/FileSubs.h"
+#include "core/Globals.h"
+#include "core/Strings.h"
+#include "core/mSHAREDSettings.h"
+#include "message/clsMessage.h"
+#include "platform/Platform.h"
+#include "smtp/frmSendMailWrapper.h"
+#include "support/TempDir.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+namespace corva::test {
+
+// Records the wrapper's events in order.
+struct UploadEvents : SendMailWrapperListener {
+    std::vector<std::string> progress;
+    std::vector<std::string> failed;
+    int noMail = 0;
+    int finished = 0;
+    void Progress(const std::string& text) override { progress.push_back(text); }
+    void Failed(const std::string& text) override { failed.push_back(text); }
+    void NoMailToSend() override { ++noMail; }
+    void SendingFinished() override { ++finished; }
+    bool said(const std::string& text) const {
+        return std::find(progress.begin(), progress.end(), text) != progress.end();
+    }
+};
+
+// A fresh program folder with Outbox and Sent Items, and short time-outs.
+class SendFixture : public ::testing::Test {
+protected:
+    void SetUp() override {
+        home_.makeProgramFolder();
+        UseDefaultFolders(home_.path());
+        Settings().DeleteAllSettings();
+        MkMissingDir(outbox());
+        MkMissingDir(sentItems());
+        sset("MailTimeout", 2);
+        sset("ConnectRetry", 1);
+    }
+    void TearDown() override { Settings().DeleteAllSettings(); }
+
+    std::string outbox() const { return MessageFolder + "Outbox/"; }
+    std::string sentItems() const { return MessageFolder + "Sent Items/"; }
+
+    // An account whose mail goes to 127.0.0.1 on the port.
+    static void setAccount(int account, int port, const std::string& address,
+                           const std::string& name = "") {
+        std::string n = std::to_string(account);
+        sset("SMTP" + n, "127.0.0.1");
+        sset("SMTPPort" + n, port);
+        sset("ReplyAddress" + n, address);
+        sset("DisplayName" + n, name);
+    }
+
+    static clsMessage composed(int account, const std::string& to, const std::string& subject,
+                               const std::string& body, const std::string& cc = "") {
+        clsMessage m;
+        m.CC = cc;
+        m.FromAccount = static_cast<int16_t>(account);
+        m.To_Email = to;
+        m.Subject = subject;
+        m.MessageBody = body;
+        return m;
+    }
+
+    std::vector<std::string> filesIn(const std::string& folder) const {
+        std::vector<std::string> files;
+        FillFiles(folder, "EML", files);
+        std::sort(files.begin(), files.end());
+        return files;
+    }
+
+    // Runs an upload to its end (or the time limit); true when it ended.
+    bool upload(frmSendMailWrapper& wrapper, int ms = 20000) {
+        wrapper.UploadSpooledMail();
+        return platform::current().eventLoop().runUntil([&] { return !wrapper.Uploading(); }, ms);
+    }
+
+    TempDir home_;
+};
+
+} // namespace corva::test
