@@ -117,6 +117,7 @@ void clsCache::fillcache(CacheView* view, const std::string& folderPath,
         cacheFile_ = ResolvePath(path_ + CacheFileName);
         items_.Clear();
         hasCollection_ = true;
+        stale_ = false;
         status("Reading mail files");
         busymouse();
 
@@ -130,7 +131,9 @@ void clsCache::fillcache(CacheView* view, const std::string& folderPath,
             DoEvents();
         }
 
-        if (FileExists(cacheFile_)) {
+        if (!FileExists(cacheFile_)) {
+            stale_ = true;
+        } else {
             for (size_t i = 0; i < total; ++i)
                 index.byLowerPath[LCase(index.files[i])].at.push_back(i);
             readCache(&index);
@@ -150,6 +153,7 @@ void clsCache::fillcache(CacheView* view, const std::string& folderPath,
             if (!index.matched[i]) ++toRead;
         for (size_t i = 0; i < total; ++i) {
             if (index.matched[i]) continue;
+            stale_ = true;
             auto message = readmessageheader(index.files[i]);
             AddMsg(*message, false);
             ++done;
@@ -164,7 +168,9 @@ void clsCache::fillcache(CacheView* view, const std::string& folderPath,
     });
     filling_ = false;
     filled_ = true;
-    WriteCache();
+    // A cache that said it all is left as it is: rewriting a big folder's file
+    // on every open would cost more than reading it.
+    if (stale_) WriteCache();
     normalmouse();
 }
 
@@ -184,8 +190,11 @@ void clsCache::Clear(bool deleteDisk) {
 }
 
 void clsCache::AddMsg(const clsMessage& message, bool fromCache) {
+    addEntry(std::make_shared<clsMessage>(fromCache ? message : listFields(message)));
+}
+
+void clsCache::addEntry(clsMessages::Ptr entry) {
     guarded("addmsg", kModule, [&] {
-        auto entry = std::make_shared<clsMessage>(fromCache ? message : listFields(message));
         if (entry->MessageID.empty()) entry->MessageID = MakeMessageID();
         if (items_.Item(entry->MessageID))
             throw RunError(457,
@@ -303,6 +312,7 @@ void clsCache::readCache(const FileIndex* index) {
             else if (n == "id")
                 colId = i;
         }
+        if (line != CacheHeaderLine) stale_ = true;
         if (colId <= 0) {
             // Written by an older version: the folder is rebuilt from its files.
             EraseFile(cacheFile_);
@@ -316,6 +326,7 @@ void clsCache::readCache(const FileIndex* index) {
         const std::string root = addslash(ToSlashes(MessageFolder));
         while (nextLine(line)) {
             if (line.empty()) continue;
+            bool taken = false;
             guarded("readcache", kModule, [&] {
                 std::vector<std::string> f = Split(line, CacheSeparator);
                 // A row cut short (a torn write, a separator in From) has no
@@ -349,7 +360,8 @@ void clsCache::readCache(const FileIndex* index) {
                     if (relative.empty() || !FileExists(full)) return;
                     actual = ResolvePath(full);
                 }
-                clsMessage m;
+                auto entry = std::make_shared<clsMessage>();
+                clsMessage& m = *entry;
                 m.Bayes = static_cast<float>(Val(field(colBayes)));
                 m.From = field(colFrom);
                 m.Read = Val(field(colRead)) != 0;
@@ -362,8 +374,12 @@ void clsCache::readCache(const FileIndex* index) {
                 m.Subject = field(colSubject);
                 m.To_Email = field(colTo);
                 m.MessageID = field(colId);
-                AddMsg(m, true);
+                long before = Count();
+                addEntry(entry);
+                taken = Count() > before && m.Filename() == field(colFilename);
             });
+            // Anything but a row taken as it stands leaves the file to be rewritten.
+            if (!taken) stale_ = true;
         }
     });
 }

@@ -83,6 +83,7 @@ private:
         std::unordered_map<std::string, Positions> byLowerPath;
     };
     void readCache(const FileIndex* index);
+    void addEntry(clsMessages::Ptr entry);
     long findByFilename(const std::string& name) const;
     void removeAt(long index);
 
@@ -93,6 +94,8 @@ private:
     std::string cacheFile_;
     bool filling_ = false;
     bool filled_ = false;
+    // fillcache found something the file doesn't say: it must be written.
+    bool stale_ = false;
     std::mt19937 random_;
 };
 

@@ -266,3 +266,20 @@ TEST_F(StoreTest, CacheEntriesFollowMarksAndRemovalsByFileName) {
     EXPECT_FALSE(FileExists(inbox() + "cache.csv"));
     NoCacheFlag = false;
 }
+
+TEST_F(StoreTest, NamesThatDifferOnlyInCaseAreTwoMessagesMatchedOnceEach) {
+    std::string unread = addMessage("Inbox/", "SAME.EML", spec("Unread one", "<u@x>"));
+    std::string read = addMessage("Inbox/", "same.eml", spec("Read one", "<r@x>", true));
+    clsCache c;
+    c.fillcache(nullptr, inbox(), "Inbox");
+    ASSERT_EQ(c.Count(), 2);
+
+    changeSubject(unread, "Reread");
+    changeSubject(read, "Reread");
+    clsCache cached;
+    cached.fillcache(nullptr, inbox(), "Inbox");
+    EXPECT_EQ(subjects(cached), (std::set<std::string>{"Unread one", "Read one"}));
+    std::set<std::string> files;
+    for (const auto& m : cached) files.insert(m->Filename());
+    EXPECT_EQ(files, (std::set<std::string>{unread, read}));
+}
