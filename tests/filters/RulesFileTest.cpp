@@ -133,15 +133,5 @@ TEST_F(RulesFileTest, TheEditorShowsTheSizeLimitOnlyForServerFilters) {
     EXPECT_TRUE(local.folderListOn);
 }
 
-TEST(FilterIndexes, ConditionsOutsideOneToFour) {
-    clsFilterNew f;
-    f.setFields(5, "From:");
-    EXPECT_THROW(f.setComparisons(5, "cnt"), RunError);
-    EXPECT_THROW(f.setStrings(0, "x"), RunError);
-    EXPECT_THROW(f.Strings(5), RunError);
-    f.setFields(4, "x-envelope-to:");
-    EXPECT_EQ(f.condition(4).field, FilterField::XEnvelopeTo);
-}
-
 } // namespace
 } // namespace corva::test
