@@ -82,6 +82,7 @@ int RunCycleCommand(CommandArgs& args, bool retrieve, const char* name) {
     std::optional<std::string> accountText = args.option("--account");
     bool deleteBlocked = args.flag("--delete");
     bool quiet = args.flag("--quiet");
+    bool tabs = args.flag("--tabs");
     for (const auto& word : args.unknownOptions()) {
         std::cerr << "corva " << name << ": unknown option '" << word << "'\n";
         return 2;
@@ -104,6 +105,7 @@ int RunCycleCommand(CommandArgs& args, bool retrieve, const char* name) {
 
     frmMainTextView view(std::cout, std::cerr, ::isatty(STDOUT_FILENO) != 0);
     view.setQuiet(quiet);
+    view.setTabs(tabs);
     HeadlessSession session(view, frmMain::AutoScan::Off);
     CatchInterrupt();
     frmMain& main = session.main();

@@ -11,14 +11,15 @@ int run(CommandArgs& args) {
 
 const CommandRegistration registration({
     "fetch",
-    "corva fetch [--account N] [--delete] [--quiet]",
+    "corva fetch [--account N] [--delete] [--tabs] [--quiet]",
     "retrieve mail that passes the rules into the store",
     "Visits every account (or only account N, 0 to 19 as in its keys SERVERn ...)\n"
     "and downloads each message whose headers pass the rules into Inbox, or into\n"
     "the folder its rule names; junk by score goes to SpamBayes. Prints one line\n"
     "per message (Status, Size, From, Subject, Filtered By, To, Accnt, Msg, MsgNum),\n"
     "the notices and, on stderr, the status texts (not with --quiet), then the\n"
-    "counts. --delete also deletes blocked mail on the server. DELETEONRETRIEVE=1\n"
+    "counts; --tabs separates the columns with tabs instead of aligning them.\n"
+    "--delete also deletes blocked mail on the server. DELETEONRETRIEVE=1\n"
     "in Corva.ini removes retrieved mail from the server once it is stored.\n"
     "The exit status is 1 when a server failed, timed out or could not be reached.",
     run,

@@ -1,6 +1,8 @@
 // The root object's logic: start-up, shutdown and the cycle over the accounts.
 #include "cycle/frmMain.h"
 
+#include "bayes/modMailSubs.h"
+#include "contacts/clsContacts.h"
 #include "core/AppInfo.h"
 #include "core/DateTime.h"
 #include "core/ErrorHandler.h"
@@ -107,6 +109,11 @@ void frmMain::startProgramSteps(const StartOptions& options) {
 
     MigrateSignature();
 
+    LogAction("Loading contacts");
+    view_->SplashStatus("Loading Contacts");
+    DoEvents();
+    Contacts().LoadContacts();
+
     LogAction("Setting up list");
     view_->SetupListColumns(ListColumnCaptions());
     if (sget("CMSMODE", false).toBool()) view_->ShowCmsButton(true);
@@ -117,6 +124,13 @@ void frmMain::startProgramSteps(const StartOptions& options) {
 
     view_->SplashStatus("Loading Filters");
     DoEvents();
+    LogAction("Loading Sendmail");
+    fSendMail_ = std::make_unique<frmSendMailWrapper>();
+    fSendMail_->setListener(this);
+
+    LogAction("Loading Bayes form");
+    bayes_ = &StartBayesFilter();
+
     LogAction("Loading filters form");
     serverFilters_ = std::make_unique<frmFilters>();
     localFilters_ = std::make_unique<frmFilters>();
@@ -216,6 +230,7 @@ bool frmMain::exitprog() {
         LogAction("Beginning shutdown");
         if (Sending_) {
             LogAction("Still sending mail, stopping transfer.");
+            if (fSendMail_) fSendMail_->CancelSend();
             Sending_ = false;
             WaitSeconds(3);
             DoEvents();
@@ -253,6 +268,9 @@ bool frmMain::exitprog() {
         trayShown_ = false;
         LogAction("Saving settings");
         savesettings();
+        LogAction("Saving contacts");
+        Contacts().SaveContacts();
+        LogAction("Unloading contacts");
         if (view_->MailerLoaded()) {
             LogAction("Hiding mailer");
             view_->HideMailer();
@@ -274,6 +292,11 @@ bool frmMain::exitprog() {
         if (serverFilters_) {
             LogAction("Unloading server filters");
             serverFilters_.reset();
+        }
+        if (fSendMail_) {
+            LogAction("Unloading Sendmail");
+            fSendMail_->setListener(nullptr);
+            fSendMail_.reset();
         }
         LogAction("Writing log");
         ListLastActions();
@@ -415,9 +438,20 @@ void frmMain::showmailerstatus(const std::string& text) {
 }
 
 void frmMain::UploadMail() {
-    // The spooled mail goes out through the sender once it is part of the program;
-    // until then nothing is under way and Sending stays clear.
-    addnoticetolist("Sending spooled mail is not available in this build.");
+    if (!fSendMail_ || stopping_) return;
+    Sending_ = true;
+    fSendMail_->UploadSpooledMail();
+}
+
+void frmMain::Failed(const std::string& text) {
+    addnoticetolist(withoutLineEnds(text));
+}
+
+void frmMain::NoMailToSend() {
+    Sending_ = false;
+}
+
+void frmMain::SendingFinished() {
     Sending_ = false;
 }
 

@@ -8,6 +8,7 @@
 #include "message/clsMessages.h"
 #include "platform/Platform.h"
 #include "pop3/frmGetMail.h"
+#include "smtp/frmSendMailWrapper.h"
 
 #include <array>
 #include <cstdint>
@@ -17,9 +18,10 @@
 
 namespace corva {
 
+class frmBayesFilter;
 class frmFilters;
 
-class frmMain : private frmGetMailEvents {
+class frmMain : private frmGetMailEvents, private SendMailWrapperListener {
 public:
     static constexpr int AccountCount = 20;
 
@@ -147,6 +149,8 @@ public:
     frmGetMail& GetMail() { return *fGetMail_; }
     frmFilters& ServerFilters() { return *serverFilters_; }
     frmFilters& LocalFilters() { return *localFilters_; }
+    frmSendMailWrapper& SendMailWrapper() { return *fSendMail_; }
+    frmBayesFilter& BayesFilter() { return *bayes_; }
     frmMainView& View() { return *view_; }
 
     // The folder a retrieved message goes to, ending in "/": its DestFolder
@@ -173,6 +177,12 @@ private:
     void DeletedSpam(int count) override;
     void NoMail(const std::string& title) override;
     void NoConnection() override;
+
+    // frmSendMailWrapper's events; its Progress is the one above, which shows
+    // both transfers' texts in the same panel.
+    void Failed(const std::string& text) override;
+    void NoMailToSend() override;
+    void SendingFinished() override;
 
     void startProgramSteps(const StartOptions& options);
     void runFirstRun();
@@ -202,6 +212,8 @@ private:
     bool shutDown_ = false;
 
     std::unique_ptr<frmGetMail> fGetMail_;
+    std::unique_ptr<frmSendMailWrapper> fSendMail_;
+    frmBayesFilter* bayes_ = nullptr; // the program's one, which outlives this object
     std::unique_ptr<frmFilters> serverFilters_;
     std::unique_ptr<frmFilters> localFilters_;
     std::unique_ptr<platform::Timer> TimerAutoScan_;

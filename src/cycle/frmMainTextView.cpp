@@ -50,19 +50,29 @@ const char* colourCode(int32_t colour) {
 frmMainTextView::frmMainTextView(std::ostream& out, std::ostream& status, bool colour)
     : out_(out), status_(status), colour_(colour) {}
 
-std::string frmMainTextView::heading() {
+std::string frmMainTextView::heading(bool tabs) {
     std::string text;
     const size_t n = std::size(Columns);
-    for (size_t i = 0; i < n; ++i) text += fit(Columns[i].caption, Columns[i].width, i + 1 == n);
+    for (size_t i = 0; i < n; ++i) {
+        if (tabs)
+            text += std::string(i ? "\t" : "") + Columns[i].caption;
+        else
+            text += fit(Columns[i].caption, Columns[i].width, i + 1 == n);
+    }
     return text;
 }
 
-std::string frmMainTextView::formatLine(const ListLine& line) {
+std::string frmMainTextView::formatLine(const ListLine& line, bool tabs) {
     const std::string fields[] = {line.Status, line.Size,  line.From, line.Subject, line.FilteredBy,
                                   line.To,     line.Accnt, line.Msg,  line.MsgNum};
     std::string text;
     const size_t n = std::size(Columns);
-    for (size_t i = 0; i < n; ++i) text += fit(fields[i], Columns[i].width, i + 1 == n);
+    for (size_t i = 0; i < n; ++i) {
+        if (tabs)
+            text += std::string(i ? "\t" : "") + fit(fields[i], 0, true);
+        else
+            text += fit(fields[i], Columns[i].width, i + 1 == n);
+    }
     return text;
 }
 
@@ -82,11 +92,11 @@ void frmMainTextView::AddListLine(const ListLine& line) {
         break;
     case ListLine::Kind::Message: {
         if (!headerPrinted_) {
-            out_ << heading() << "\n";
+            out_ << heading(tabs_) << "\n";
             headerPrinted_ = true;
         }
-        const char* code = colour_ ? colourCode(line.Colour) : "";
-        out_ << code << formatLine(line) << (*code ? "\x1b[0m" : "") << "\n";
+        const char* code = colour_ && !tabs_ ? colourCode(line.Colour) : "";
+        out_ << code << formatLine(line, tabs_) << (*code ? "\x1b[0m" : "") << "\n";
         break;
     }
     }

@@ -18,6 +18,8 @@ public:
 
     // Status texts are left out (list lines and notices still print).
     void setQuiet(bool quiet) { quiet_ = quiet; }
+    // Columns separated by tabs, whole, for scripts.
+    void setTabs(bool tabs) { tabs_ = tabs; }
 
     void RunAccountWizard() override;
     void ClearList() override { headerPrinted_ = false; }
@@ -32,14 +34,15 @@ public:
     void printCounts(const frmMain& main, long savedBefore, double deletedBefore);
 
     // One message line in columns (without colour), and the heading above them.
-    static std::string formatLine(const ListLine& line);
-    static std::string heading();
+    static std::string formatLine(const ListLine& line, bool tabs = false);
+    static std::string heading(bool tabs = false);
 
 private:
     std::ostream& out_;
     std::ostream& status_;
     bool colour_;
     bool quiet_ = false;
+    bool tabs_ = false;
     bool headerPrinted_ = false;
     int problems_ = 0;
     std::string lastStatus_;

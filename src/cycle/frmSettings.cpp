@@ -1,0 +1,257 @@
+#include "cycle/frmSettings.h"
+
+#include "core/AppInfo.h"
+#include "core/FileSubs.h"
+#include "core/Globals.h"
+#include "core/Strings.h"
+#include "core/mSHAREDSettings.h"
+#include "platform/Platform.h"
+#include "store/modFolders.h"
+
+namespace corva {
+
+namespace {
+
+std::string num(int i) {
+    return std::to_string(i);
+}
+
+std::string text(const std::string& key, const std::string& def) {
+    return sget(key, def).toText();
+}
+
+// Numbers read from the file keep their print-form blanks; the fields show them bare.
+std::string numberField(const std::string& key, const std::string& def) {
+    return Trim(sget(key, def).toText());
+}
+
+bool tell(const std::string& message) {
+    platform::current().prompts().messageBox(message, platform::Buttons::Ok,
+                                             platform::Icon::Exclamation, "Settings");
+    return false;
+}
+
+std::string cutTrailingSlash(std::string path) {
+    while (path.size() > 1 && (path.back() == '\\' || path.back() == '/')) path.pop_back();
+    return path;
+}
+
+std::string withoutSlash(const std::string& folder) {
+    return cutTrailingSlash(folder);
+}
+
+} // namespace
+
+void frmSettings::Load() {
+    GlobalFields& g = globals_;
+    g.LangID = text("langID", "English");
+    g.Delay = numberField("DELAY", "0");
+    g.AutoDelete = sget("AUTODELETE", 0).toBool();
+    g.Audio = sget("AUDIO", 0).toBool();
+    g.StartMin = sget("STARTMIN", 0).toBool();
+    g.DeleteOnRetrieve = sget("DELETEONRETRIEVE", 0).toBool();
+    g.BounceSubject = text("BOUNCESUBJECT", "Failure Notice");
+    g.BouncePrefix = text("BOUNCEPREFIX", "MAILER-DAEMON@");
+    g.ScanOnStart = sget("ScanOnStart", false).toBool();
+    g.RetrieveOnStart = sget("RetrieveOnStart", false).toBool();
+    g.DisableReadOnServer = sget("DisableReadOnServer", false).toBool();
+    g.AutoUpdateCheck = !sget("DisableAutoUpdateCheck", false).toBool();
+    g.ShowScannerFirst = sget("ShowScannerFirst", true).toBool();
+    g.MaxMailSize = numberField("MaxMailSize", "0");
+    g.MailTimeout = numberField("MailTimeout", "30");
+    g.Age0 = numberField("Age0", "30");
+    g.Age1 = numberField("Age1", "14");
+    g.Age2 = numberField("Age2", "1");
+    g.FontSize = numberField("FontSize", "8");
+    g.MsgFontSize = numberField("MsgFontSize", "");
+    g.MessageFolder = withoutSlash(MessageFolder);
+    g.SpamFolder = withoutSlash(
+        PathsStore().RetrieveSetting("SpamFolder", MessageFolder + "SpamBayes").toText());
+    g.FilterFolder = withoutSlash(FilterFolder);
+    g.DataFolder = withoutSlash(DataFolder);
+
+    for (int i = 0; i < AccountCount; ++i) {
+        AccountFields& a = accounts_[static_cast<size_t>(i)];
+        std::string n = num(i);
+        a.Title = text("TITLE" + n, "Account " + num(i + 1));
+        a.Server = text("SERVER" + n, "");
+        a.UName = text("UNAME" + n, "");
+        a.Pwd = text("PWD" + n, "");
+        a.Check = sget("CHECK" + n, false).toBool();
+        a.StopAtLast = sget("STOPATLAST" + n, false).toBool();
+        a.Smtp = text("SMTP" + n, "");
+        a.SmtpAuth = sget("SMTPAuth" + n, false).toBool();
+        a.SmtpUName = text("SMTPUNAME" + n, "");
+        a.SmtpPwd = text("SMTPPWD" + n, "");
+        a.ReplyAddress = text("REPLYADDRESS" + n, "");
+        a.DisplayName = text("DISPLAYNAME" + n, "");
+        a.Exclusive0 = text("EXCLUSIVE0_" + n, "");
+        a.Exclusive1 = text("EXCLUSIVE1_" + n, "");
+        a.SmtpPort = numberField("SMTPPort" + n, "25");
+    }
+    selected_ = 0;
+}
+
+std::vector<std::string> frmSettings::AccountListEntries() const {
+    std::vector<std::string> entries;
+    for (int i = 0; i < AccountCount; ++i)
+        entries.push_back(num(i + 1) + " - " + accounts_[static_cast<size_t>(i)].Title);
+    return entries;
+}
+
+AccountFields frmSettings::SelectAccount(int newIndex, const AccountFields& shown) {
+    if (newIndex < 0 || newIndex >= AccountCount) return shown;
+    accounts_[static_cast<size_t>(selected_)] = shown;
+    selected_ = newIndex;
+    AccountFields next = accounts_[static_cast<size_t>(newIndex)];
+    if (Trim(next.SmtpPort).empty()) next.SmtpPort = "25";
+    return next;
+}
+
+bool frmSettings::cmdOK(GlobalFields& g, const AccountFields& shown) {
+    if (!shown.ReplyAddress.empty() && shown.ReplyAddress.find('@') == std::string::npos)
+        return tell("Please enter a valid email for the reply address");
+    double age0 = Val(g.Age0), age1 = Val(g.Age1), age2 = Val(g.Age2);
+    if (age0 <= 0 || age1 <= 0 || age2 <= 0) return tell("Message ages cannot be zero or less");
+    if (!(age0 > age1)) return tell("Age 1 is less than Age 2");
+    if (!(age1 > age2)) return tell("Age 2 is less than Age 3");
+    double timeout = Val(g.MailTimeout);
+    if (timeout < 0 || timeout > 999) return tell("Timeout must be 0 to 999 seconds");
+    if (Val(g.MaxMailSize) < 0) g.MaxMailSize = "0";
+    if (Trim(g.MessageFolder).empty()) return tell("Please specify a message store location.");
+    g.MessageFolder = cutTrailingSlash(g.MessageFolder);
+    if (!FolderExists(g.MessageFolder))
+        return tell("Please specify a valid path to your message store folder");
+
+    // From here on a problem is corrected with a message and OK goes on.
+    if (!FolderExists(g.SpamFolder)) {
+        std::string reset = addslash(ToSlashes(g.MessageFolder)) + "SpamBayes/";
+        tell("Invalid spam archive path. Resetting to " + reset);
+        g.SpamFolder = addslash(ToSlashes(g.MessageFolder)) + "SpamBayes";
+    }
+    if (!FolderExists(g.FilterFolder)) {
+        tell("Invalid filters path. Resetting to " + FilterFolder);
+        g.FilterFolder = FilterFolder;
+    }
+    if (!FolderExists(g.DataFolder)) {
+        tell("Invalid data path. Resetting to " + DataFolder);
+        g.DataFolder = DataFolder;
+    }
+    g.DataFolder = cutTrailingSlash(g.DataFolder);
+    g.FilterFolder = cutTrailingSlash(g.FilterFolder);
+
+    setmessagefolder(g.MessageFolder);
+    setfilterfolder(g.FilterFolder);
+    setdatafolder(g.DataFolder);
+    PathsStore().StoreSetting("SpamFolder", g.SpamFolder);
+
+    accounts_[static_cast<size_t>(selected_)] = shown;
+    for (int i = 0; i < AccountCount; ++i) {
+        const AccountFields& a = accounts_[static_cast<size_t>(i)];
+        std::string n = num(i);
+        sset("TITLE" + n, a.Title);
+        sset("SERVER" + n, a.Server);
+        sset("UNAME" + n, a.UName);
+        sset("PWD" + n, a.Pwd);
+        sset("CHECK" + n, a.Check);
+        sset("STOPATLAST" + n, a.StopAtLast);
+        sset("SMTP" + n, a.Smtp);
+        sset("SMTPAuth" + n, a.SmtpAuth);
+        sset("SMTPUNAME" + n, a.SmtpUName);
+        sset("SMTPPWD" + n, a.SmtpPwd);
+        sset("REPLYADDRESS" + n, a.ReplyAddress);
+        sset("DISPLAYNAME" + n, a.DisplayName);
+        sset("EXCLUSIVE0_" + n, a.Exclusive0);
+        sset("EXCLUSIVE1_" + n, a.Exclusive1);
+    }
+
+    sset("DELETEONRETRIEVE", g.DeleteOnRetrieve ? 1 : 0);
+    sset("DELAY", static_cast<int>(Val(g.Delay)));
+    sset("AUTODELETE", g.AutoDelete ? 1 : 0);
+    sset("AUDIO", g.Audio ? 1 : 0);
+    sset("STARTMIN", g.StartMin ? 1 : 0);
+    sset("BOUNCESUBJECT", g.BounceSubject);
+    sset("BOUNCEPREFIX", g.BouncePrefix);
+    sset("ScanOnStart", g.ScanOnStart);
+    sset("RetrieveOnStart", g.RetrieveOnStart);
+    sset("DisableReadOnServer", g.DisableReadOnServer);
+    sset("ShowScannerFirst", g.ShowScannerFirst);
+    sset("MaxMailSize", Val(g.MaxMailSize));
+    sset("Age0", Val(g.Age0));
+    sset("Age1", Val(g.Age1));
+    sset("Age2", Val(g.Age2));
+    sset("MailTimeout", static_cast<int>(Val(g.MailTimeout)));
+    sset("DisableAutoUpdateCheck", !g.AutoUpdateCheck);
+    sset("FontSize", Val(g.FontSize));
+    if (!Trim(g.MsgFontSize).empty()) sset("MsgFontSize", Val(g.MsgFontSize));
+
+    savesettings();
+    PathsStore().SaveSettings(PathsFilePath());
+    sset("langID", g.LangID);
+    globals_ = g;
+    return true;
+}
+
+std::vector<std::string> frmSettings::Languages() const {
+    std::vector<std::string> languages{"English"};
+    std::vector<std::string> files;
+    FillFiles(AppPath() + "languages", "txt", files);
+    for (const auto& f : files) {
+        std::string name = fileroot(f);
+        if (!EqualsNoCase(name, "English") && !EqualsNoCase(name, "FormsText"))
+            languages.push_back(name);
+    }
+    return languages;
+}
+
+std::string frmAccountWizard::PageProblem(int page, const WizardFields& f) {
+    switch (page) {
+    case 0:
+        if (Trim(f.UserName).empty()) return "Please specify a user name";
+        if (f.EmailAddress.find('@') == std::string::npos)
+            return "Please specify a valid email address, e.g. fred@example.com";
+        return "";
+    case 1:
+        if (Trim(f.InboundServer).empty()) return "Please specify an Inbound Mail Server";
+        if (Trim(f.OutboundServer).empty()) return "Please specify an Outbound Mail Server";
+        return "";
+    case 2:
+        if (Trim(f.LoginName).empty())
+            return "Please specify the username you log into your mail server with";
+        return "";
+    case 3:
+        if (Trim(f.Title).empty()) return "Please specify a title for this mail account";
+        return "";
+    default:
+        return "";
+    }
+}
+
+void frmAccountWizard::Finish(const WizardFields& f) {
+    LoadSettings(SettingsFilePath());
+    sset("PWD0", std::string());
+    sset("UNAME0", Trim(f.LoginName));
+    sset("SERVER0", Trim(f.InboundServer));
+    sset("TITLE0", Trim(f.Title));
+    sset("CHECK0", true);
+    sset("SMTP0", Trim(f.OutboundServer));
+    sset("REPLYADDRESS0", Trim(f.EmailAddress));
+    sset("DISPLAYNAME0", Trim(f.UserName));
+    savesettings();
+}
+
+bool frmAccountWizard::ConfirmCancel() {
+    auto& prompts = platform::current().prompts();
+    auto answer =
+        prompts.messageBox("If you want the wizard to run again you should exit Corva,\r"
+                           "delete the configuration file " +
+                               SettingsFilePath() + "and restart Corva.",
+                           platform::Buttons::OkCancel, platform::Icon::Question, "Account Wizard");
+    if (answer != platform::Answer::Ok) return false;
+    prompts.messageBox("Before using this program you will have to set up a mail account. Click "
+                       "the spanner icon on the main menu for the settings page.",
+                       platform::Buttons::Ok, platform::Icon::Information, "Account Wizard");
+    return true;
+}
+
+} // namespace corva

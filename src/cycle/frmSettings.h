@@ -1,0 +1,111 @@
+// The settings dialog as a logic object: the global keys and the 20 accounts
+// as the dialog's fields, the account switch, and OK's tests in their order.
+// The Qt dialog shows these fields and forwards the user's commands.
+#pragma once
+
+#include <array>
+#include <string>
+#include <vector>
+
+namespace corva {
+
+// One account as the dialog shows it. Check boxes are booleans; numbers stay
+// the text the user typed until OK reads them.
+struct AccountFields {
+    std::string Title;
+    std::string Server;
+    std::string UName;
+    std::string Pwd;
+    bool Check = false;
+    bool StopAtLast = false;
+    std::string Smtp;
+    bool SmtpAuth = false;
+    std::string SmtpUName;
+    std::string SmtpPwd;
+    std::string ReplyAddress;
+    std::string DisplayName;
+    std::string Exclusive0;
+    std::string Exclusive1;
+    // Shown and kept while the dialog is open; OK does not store it.
+    std::string SmtpPort = "25";
+};
+
+struct GlobalFields {
+    std::string LangID = "English";
+    std::string Delay = "0";
+    bool AutoDelete = false;
+    bool Audio = false;
+    bool StartMin = false;
+    bool DeleteOnRetrieve = false;
+    std::string BounceSubject = "Failure Notice";
+    std::string BouncePrefix = "MAILER-DAEMON@";
+    bool ScanOnStart = false;
+    bool RetrieveOnStart = false;
+    bool DisableReadOnServer = false;
+    bool AutoUpdateCheck = true; // the opposite of DisableAutoUpdateCheck
+    bool ShowScannerFirst = true;
+    std::string MaxMailSize = "0";
+    std::string MailTimeout = "30";
+    std::string Age0 = "30";
+    std::string Age1 = "14";
+    std::string Age2 = "1";
+    std::string FontSize = "8";
+    std::string MsgFontSize;
+    std::string MessageFolder;
+    std::string SpamFolder;
+    std::string FilterFolder;
+    std::string DataFolder;
+};
+
+class frmSettings {
+public:
+    static constexpr int AccountCount = 20;
+
+    // Opening the dialog: every global key and all 20 accounts into the fields.
+    void Load();
+    // The account list's entries: "1 - Title" ... "20 - Title".
+    std::vector<std::string> AccountListEntries() const;
+    // Switching accounts: the shown fields are kept at the old index and the
+    // new index's fields come back. An empty port shows "25".
+    AccountFields SelectAccount(int newIndex, const AccountFields& shown);
+    int SelectedAccount() const { return selected_; }
+    const AccountFields& Account(int index) const {
+        return accounts_.at(static_cast<size_t>(index));
+    }
+
+    // OK. Fields may be corrected in place (reset folders, a negative size).
+    // False with the message shown and nothing stored when a test fails.
+    bool cmdOK(GlobalFields& globals, const AccountFields& shown);
+
+    GlobalFields Globals() const { return globals_; }
+    // The languages the dialog offers.
+    std::vector<std::string> Languages() const;
+
+private:
+    GlobalFields globals_;
+    std::array<AccountFields, 21> accounts_{};
+    int selected_ = 0;
+};
+
+// The first-run wizard: its pages' tests and the account 0 it writes.
+struct WizardFields {
+    std::string UserName;     // the name others see
+    std::string EmailAddress; // the reply address
+    std::string InboundServer;
+    std::string OutboundServer;
+    std::string LoginName;
+    std::string Title;
+};
+
+class frmAccountWizard {
+public:
+    static constexpr int PageCount = 4;
+    // The message that keeps a page from moving on, or "" when it may.
+    static std::string PageProblem(int page, const WizardFields& fields);
+    // Finish: an empty store with account 0 set, saved as Corva.ini.
+    static void Finish(const WizardFields& fields);
+    // Cancel: asks first; true when the wizard ends without settings.
+    static bool ConfirmCancel();
+};
+
+} // namespace corva
