@@ -106,6 +106,10 @@ void clsHashTable::init(int32_t buckets, int32_t nodes) {
     nodes_.assign(static_cast<size_t>(nodes) + 1, Node{});
     keys_.assign(static_cast<size_t>(nodes) + 1, std::string());
     allocator_.Init(nodes, growth_);
+    size_t capacity = 1024;
+    while (capacity * 7 < static_cast<size_t>(nodes) * 10) capacity *= 2;
+    index_.assign(capacity, Slot{});
+    indexUsed_ = 0;
     Size = nodes;
     MaxIndex = 0;
     // Count is left alone: a table made on first use keeps what was counted into it.
@@ -123,8 +127,7 @@ int32_t clsHashTable::bucketOf(int32_t hashValue) const {
     return cHash(std::string_view(text, static_cast<size_t>(end - text)), bucketCount_);
 }
 
-int32_t clsHashTable::find(std::string_view key, uint64_t fullHash, int32_t hashValue) const {
-    uint32_t check = checkOf(fullHash);
+int32_t clsHashTable::walk(std::string_view key, uint32_t check, int32_t hashValue) const {
     for (int32_t i = buckets_[static_cast<size_t>(bucketOf(hashValue))]; i != 0;) {
         const Node& node = nodes_[static_cast<size_t>(i)];
         if (node.hashValue == hashValue && node.check == check &&
@@ -133,6 +136,54 @@ int32_t clsHashTable::find(std::string_view key, uint64_t fullHash, int32_t hash
         i = node.next;
     }
     return 0;
+}
+
+clsHashTable::Slot* clsHashTable::indexFind(uint64_t fullHash) {
+    if (index_.empty()) return nullptr;
+    const size_t mask = index_.size() - 1;
+    for (size_t pos = static_cast<size_t>(fullHash) & mask;; pos = (pos + 1) & mask) {
+        Slot& slot = index_[pos];
+        if (slot.node == 0) return nullptr;
+        if (slot.hash == fullHash) return &slot;
+    }
+}
+
+void clsHashTable::indexResize(size_t capacity) {
+    std::vector<Slot> old = std::move(index_);
+    index_.assign(capacity, Slot{});
+    const size_t mask = capacity - 1;
+    for (const Slot& s : old) {
+        if (s.node == 0) continue;
+        size_t pos = static_cast<size_t>(s.hash) & mask;
+        while (index_[pos].node != 0) pos = (pos + 1) & mask;
+        index_[pos] = s;
+    }
+}
+
+void clsHashTable::indexPut(uint64_t fullHash, int32_t node) {
+    if (Slot* slot = indexFind(fullHash)) {
+        slot->node = node;
+        return;
+    }
+    if ((indexUsed_ + 1) * 10 > index_.size() * 7)
+        indexResize(std::max<size_t>(index_.size() * 2, 1024));
+    const size_t mask = index_.size() - 1;
+    size_t pos = static_cast<size_t>(fullHash) & mask;
+    while (index_[pos].node != 0) pos = (pos + 1) & mask;
+    index_[pos] = Slot{fullHash, node};
+    ++indexUsed_;
+}
+
+int32_t clsHashTable::find(std::string_view key, uint64_t fullHash, int32_t hashValue) {
+    const uint32_t check = checkOf(fullHash);
+    // A lookup in another chain than the key's own can only be walked.
+    if (hashValue != reduce(fullHash, bucketCount_)) return walk(key, check, hashValue);
+    Slot* slot = indexFind(fullHash);
+    if (!slot) return 0; // no key with this hash was ever added
+    if (slot->node > 0 && keys_[static_cast<size_t>(slot->node)] == key) return slot->node;
+    int32_t found = walk(key, check, hashValue);
+    if (found != 0) slot->node = found;
+    return found;
 }
 
 int32_t clsHashTable::add(std::string_view key, uint64_t fullHash, int32_t hashValue, float value) {
@@ -152,6 +203,7 @@ int32_t clsHashTable::add(std::string_view key, uint64_t fullHash, int32_t hashV
     node.value = value;
     keys_[static_cast<size_t>(n)].assign(key.data(), key.size());
     if (n > MaxIndex) MaxIndex = n;
+    indexPut(fullHash, n);
     return n;
 }
 
@@ -233,6 +285,8 @@ bool clsHashTable::Delete(int32_t hashValue) {
         for (int32_t i = buckets_[static_cast<size_t>(bucket)]; i != 0;) {
             Node& node = nodes_[static_cast<size_t>(i)];
             if (node.hashValue == hashValue) {
+                Slot* slot = indexFind(fullHashOf(keys_[static_cast<size_t>(i)]));
+                if (slot && slot->node == i) slot->node = -1;
                 if (previous == 0)
                     buckets_[static_cast<size_t>(bucket)] = node.next;
                 else
@@ -258,6 +312,8 @@ void clsHashTable::ClearArrays() {
     nodes_ = {};
     keys_ = {};
     buckets_ = {};
+    index_ = {};
+    indexUsed_ = 0;
     allocator_.Clear();
     bucketCount_ = 0;
     Size = 0;

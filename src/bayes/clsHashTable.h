@@ -70,10 +70,22 @@ private:
         float value = 0;
     };
 
+    // The chains are the table; this index from a key's hash to the newest node
+    // of that key only spares long chain walks in tables of many thousand nodes.
+    // A slot's node is 0 when free and -1 when it must be found in the chain.
+    struct Slot {
+        uint64_t hash = 0;
+        int32_t node = 0;
+    };
+    Slot* indexFind(uint64_t fullHash);
+    void indexPut(uint64_t fullHash, int32_t node);
+    void indexResize(size_t capacity);
+    int32_t walk(std::string_view key, uint32_t check, int32_t hashValue) const;
+
     void init(int32_t buckets, int32_t nodes);
     void ensureInitialised();
     int32_t bucketOf(int32_t hashValue) const;
-    int32_t find(std::string_view key, uint64_t fullHash, int32_t hashValue) const;
+    int32_t find(std::string_view key, uint64_t fullHash, int32_t hashValue);
     int32_t add(std::string_view key, uint64_t fullHash, int32_t hashValue, float value);
     [[noreturn]] void raise(int code, const std::string& source) const;
 
@@ -81,6 +93,8 @@ private:
     std::vector<Node> nodes_;       // index 0 unused
     std::vector<std::string> keys_; // parallel to nodes_
     std::vector<int32_t> buckets_;  // heads of chains, 0 for none
+    std::vector<Slot> index_;       // open addressing, a power of two long
+    size_t indexUsed_ = 0;
     int32_t bucketCount_ = 0;
     float growth_ = 1.5f;
     bool initialised_ = false;

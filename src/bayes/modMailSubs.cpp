@@ -18,6 +18,13 @@ frmBayesFilter& BayesFilter() {
     return filter;
 }
 
+frmBayesFilter& StartBayesFilter() {
+    frmBayesFilter& filter = BayesFilter();
+    if (!filter.WordLoaded()) filter.LoadWordHash();
+    filter.Install();
+    return filter;
+}
+
 void MarkMessagesJunkOrNot(clsMessages& messages, bool asJunk) {
     BayesFilter().MarkMessagesJunkOrNot(messages, asJunk);
 }

@@ -15,6 +15,9 @@ class clsMessages;
 
 // The program's one classifier, made on first use.
 frmBayesFilter& BayesFilter();
+// The start-up step: loads the word table (once) and makes the classifier the
+// scorer of the message check.
+frmBayesFilter& StartBayesFilter();
 
 // Asks, then teaches the program's classifier; the two entries the menus use.
 void MarkMessagesJunkOrNot(clsMessages& messages, bool asJunk);

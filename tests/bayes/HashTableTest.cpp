@@ -211,3 +211,27 @@ TEST(HashTable, HugeTableLoadsGrowsByHalfAndSaves) {
     EXPECT_EQ(back.MaxIndex, 350001);
     EXPECT_EQ(back.Count, 9);
 }
+
+TEST(HashTable, DeletingTheNewestOfTwoNodesUncoversTheOlderThroughGrowth) {
+    clsHashTable table;
+    table.InitSmall();
+    table.InsertRecord("dup", 1);
+    table.InsertRecord("dup", 2);
+    ASSERT_TRUE(table.HashDelete("dup"));
+    for (int i = 0; i < 3000; ++i) table.Insert("filler" + std::to_string(i));
+    EXPECT_EQ(table.HashFind("dup").Value, 1.0f) << "the older node is found again";
+    for (int i = 0; i < 3000; ++i)
+        ASSERT_EQ(table.HashFind("filler" + std::to_string(i)).Value, 1.0f) << i;
+    table.AlterValue("dup", 4);
+    EXPECT_EQ(table.HashFind("dup").Value, 5.0f);
+    EXPECT_EQ(table.HashFind("never").Index, 0);
+}
+
+TEST(HashTable, FindRecWithAnotherHashValueMisses) {
+    clsHashTable table;
+    table.InitSmall();
+    table.Insert("here");
+    int32_t own = table.HashValueOf("here");
+    EXPECT_NE(table.FindRec("here", own).Index, 0);
+    EXPECT_EQ(table.FindRec("here", own == 1 ? 2 : 1).Index, 0) << "nodes carry their own value";
+}

@@ -1,0 +1,100 @@
+// "corva train": builds the word table from mail folders (or refreshes it from
+// the unread spam), as the training view's Generate and Refresh commands do.
+#include "app/Command.h"
+#include "app/HeadlessSession.h"
+#include "bayes/modMailSubs.h"
+#include "contacts/clsContacts.h"
+
+#include <chrono>
+#include <iostream>
+
+#include <unistd.h>
+
+namespace corva::app {
+namespace {
+
+// Progress on one line of the terminal, at most a few times a second.
+class ConsoleProgress : public frmBayesFilterListener {
+public:
+    void Status(const std::string& text) override {
+        auto now = std::chrono::steady_clock::now();
+        bool message = text.find(" - Message ") == std::string::npos;
+        if (!message && (!terminal_ || now - last_ < std::chrono::milliseconds(200))) return;
+        last_ = now;
+        if (terminal_)
+            std::cerr << "\r" << text << "\033[K" << (message ? "\n" : "") << std::flush;
+        else
+            std::cerr << text << "\n";
+    }
+
+private:
+    std::chrono::steady_clock::time_point last_{};
+    bool terminal_ = isatty(2) != 0;
+};
+
+int run(CommandArgs& args) {
+    const auto good = args.option("--good");
+    const bool goodFile = args.flag("--good-file");
+    const auto spam = args.option("--spam");
+    const bool subfolders = args.flag("--subfolders");
+    const bool refresh = args.flag("--refresh");
+    auto unknown = args.unknownOptions();
+    bool bad = !unknown.empty() || !args.rest().empty() || (good && goodFile) ||
+               (spam && *spam != "spambayes" && *spam != "archive" && *spam != "file");
+    if (bad) {
+        for (const auto& u : unknown) std::cerr << "Unknown option: " << u << "\n";
+        std::cerr << "Usage: corva train [--good FOLDER|--good-file] "
+                     "[--spam spambayes|archive|file] [--subfolders] | corva train --refresh\n";
+        return 2;
+    }
+
+    HeadlessSession session;
+    Contacts().LoadContacts();
+    frmBayesFilter& filter = BayesFilter();
+    ConsoleProgress progress;
+    filter.setListener(&progress);
+    auto started = std::chrono::steady_clock::now();
+    bool ok = true;
+    if (refresh) {
+        filter.UpdateFromUnread();
+    } else {
+        filter.GoodSource = goodFile ? GoodMailSource::File : GoodMailSource::Folder;
+        if (good) filter.GoodFolder = *good;
+        filter.GoodSubfolders = subfolders;
+        filter.SpamSubfolders = subfolders;
+        if (spam && *spam == "archive") filter.SpamSource = SpamMailSource::Archive;
+        if (spam && *spam == "file") filter.SpamSource = SpamMailSource::File;
+        ok = filter.generatefilters();
+    }
+    filter.setListener(nullptr);
+    double seconds =
+        std::chrono::duration<double>(std::chrono::steady_clock::now() - started).count();
+    if (!ok) return 1;
+    std::cout << "Good mail: " << filter.GoodTable().Count << " messages, "
+              << filter.GoodTable().MaxIndex << " tokens\n"
+              << "Spam: " << filter.BadTable().Count << " messages, " << filter.BadTable().MaxIndex
+              << " tokens\n"
+              << "Word table: " << filter.WordTable().MaxIndex << " words in "
+              << frmBayesFilter::wordfilename() << "\n"
+              << "Time: " << seconds << " s\n";
+    return 0;
+}
+
+const CommandRegistration registration({
+    "train",
+    "corva train [--good FOLDER|--good-file] [--spam spambayes|archive|file] [--subfolders] | "
+    "corva train --refresh",
+    "Build the Bayesian word table from good mail and spam",
+    "Counts the tokens of every message in a good folder (default Inbox, a name\n"
+    "under the mail store or a full path) and in the spam source: the SpamBayes\n"
+    "folder (default), the spam archive (SpamFolder in Paths.ini), or the counts\n"
+    "file of an earlier run (also --good-file for good mail). --subfolders takes\n"
+    "the folders below as well. Writes HashGood.dat, HashBad.dat and HashTable.dat\n"
+    "in the filter folder.\n"
+    "--refresh adds the unread mail of the SpamBayes folder to the spam counts and\n"
+    "rebuilds the word table, as the view's Refresh Filters does.",
+    run,
+});
+
+} // namespace
+} // namespace corva::app
