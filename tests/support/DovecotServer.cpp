@@ -220,15 +220,12 @@ void DovecotServer::addMessage(const std::string& user, const std::string& text)
     std::snprintf(name, sizeof name, "1700000000.M%09ldP%d.corva", ++sequence_,
                   static_cast<int>(::getpid()));
     std::string body = withCrLf(text);
-    std::string tmp = maildir(user) + "tmp/" + name;
-    {
-        std::ofstream out(tmp, std::ios::binary | std::ios::trunc);
-        if (!out) throw std::runtime_error("DovecotServer: no mailbox for " + user);
-        out.write(body.data(), static_cast<std::streamsize>(body.size()));
-    }
+    // Straight into new/, which is quickest; a session open at that moment may
+    // see the file half written, so tests deliver before they connect.
+    std::ofstream out(maildir(user) + "new/" + name, std::ios::binary | std::ios::trunc);
+    if (!out) throw std::runtime_error("DovecotServer: no mailbox for " + user);
     // The files may stay ours: the server only needs to write the folders.
-    // Delivered by rename, so the server never sees half a message.
-    fs::rename(tmp, maildir(user) + "new/" + name);
+    out.write(body.data(), static_cast<std::streamsize>(body.size()));
 }
 
 int DovecotServer::messageCount(const std::string& user) const {

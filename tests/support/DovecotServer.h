@@ -29,6 +29,7 @@ public:
     void addUser(const std::string& name, const std::string& password);
     // Delivers one message; bare LF line ends become CR LF, so the sizes the
     // server lists are the file sizes. Messages list in the order they were added.
+    // Deliver before connecting: a session open meanwhile may see half a file.
     void addMessage(const std::string& user, const std::string& text);
     // Messages in the user's mailbox now, counted from the maildir.
     int messageCount(const std::string& user) const;
