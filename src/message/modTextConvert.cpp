@@ -195,7 +195,8 @@ void htmlconsttochar(std::string& text) {
         // Every remaining reference, the first in the text each time: a code
         // from 1 to 254 becomes its byte everywhere, any other reference goes
         // everywhere. One pass does it: a reference that the replacements put
-        // together ("&" + "#65;") is met again and handled too.
+        // together ("&" + "#65;") is met again and handled too. A reference
+        // holding another ("&#1&#65;") is read whole, from its first "&#".
         std::string in = std::move(text);
         std::string out;
         out.reserve(in.size());
