@@ -67,12 +67,20 @@ private:
     std::string* buffer_;
 };
 
-frmSendMail::frmSendMail() : sckMail_(platform::current().createSocket()) {
+frmSendMail::frmSendMail()
+    : sckMail_(platform::current().createSocket()), failTimer_(platform::current().createTimer()) {
     sckMail_->setListener(this);
+    failTimer_->setInterval(0);
+    failTimer_->setCallback([this] {
+        failTimer_->setEnabled(false);
+        if (failPending_) sendfail();
+    });
 }
 
 frmSendMail::~frmSendMail() {
     guarded("Class_Terminate", Module, [&] {
+        failTimer_->setEnabled(false);
+        failTimer_->setCallback({});
         sckMail_->setListener(nullptr);
         if (sckMail_->state() > platform::SocketState::Closed) sckMail_->close();
     });
@@ -562,7 +570,17 @@ void frmSendMail::timeout() {
     sendfail();
 }
 
+// A failure found inside a socket event is run from the next event pass: the
+// socket delivers no further data while one of its own events is running, so
+// the QUIT that the failure sends could never hear its answer.
+void frmSendMail::failsoon() {
+    failPending_ = true;
+    failTimer_->setEnabled(true);
+}
+
 void frmSendMail::sendfail() {
+    failPending_ = false;
+    failTimer_->setEnabled(false);
     std::string text = Join(errors_, CRLF);
     errors_.clear();
     guarded("sendfail", Module, [&] {
@@ -598,7 +616,7 @@ void frmSendMail::socketClosed() {
 void frmSendMail::socketError(int number, const std::string& description) {
     guarded("sckMail_Error", Module, [&] {
         adderror(description.empty() ? "Socket error " + Str(number) : description);
-        sendfail();
+        failsoon();
     });
 }
 
@@ -701,7 +719,7 @@ void frmSendMail::onReply(int code, const std::string& whole, const std::string&
         break;
     default:
         adderror(text);
-        sendfail();
+        failsoon();
         break;
     }
 }

@@ -142,6 +142,7 @@ private:
     bool waituntiltrue(const bool& flag, int seconds, bool fatal);
     void timeout();
     void sendfail();
+    void failsoon();
     void adderror(const std::string& text);
     void removeerror(const std::string& text);
     bool checkBeforeSending();
@@ -164,6 +165,8 @@ private:
 
     SendMailListener* listener_ = nullptr;
     std::unique_ptr<platform::Socket> sckMail_;
+    std::unique_ptr<platform::Timer> failTimer_;
+    bool failPending_ = false;
 
     // Properties.
     bool initialised_ = false;

@@ -174,11 +174,13 @@ TEST_F(FailedUploadTest, RefusedData) {
 }
 
 TEST_F(FailedUploadTest, DroppedConnection) {
+    sset("MailTimeout", 1);
     failThenRecover(greeting({Drop()}),
                     "Timeout occurred: The SMTP Host did not respond to the request");
 }
 
 TEST_F(FailedUploadTest, SilentServerTimesOut) {
+    sset("MailTimeout", 1);
     failThenRecover(greeting({Silence()}),
                     "Timeout occurred: The SMTP Host did not respond to the request");
 }
