@@ -8,6 +8,7 @@
 #include "message/TextScan.h"
 #include "message/modMIME.h"
 
+#include <cstdint>
 #include <string_view>
 
 namespace corva {
@@ -202,7 +203,11 @@ void clsMessage::decodePart(const std::string& text, int depth) {
                 encoding.clear();
             }
         } else {
-            ++unnamedMessages_;
+            // The counter is 16-bit: past its end the number stays where it is.
+            if (unnamedMessages_ < INT16_MAX)
+                ++unnamedMessages_;
+            else
+                HandleError(RunError(Err::Overflow), "NewDecodePart", Module);
             name = "Attached_Msg " + std::to_string(unnamedMessages_) + ".eml";
             AddAttachment(name);
             HasAttachment = true;
