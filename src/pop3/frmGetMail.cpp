@@ -216,6 +216,11 @@ void frmGetMail::askPassword(int account) {
 }
 
 void frmGetMail::connectToServer(int account) {
+    // Nothing of a transfer that ended half way (time-out, lost network) may
+    // leak into this one: a stale tail would shift the LIST lines, and a stale
+    // temporary file would be continued by the next message.
+    ReplyBuffer_.clear();
+    if (TempFileHandle_ != 0 || tempFile_) closeTempFile(true);
     socket_->close();
     socket_->setLocalPort(0);
     SecondsWaited_ = 0;

@@ -253,6 +253,26 @@ TEST_F(ScriptTest, CancelDuringRetrievalRemovesTheTemporaryFileAndSendsNoQuit) {
     EXPECT_EQ(server->received().find("QUIT"), std::string::npos);
 }
 
+TEST_F(ScriptTest, TransferAfterATimeOutStartsClean) {
+    sset("MailTimeout", 1);
+    start(login() + listing({100, 100}) + top(1, message("a@x", "One")) +
+          Steps{Expect("TOP 2 1\r\n"), Say("+OK\r\nFrom: half@x\r\nSubj"), Silence()});
+    pop.GetHeaders(0, false, false);
+    ASSERT_TRUE(waitFinished(log, 5000));
+    ASSERT_TRUE(log.saw("TimedOut: 1"));
+
+    // Half a header from the last server must not shift this one's LIST lines.
+    EventLog next;
+    pop.setListener(&next);
+    start(login() + listing({4096}) + top(1, message("b@x", "Two")) + quit());
+    pop.GetHeaders(0, false, false);
+    ASSERT_TRUE(waitFinished(next, 5000));
+    ASSERT_EQ(next.headers.size(), 1u);
+    EXPECT_EQ(next.headers[0].subject, "Two");
+    EXPECT_FLOAT_EQ(next.headers[0].size, 4.0f);
+    expectKeptToScript();
+}
+
 TEST_F(ScriptTest, DroppedConnectionEndsByTimeOut) {
     sset("MailTimeout", 1);
     start({Say("+OK ready\r\n"), Expect("USER ann\r\n"), Say("+OK\r\n"), Expect("PASS pw\r\n"),
