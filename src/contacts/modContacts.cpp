@@ -115,6 +115,26 @@ long ImportContactsCsv(clsContacts& book, const std::string& path) {
     return taken;
 }
 
+clsContact contactForAddress(const clsContacts& book, const std::string& address) {
+    long found = book.SeekByEmail(address);
+    if (found > 0) return book.Contact(found);
+    clsContact fresh;
+    fresh.email = address;
+    return fresh;
+}
+
+long DeleteContactsByEmail(clsContacts& book, const std::vector<std::string>& addresses) {
+    long removed = 0;
+    for (const std::string& address : addresses) {
+        long found = book.SeekByEmail(address);
+        if (found < 1) continue;
+        book.Remove(found);
+        ++removed;
+    }
+    book.SaveContacts();
+    return removed;
+}
+
 bool ExportAddresses(const std::vector<std::string>& messageFiles, const std::string& output) {
     std::string out;
     for (const std::string& file : messageFiles) {

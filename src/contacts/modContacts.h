@@ -17,6 +17,14 @@ std::string* csvField(clsContact& contact, const std::string& columnName);
 // or -1 after telling the user "Error importing contacts file".
 long ImportContactsCsv(clsContacts& book, const std::string& path);
 
+// What the edit view starts from for an address: the contact that has it, or
+// a new contact holding just the address.
+clsContact contactForAddress(const clsContacts& book, const std::string& address);
+
+// The list view's Delete: each address is looked up and its contact removed,
+// then the book is saved. The number removed.
+long DeleteContactsByEmail(clsContacts& book, const std::vector<std::string>& addresses);
+
 // Writes the sender address of each message file as one line of output.
 // False after telling the user "Could not open " + output.
 bool ExportAddresses(const std::vector<std::string>& messageFiles, const std::string& output);

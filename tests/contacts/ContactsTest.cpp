@@ -178,3 +178,24 @@ TEST(ContactExport, OneSenderAddressPerMessage) {
     ASSERT_TRUE(ExportAddresses({dir.file("a.eml"), dir.file("b.eml")}, dir.file("emails.csv")));
     EXPECT_EQ(readFile(dir.file("emails.csv")), "ann@lee.example\r\nbob@ray.example\r\n");
 }
+
+TEST(ContactBook, EditViewStartsFromTheKnownContactOrTheBareAddress) {
+    TempDir dir;
+    clsContacts book;
+    book.setFilePath(dir.file("contacts.txt"));
+    clsContact ann = person("Ann", "ann@x.example");
+    ann.mobile = "0400";
+    book.AddContact(ann);
+    book.AddContact(person("Bob", "bob@x.example"));
+    EXPECT_EQ(contactForAddress(book, "ANN@x.example").mobile, "0400");
+    clsContact fresh = contactForAddress(book, "new@x.example");
+    EXPECT_EQ(fresh.email, "new@x.example");
+    EXPECT_EQ(fresh.strName, "");
+
+    EXPECT_EQ(DeleteContactsByEmail(book, {"bob@x.example", "nobody@x.example"}), 1);
+    clsContacts back;
+    back.setFilePath(dir.file("contacts.txt"));
+    back.LoadContacts();
+    ASSERT_EQ(back.Count(), 1);
+    EXPECT_EQ(back.Contact(1).strName, "Ann");
+}
