@@ -58,6 +58,7 @@ int run(CommandArgs& args) {
     if (refresh) {
         filter.UpdateFromUnread();
     } else {
+        filter.LoadViewSettings();
         filter.GoodSource = goodFile ? GoodMailSource::File : GoodMailSource::Folder;
         if (good) filter.GoodFolder = *good;
         filter.GoodSubfolders = subfolders;

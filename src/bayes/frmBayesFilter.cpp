@@ -83,7 +83,7 @@ ConfirmMarkAsText ConfirmMarkAs(long count, bool asJunk) {
 }
 
 frmBayesFilter::frmBayesFilter() {
-    readView();
+    LoadViewSettings();
 }
 
 frmBayesFilter::~frmBayesFilter() {
@@ -108,7 +108,7 @@ void frmBayesFilter::status(const std::string& text) {
     if (listener_) listener_->Status(text);
 }
 
-void frmBayesFilter::readView() {
+void frmBayesFilter::LoadViewSettings() {
     SpamminessPercent = static_cast<int>(std::lround(corva::Spamminess * 100.0));
     SaveToSpamPercent = static_cast<int>(std::lround(corva::SaveToSpamScore * 100.0));
     HeaderWordsChoice = corva::HeaderWords;
@@ -172,7 +172,7 @@ void frmBayesFilter::ResetToDefaults() {
     sset("HeaderWords", 12);
     sset("SpamWordCount", 2);
     ReadScoringNumbers();
-    readView();
+    LoadViewSettings();
 }
 
 void frmBayesFilter::GenerateTables(const std::string& label, const std::string& folder,

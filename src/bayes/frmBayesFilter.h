@@ -71,6 +71,9 @@ public:
     void savelocalsettings();
     // Writes the default thresholds, rereads them and refills the view's choices.
     void ResetToDefaults();
+    // Fills the view's thresholds from the program's scoring numbers; the view
+    // does this each time it is shown.
+    void LoadViewSettings();
     // Whether the spam archive is a folder of its own (the view enables the choice).
     bool ArchiveAvailable() const;
 
@@ -107,7 +110,6 @@ private:
     void status(const std::string& text);
     void loadFilled(clsHashTable& table, const std::string& path);
     std::string goodFolderPath() const;
-    void readView();
 
     clsHashTable word_;
     clsHashTable test_;
