@@ -1,0 +1,96 @@
+#include "ui/ErrorReportWindow.h"
+
+#include "core/AppInfo.h"
+#include "core/ErrorReport.h"
+#include "core/FileSubs.h"
+#include "platform/Platform.h"
+#include "ui/DisplayText.h"
+
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QPlainTextEdit>
+#include <QPushButton>
+#include <QStackedWidget>
+#include <QVBoxLayout>
+
+namespace corva::ui {
+
+ErrorReportWindow::ErrorReportWindow(QWidget* parent) : QDialog(parent) {
+    setWindowTitle(QStringLiteral("Error Reporter"));
+    auto* layout = new QVBoxLayout(this);
+    auto* heading = new QLabel(QStringLiteral("An error has ocurred:"));
+    QFont f = heading->font();
+    f.setBold(true);
+    heading->setFont(f);
+    layout->addWidget(heading);
+
+    panes_ = new QStackedWidget;
+    auto pane = [&](const QString& caption, QPlainTextEdit*& edit, bool readOnly) {
+        auto* w = new QWidget;
+        auto* v = new QVBoxLayout(w);
+        v->setContentsMargins(0, 0, 0, 0);
+        v->addWidget(new QLabel(caption));
+        edit = new QPlainTextEdit;
+        edit->setReadOnly(readOnly);
+        v->addWidget(edit);
+        panes_->addWidget(w);
+    };
+    pane(QStringLiteral("Error Details"), txtError_, true);
+    pane(QStringLiteral("Log"), txtLog_, true);
+    pane(QStringLiteral("Enter your own comments here"), txtUserMessage_, false);
+    layout->addWidget(panes_);
+
+    auto* buttons = new QHBoxLayout;
+    auto button = [&](const QString& text, auto fn) {
+        auto* b = new QPushButton(text);
+        connect(b, &QPushButton::clicked, this, fn);
+        buttons->addWidget(b);
+    };
+    button(QStringLiteral("Enter Comments"), [this] { openComments(); });
+    button(QStringLiteral("View Log File"), [this] { panes_->setCurrentIndex(1); });
+    button(QStringLiteral("View Error Report"), [this] {
+        std::string path = AppPath() + "fulllog.txt";
+        WriteTextFile(path, reportText());
+        platform::current().shell().open(path);
+    });
+    button(QStringLiteral("Submit Error Report"),
+           [this] { platform::current().shell().open(mailLink()); });
+    buttons->addStretch();
+    button(QStringLiteral("Exit"), [this] { accept(); });
+    layout->addLayout(buttons);
+    resize(620, 420);
+}
+
+void ErrorReportWindow::showerror(const std::string& logName, const std::string& text) {
+    txtError_->setPlainText(toDisplay(text));
+    logPath_ = AppPath() + logName;
+    std::string log;
+    txtLog_->setPlainText(LoadTextFile(logPath_, log) ? toDisplay(log)
+                                                      : QStringLiteral("No log file"));
+    panes_->setCurrentIndex(0);
+}
+
+void ErrorReportWindow::openComments() {
+    commentsOpened_ = true;
+    panes_->setCurrentIndex(2);
+}
+
+std::string ErrorReportWindow::reportText() const {
+    return BuildErrorReport(fromDisplay(txtError_->toPlainText()),
+                            fromDisplay(txtUserMessage_->toPlainText()), commentsOpened_,
+                            fromDisplay(txtLog_->toPlainText()));
+}
+
+std::string ErrorReportWindow::mailLink() const {
+    return BuildErrorMailLink(fromDisplay(txtError_->toPlainText()),
+                              fromDisplay(txtUserMessage_->toPlainText()), commentsOpened_,
+                              fromDisplay(txtLog_->toPlainText()), logPath_);
+}
+
+void ErrorReportWindow::show(const std::string& text) {
+    ErrorReportWindow window;
+    window.showerror("log.txt", text);
+    window.exec();
+}
+
+} // namespace corva::ui

@@ -1,0 +1,671 @@
+#include "ui/ScannerWindow.h"
+
+#include "bayes/frmBayesFilter.h"
+#include "bayes/modMailSubs.h"
+#include "core/AppInfo.h"
+#include "core/FileSubs.h"
+#include "core/Globals.h"
+#include "core/mSHAREDSettings.h"
+#include "cycle/frmMain.h"
+#include "cycle/modScannerCommands.h"
+#include "filters/frmFilters.h"
+#include "filters/modBlockCommands.h"
+#include "message/clsMessage.h"
+#include "message/clsMessages.h"
+#include "smtp/frmSendMailWrapper.h"
+#include "store/modMessageFiles.h"
+#include "ui/AccountWizardDialog.h"
+#include "ui/DisplayText.h"
+#include "ui/Icons.h"
+#include "ui/ScannerListModel.h"
+#include "ui/SettingsDialog.h"
+#include "ui/TextWindow.h"
+
+#include <QApplication>
+#include <QCloseEvent>
+#include <QDate>
+#include <QFontDatabase>
+#include <QHeaderView>
+#include <QLabel>
+#include <QMenu>
+#include <QMessageBox>
+#include <QPainter>
+#include <QPlainTextEdit>
+#include <QScreen>
+#include <QScrollBar>
+#include <QShortcut>
+#include <QSplashScreen>
+#include <QSplitter>
+#include <QStatusBar>
+#include <QSystemTrayIcon>
+#include <QToolBar>
+#include <QToolButton>
+#include <QTreeView>
+#include <QVBoxLayout>
+
+namespace corva::ui {
+
+namespace {
+
+// Twips are 1/1440 inch; the window works in pixels at 96 per inch.
+constexpr double kTwipsPerPixel = 15.0;
+
+bool darkPalette() {
+    return QApplication::palette().color(QPalette::Window).lightness() < 128;
+}
+
+QPixmap splashPicture() {
+    const qreal ratio = qApp->devicePixelRatio();
+    QPixmap pixmap(QSize(460, 240) * ratio);
+    pixmap.setDevicePixelRatio(ratio);
+    pixmap.fill(QColor(0x1B, 0x23, 0x30));
+    QPainter p(&pixmap);
+    p.setRenderHint(QPainter::Antialiasing);
+    appIcon().paint(&p, QRect(28, 40, 120, 120));
+    p.setPen(Qt::white);
+    QFont title = p.font();
+    title.setPointSize(30);
+    title.setBold(true);
+    p.setFont(title);
+    p.drawText(QRect(170, 50, 280, 60), Qt::AlignLeft | Qt::AlignVCenter, QStringLiteral("Corva"));
+    QFont line = p.font();
+    line.setPointSize(10);
+    line.setBold(false);
+    p.setFont(line);
+    p.setPen(QColor(0xB0, 0xBE, 0xC5));
+    p.drawText(QRect(172, 110, 280, 40), Qt::AlignLeft | Qt::TextWordWrap,
+               QStringLiteral("Junk stays on the server."));
+    p.drawText(QRect(28, 200, 420, 24), Qt::AlignLeft,
+               QStringLiteral("\u00A9 %1 Tarnwick Software").arg(QDate::currentDate().year()));
+    return pixmap;
+}
+
+} // namespace
+
+ScannerWindow::ScannerWindow() {
+    setWindowTitle(QStringLiteral("Corva"));
+    setWindowIcon(appIcon());
+
+    model_ = new ScannerListModel(this);
+    model_->setDarkPalette(darkPalette());
+    list_ = new QTreeView;
+    list_->setModel(model_);
+    list_->setRootIsDecorated(false);
+    list_->setUniformRowHeights(true);
+    list_->setAlternatingRowColors(true);
+    list_->setSelectionMode(QAbstractItemView::ExtendedSelection);
+    list_->setSelectionBehavior(QAbstractItemView::SelectRows);
+    list_->setContextMenuPolicy(Qt::CustomContextMenu);
+    list_->header()->setStretchLastSection(false);
+    connect(list_, &QTreeView::customContextMenuRequested, this, &ScannerWindow::showContextMenu);
+    connect(list_, &QTreeView::doubleClicked, this, [this] { onDoubleClick(); });
+    connect(list_->selectionModel(), &QItemSelectionModel::currentRowChanged, this,
+            [this] { onSelectionChanged(); });
+
+    auto* lower = new QWidget;
+    auto* lowerLayout = new QVBoxLayout(lower);
+    lowerLayout->setContentsMargins(0, 0, 0, 0);
+    auto* lblHeaders = new QLabel(QStringLiteral("Headers"));
+    lblMessageNumber_ = new QLabel;
+    auto* labels = new QHBoxLayout;
+    labels->addWidget(lblHeaders);
+    labels->addStretch();
+    labels->addWidget(lblMessageNumber_);
+    lowerLayout->addLayout(labels);
+    headers_ = new QPlainTextEdit;
+    headers_->setReadOnly(true);
+    headers_->setPlaceholderText(
+        QStringLiteral("Click an email in the list above to view the headers in this box."));
+    headers_->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
+    lowerLayout->addWidget(headers_);
+
+    auto* splitter = new QSplitter(Qt::Vertical);
+    splitter->addWidget(list_);
+    splitter->addWidget(lower);
+    splitter->setStretchFactor(0, 3);
+    splitter->setStretchFactor(1, 1);
+    setCentralWidget(splitter);
+
+    buildToolbar();
+    buildMenus();
+    buildStatusBar();
+
+    auto key = [this](QKeySequence seq, frmMain::Key k, bool ctrl) {
+        auto* s = new QShortcut(seq, this);
+        connect(s, &QShortcut::activated, this, [this, k, ctrl] {
+            if (main_) main_->KeyDown(k, ctrl);
+        });
+    };
+    key(Qt::Key_F2, frmMain::Key::F2, false);
+    key(Qt::Key_F3, frmMain::Key::F3, false);
+    key(Qt::Key_F5, frmMain::Key::F5, false);
+    key(Qt::CTRL | Qt::Key_F2, frmMain::Key::F2, true);
+    key(Qt::CTRL | Qt::Key_F3, frmMain::Key::F3, true);
+    key(Qt::CTRL | Qt::Key_F5, frmMain::Key::F5, true);
+    resize(860, 560);
+}
+
+ScannerWindow::~ScannerWindow() = default;
+
+void ScannerWindow::buildToolbar() {
+    auto* bar = addToolBar(QStringLiteral("Main"));
+    bar->setObjectName(QStringLiteral("maintoolbar"));
+    bar->setToolButtonStyle(Qt::ToolButtonTextUnderIcon);
+    bar->setIconSize(QSize(28, 28));
+    auto add = [&](const QString& key, const QString& text, const QString& tip) {
+        QAction* a = bar->addAction(commandIcon(key), text);
+        a->setToolTip(tip);
+        connect(a, &QAction::triggered, this, [this, key] { act(key); });
+        actions_[key] = a;
+        return a;
+    };
+    add("scan", "Scan", "Scan every account for mail (F5)");
+    add("delete", "Delete", "Scan and delete junk on the server");
+
+    // Send and receive, with the drop-down of every command.
+    QAction* updown = add("upanddown", "Send/Receive", "Send and receive mail (F3)");
+    upAndDown_ = qobject_cast<QToolButton*>(bar->widgetForAction(updown));
+    auto* drop = new QMenu(this);
+    auto entry = [&](const QString& key, const QString& text) {
+        QAction* a = drop->addAction(commandIcon(key), text);
+        connect(a, &QAction::triggered, this, [this, key] { act(key); });
+        actions_.emplace("menu:" + key, a);
+    };
+    entry("scan", "Scan");
+    entry("delete", "Scan and delete junk");
+    entry("upanddown", "Send and receive");
+    entry("updownwithclear", "Send, receive and clean");
+    entry("upload", "Upload outbox");
+    entry("download", "Download mail");
+    drop->addSeparator();
+    entry("reinforce", "Reinforce Bayes from the list");
+    entry("settings", "Settings");
+    drop->addSeparator();
+    entry("close", "Close to tray");
+    entry("quit", "Quit");
+    if (upAndDown_) {
+        upAndDown_->setMenu(drop);
+        upAndDown_->setPopupMode(QToolButton::MenuButtonPopup);
+    }
+    add("stop", "Stop", "Stop the transfer")->setEnabled(false);
+    bar->addSeparator();
+    add("upload", "Upload", "Send the mail waiting in the Outbox");
+    add("download", "Download", "Retrieve the mail that passes (F2)");
+    add("reinforce", "Reinforce", "Teach the word table from the colours in the list");
+    bar->addSeparator();
+    add("settings", "Settings", "Accounts and options");
+    add("close", "Close", "Close to the notification area");
+    add("quit", "Quit", "Quit Corva");
+}
+
+void ScannerWindow::buildMenus() {
+    trayMenu_ = new QMenu(this);
+    connect(trayMenu_->addAction(QStringLiteral("Show")), &QAction::triggered, this, [this] {
+        showNormal();
+        raise();
+        activateWindow();
+    });
+    connect(trayMenu_->addAction(QStringLiteral("Scan")), &QAction::triggered, this,
+            [this] { act("scan"); });
+    scanAccountMenu_ = trayMenu_->addMenu(QStringLiteral("Scan Account"));
+    for (int i = 0; i < 4; ++i) {
+        QAction* a = scanAccountMenu_->addAction(QStringLiteral("Account %1").arg(i + 1));
+        connect(a, &QAction::triggered, this, [this, i] {
+            if (main_) main_->mnuScanAcc_Click(i);
+        });
+    }
+    silentAction_ = trayMenu_->addAction(QStringLiteral("Silent"));
+    silentAction_->setCheckable(true);
+    connect(silentAction_, &QAction::triggered, this, [this](bool on) {
+        // Silent flips the audio alerts and keeps the choice.
+        sset("AUDIO", on ? 0 : 1);
+    });
+    trayMenu_->addSeparator();
+    connect(trayMenu_->addAction(QStringLiteral("Exit")), &QAction::triggered, this,
+            [this] { quit(); });
+    trayMenu_->addAction(QStringLiteral("Dismiss Menu"));
+}
+
+void ScannerWindow::buildStatusBar() {
+    for (int i = 0; i < 4; ++i) {
+        panels_[i] = new QLabel;
+        panels_[i]->setTextFormat(Qt::PlainText);
+        if (i == 0)
+            statusBar()->addWidget(panels_[i], 1);
+        else
+            statusBar()->addPermanentWidget(panels_[i]);
+    }
+}
+
+QAction* ScannerWindow::toolbarAction(const QString& key) const {
+    auto it = actions_.find(key);
+    return it == actions_.end() ? nullptr : it->second;
+}
+
+void ScannerWindow::act(const QString& key) {
+    if (!main_) return;
+    if (key == "scan") {
+        main_->mnuScan_Click();
+    } else if (key == "delete") {
+        if (main_->Checking())
+            main_->cancelcheck();
+        else
+            main_->checkmail(true, false, 0, false);
+    } else if (key == "upanddown") {
+        if (main_->Checking())
+            main_->cancelcheck();
+        else
+            main_->KeyDown(frmMain::Key::F3, false);
+    } else if (key == "updownwithclear") {
+        main_->fMailer_UpDownWithClear();
+    } else if (key == "stop") {
+        main_->cancelcheck();
+    } else if (key == "upload") {
+        main_->UploadMail();
+    } else if (key == "download") {
+        main_->downloadmail(false);
+    } else if (key == "reinforce") {
+        std::vector<std::shared_ptr<clsMessage>> lines;
+        for (long i = 1; i <= main_->ServerMessages().Count(); ++i)
+            lines.push_back(main_->ServerMessages().Item(i));
+        ReinforceUsingVisible(main_->BayesFilter(), lines, [this] { main_->rescanCachedmail(); });
+    } else if (key == "settings") {
+        main_->showsettings();
+    } else if (key == "close") {
+        HideWindow();
+    } else if (key == "quit") {
+        quit();
+    }
+}
+
+void ScannerWindow::quit() {
+    if (main_ && main_->exitprog()) qApp->quit();
+}
+
+// ---- frmMainView ----
+
+void ScannerWindow::ShowSplash() {
+    splash_ = std::make_unique<QSplashScreen>(splashPicture());
+    splash_->show();
+    qApp->processEvents();
+}
+
+void ScannerWindow::SplashStatus(const std::string& text) {
+    if (splash_) splash_->showMessage(toDisplay(text), Qt::AlignBottom | Qt::AlignRight, Qt::white);
+}
+
+void ScannerWindow::HideSplash() {
+    if (splash_) splash_->close();
+    splash_.reset();
+}
+
+void ScannerWindow::RunAccountWizard() {
+    AccountWizardDialog wizard(this);
+    wizard.exec();
+}
+
+void ScannerWindow::SetupListColumns(const std::vector<std::string>& captions) {
+    model_->setCaptions(captions);
+    const int widths[] = {70, 60, 200, 260, 120, 160, 50, 50, 60};
+    for (int i = 0; i < static_cast<int>(captions.size()) && i < 9; ++i)
+        list_->setColumnWidth(i, widths[i]);
+}
+
+void ScannerWindow::ShowCmsButton(bool) {}
+
+int ScannerWindow::ScreenWidth() const {
+    QScreen* s = screen() ? screen() : QGuiApplication::primaryScreen();
+    return s ? static_cast<int>(s->availableGeometry().width() * kTwipsPerPixel) : 0;
+}
+
+int ScannerWindow::ScreenHeight() const {
+    QScreen* s = screen() ? screen() : QGuiApplication::primaryScreen();
+    return s ? static_cast<int>(s->availableGeometry().height() * kTwipsPerPixel) : 0;
+}
+
+void ScannerWindow::MaximiseWindow() {
+    setWindowState(windowState() | Qt::WindowMaximized);
+}
+
+void ScannerWindow::SetWindowSize(int w, int h) {
+    resize(static_cast<int>(w / kTwipsPerPixel), static_cast<int>(h / kTwipsPerPixel));
+}
+
+int ScannerWindow::WindowWidth() const {
+    return static_cast<int>(width() * kTwipsPerPixel);
+}
+int ScannerWindow::WindowHeight() const {
+    return static_cast<int>(height() * kTwipsPerPixel);
+}
+
+int ScannerWindow::CurrentWindowState() const {
+    if (isMaximized()) return WindowState::Maximised;
+    if (isMinimized()) return WindowState::Minimised;
+    return WindowState::Normal;
+}
+
+void ScannerWindow::HideWindow() {
+    if (!isVisible() && main_ && !main_->started()) hiddenAtStart_ = true;
+    hide();
+}
+
+void ScannerWindow::ClearList() {
+    model_->clear();
+    headers_->clear();
+    lblMessageNumber_->clear();
+}
+
+void ScannerWindow::AddListLine(const ListLine& line) {
+    bool atBottom = list_->verticalScrollBar()->value() == list_->verticalScrollBar()->maximum();
+    model_->append(line);
+    if (atBottom) list_->scrollToBottom();
+}
+
+void ScannerWindow::SetStatusPanel(int panel, const std::string& text) {
+    if (panel >= 1 && panel <= 4) panels_[panel - 1]->setText(toDisplay(text));
+}
+
+QString ScannerWindow::statusPanelText(int panel) const {
+    return panel >= 1 && panel <= 4 ? panels_[panel - 1]->text() : QString();
+}
+
+void ScannerWindow::SetStatusPicture(PanelPicture picture) {
+    panels_[0]->setStyleSheet(picture == PanelPicture::Error ? QStringLiteral("color: #d93a30;")
+                                                             : QString());
+}
+
+void ScannerWindow::SetToolbarButtonImage(const std::string& key, const std::string& image) {
+    QAction* a = toolbarAction(QString::fromStdString(key));
+    if (!a) return;
+    bool running = image == "stop";
+    a->setIcon(commandIcon(QString::fromStdString(image)));
+    a->setText(running ? QStringLiteral("Stop") : QStringLiteral("Send/Receive"));
+    if (QAction* stop = toolbarAction("stop")) stop->setEnabled(running);
+}
+
+void ScannerWindow::SetReadOnServerEnabled(bool enabled) {
+    readOnServerEnabled_ = enabled;
+}
+void ScannerWindow::SetSilentChecked(bool checked) {
+    silentAction_->setChecked(checked);
+}
+
+void ScannerWindow::SetListFontSize(int size) {
+    if (size <= 0) return;
+    QFont f = list_->font();
+    f.setPointSize(size);
+    list_->setFont(f);
+}
+
+void ScannerWindow::ShowTrayIcon(const std::string& tip, TrayPicture picture) {
+    if (!tray_) {
+        tray_ = new QSystemTrayIcon(this);
+        tray_->setContextMenu(trayMenu_);
+        connect(tray_, &QSystemTrayIcon::activated, this,
+                [this](QSystemTrayIcon::ActivationReason r) {
+                    if (r == QSystemTrayIcon::DoubleClick || r == QSystemTrayIcon::Trigger) {
+                        showNormal();
+                        raise();
+                        activateWindow();
+                    }
+                });
+    }
+    ChangeTrayIcon(tip, picture);
+    tray_->show();
+}
+
+void ScannerWindow::ChangeTrayIcon(const std::string& tip, TrayPicture picture) {
+    trayTip_ = toDisplay(tip);
+    trayPicture_ = picture;
+    if (!tray_) return;
+    tray_->setIcon(trayIcon(picture));
+    tray_->setToolTip(trayTip_);
+}
+
+void ScannerWindow::RemoveTrayIcon() {
+    if (tray_) tray_->hide();
+}
+
+bool ScannerWindow::ShowSettingsDialog() {
+    SettingsDialog dialog(this);
+    return dialog.exec() == QDialog::Accepted;
+}
+
+// ---- The list ----
+
+void ScannerWindow::selectRow(int row) {
+    list_->setCurrentIndex(model_->index(row, 0));
+    list_->selectionModel()->select(model_->index(row, 0), QItemSelectionModel::ClearAndSelect |
+                                                               QItemSelectionModel::Rows);
+}
+
+clsMessage* ScannerWindow::selectedMessage() const {
+    if (!main_) return nullptr;
+    QModelIndex current = list_->currentIndex();
+    if (!current.isValid()) return nullptr;
+    const ListLine& line = model_->line(current.row());
+    if (line.kind != ListLine::Kind::Message) return nullptr;
+    long n = std::atol(line.MsgNum.c_str());
+    if (n < 1 || n > main_->ServerMessages().Count()) return nullptr;
+    return main_->ServerMessages().Item(n).get();
+}
+
+void ScannerWindow::onSelectionChanged() {
+    QModelIndex current = list_->currentIndex();
+    if (!current.isValid()) return;
+    const ListLine& line = model_->line(current.row());
+    if (line.kind == ListLine::Kind::Server) {
+        lblMessageNumber_->setText(QStringLiteral("Server"));
+        headers_->clear();
+        return;
+    }
+    clsMessage* msg = selectedMessage();
+    if (!msg) return;
+    headers_->setPlainText(toDisplay(msg->Headers));
+    std::string title = sget("TITLE" + std::to_string(msg->FromAccount),
+                             "Account " + std::to_string(msg->FromAccount + 1))
+                            .toText();
+    lblMessageNumber_->setText(
+        QStringLiteral("Msg: %1 on %2").arg(msg->MessageNumThisAcc).arg(toDisplay(title)));
+}
+
+QString ScannerWindow::headersText() const {
+    return headers_->toPlainText();
+}
+
+void ScannerWindow::onDoubleClick() {
+    if (!readOnServerEnabled_ || !list_->currentIndex().isValid()) return;
+    // The unnumbered key is read as it stands: only a hand edit sets it.
+    if (sget("DISPLAYNAME", "").toText().empty()) {
+        QMessageBox::information(
+            this, QStringLiteral("Corva"),
+            QStringLiteral("Before sending mail you must specify a Reply-To email "
+                           "address in the settings."));
+        return;
+    }
+    fetchSelected(FetchPurpose::Read);
+}
+
+void ScannerWindow::fetchSelected(FetchPurpose purpose) {
+    if (!main_) return;
+    if (main_->Checking() || main_->Sending()) {
+        SetStatusPanel(1, "BUSY: Cannot open message");
+        return;
+    }
+    clsMessage* msg = selectedMessage();
+    if (!msg) return;
+    if (purpose == FetchPurpose::Read) SetStatusPanel(1, "Fetching selected message");
+    fetchPurpose_ = purpose;
+    main_->GetMail().GetSpecificMessage(msg->FromAccount, msg->MessageNumThisAcc);
+}
+
+void ScannerWindow::SpecificMessageArrived(clsMessage& message) {
+    FetchPurpose purpose = fetchPurpose_;
+    fetchPurpose_ = FetchPurpose::None;
+    if (purpose == FetchPurpose::Source) {
+        SetStatusPanel(1, "Viewing source");
+        std::string file = getunusedfilename(true, AppPath(), "temp", ".eml");
+        WriteTextFile(file, message.RawMessage());
+        showTextWindow(QStringLiteral("Message source"), toDisplay(message.RawMessage()));
+    } else if (purpose == FetchPurpose::Read) {
+        SetStatusPanel(1, "Viewing email");
+        showTextWindow(toDisplay(message.Subject),
+                       toDisplay("From: " + message.From + "\nTo: " + message.To_Email +
+                                 "\nSubject: " + message.Subject + "\n\n" + message.MessageBody));
+    } else if (purpose == FetchPurpose::Download) {
+        clsMessage copy = message;
+        copy.Read = false;
+        copy.setFilename(getunusedfilename(false, MessageFolder + "Inbox", "download", ".eml"));
+        savemessage(copy);
+        SetStatusPanel(1, "Selected message downloaded");
+    }
+}
+
+void ScannerWindow::showTextWindow(const QString& title, const QString& text) {
+    auto* w = new TextWindow(title, text, this);
+    w->setAttribute(Qt::WA_DeleteOnClose);
+    w->show();
+}
+
+QMenu* ScannerWindow::buildRightClickMenu() {
+    auto* menu = new QMenu(this);
+    clsMessage* msg = selectedMessage();
+    TailoredMenu tailored;
+    if (msg) {
+        std::string title = sget("TITLE" + std::to_string(msg->FromAccount),
+                                 "Account " + std::to_string(msg->FromAccount + 1))
+                                .toText();
+        tailored = TailorRightClickMenu(*msg, title);
+    }
+    for (const std::string& entry : RightClickEntries()) {
+        QString caption = QString::fromStdString(entry);
+        if (entry == "Read Message" && msg) caption = toDisplay(tailored.readCaption);
+        if (entry == "View this message as source code" && msg)
+            caption = toDisplay(tailored.sourceCaption);
+        if (entry == "Edit this filter") {
+            if (!tailored.editFilterVisible) continue;
+            caption = toDisplay(tailored.editFilterCaption);
+        }
+        // The rule editor and the ticket and spam-report windows are not part of this build.
+        if (entry == "Edit this filter" || entry == "Edit Filters" ||
+            entry == "Create filter from message" || entry == "Submit to Spamcop")
+            continue;
+        if (entry == "Dismiss Menu") menu->addSeparator();
+        QAction* a = menu->addAction(caption);
+        QString key = QString::fromStdString(entry);
+        connect(a, &QAction::triggered, this, [this, key] { runLineCommand(key); });
+        a->setEnabled(msg != nullptr || entry == "Dismiss Menu");
+    }
+    return menu;
+}
+
+void ScannerWindow::showContextMenu(const QPoint& pos) {
+    if (!list_->indexAt(pos).isValid()) return;
+    QMenu* menu = buildRightClickMenu();
+    menu->setAttribute(Qt::WA_DeleteOnClose);
+    menu->popup(list_->viewport()->mapToGlobal(pos));
+}
+
+void ScannerWindow::runLineCommand(const QString& entry) {
+    if (!main_) return;
+    clsMessage* msg = selectedMessage();
+    if (!msg) return;
+    frmFilters& rules = main_->ServerFilters();
+    auto after = [this] { main_->rescanCachedmail(); };
+    if (entry == "Block sender")
+        blockorunblock(rules, *msg, false), after();
+    else if (entry == "Unblock sender")
+        blockorunblock(rules, *msg, true), after();
+    else if (entry == "Block sender's domain")
+        blockorunblockDomain(rules, *msg, false), after();
+    else if (entry == "Unblock this sender's domain")
+        blockorunblockDomain(rules, *msg, true), after();
+    else if (entry == "Block recipient email")
+        blockorunblockrecip(rules, *msg, false), after();
+    else if (entry == "Unblock Recipient Email")
+        blockorunblockrecip(rules, *msg, true), after();
+    else if (entry == "Block recipient domain")
+        blockorunblockRecipDomain(rules, *msg, false), after();
+    else if (entry == "Unblock recipient domain")
+        blockorunblockRecipDomain(rules, *msg, true), after();
+    else if (entry == "Ignore Recipient")
+        ignoreornot(rules, *msg, false), after();
+    else if (entry == "Remove 'Ignore'")
+        ignoreornot(rules, *msg, true), after();
+    else if (entry == "Read Message")
+        fetchSelected(FetchPurpose::Read);
+    else if (entry == "View this message as source code")
+        fetchSelected(FetchPurpose::Source);
+    else if (entry == "Download selected message to inbox")
+        fetchSelected(FetchPurpose::Download);
+    else if (entry == "Bounce selected message(s)")
+        bounceSelected();
+    else if (entry == "Mark as Junk" || entry == "Mark as Not Junk") {
+        clsMessages chosen;
+        for (const QModelIndex& row : list_->selectionModel()->selectedRows()) {
+            const ListLine& line = model_->line(row.row());
+            long n = std::atol(line.MsgNum.c_str());
+            if (line.kind == ListLine::Kind::Message && n >= 1 &&
+                n <= main_->ServerMessages().Count())
+                chosen.Add(main_->ServerMessages().Item(n));
+        }
+        main_->BayesFilter().MarkMessagesJunkOrNot(chosen, entry == "Mark as Junk");
+    } else if (entry == "Show Bayes Breakdown") {
+        float score = 0;
+        main_->BayesFilter().Spamminess(*msg, true, score);
+        showTextWindow(QStringLiteral("Bayes breakdown"),
+                       toDisplay("Score: " + std::to_string(score) + "\n\n" + msg->SpamSplit));
+    }
+}
+
+void ScannerWindow::bounceSelected() {
+    int bounced = 0;
+    for (const QModelIndex& row : list_->selectionModel()->selectedRows()) {
+        const ListLine& line = model_->line(row.row());
+        long n = std::atol(line.MsgNum.c_str());
+        if (line.kind != ListLine::Kind::Message || n < 1 || n > main_->ServerMessages().Count())
+            continue;
+        clsMessage& msg = *main_->ServerMessages().Item(n);
+        std::string reply = sget("REPLYADDRESS" + std::to_string(msg.FromAccount), "").toText();
+        auto bounce = BuildBounce(msg, reply);
+        if (!bounce) {
+            QMessageBox::warning(
+                this, QStringLiteral("Bounce"),
+                QStringLiteral("Couldn't bounce message - can't determine the sender's email."));
+            continue;
+        }
+        clsMessage out;
+        out.From = bounce->From;
+        out.To_Email = bounce->To;
+        out.Subject = bounce->Subject;
+        out.MessageBody = bounce->Body;
+        out.FromAccount = msg.FromAccount;
+        main_->SendMailWrapper().SpoolMessage(out, bounce->From, "");
+        ++bounced;
+    }
+    if (bounced)
+        QMessageBox::information(
+            this, QStringLiteral("Bounce"),
+            QStringLiteral("Selected messages have been bounced. If you change your mind, "
+                           "delete the outbound messages before you do another "
+                           "'send/receive mail'"));
+}
+
+// ---- Window events ----
+
+void ScannerWindow::closeEvent(QCloseEvent* event) {
+    // The close box hides the window; quitting is a command of its own.
+    if (main_ && !main_->shutDown() && main_->QueryUnload(true)) {
+        event->ignore();
+        return;
+    }
+    event->accept();
+}
+
+void ScannerWindow::changeEvent(QEvent* event) {
+    if (event->type() == QEvent::PaletteChange || event->type() == QEvent::ApplicationPaletteChange)
+        model_->setDarkPalette(darkPalette());
+    QMainWindow::changeEvent(event);
+}
+
+} // namespace corva::ui

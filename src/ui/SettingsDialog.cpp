@@ -1,0 +1,319 @@
+#include "ui/SettingsDialog.h"
+
+#include "ui/DisplayText.h"
+
+#include <QCheckBox>
+#include <QComboBox>
+#include <QDialogButtonBox>
+#include <QFormLayout>
+#include <QGroupBox>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QPushButton>
+#include <QTabWidget>
+#include <QVBoxLayout>
+
+namespace corva::ui {
+
+namespace {
+QString q(const std::string& s) {
+    return toDisplay(s);
+}
+std::string b(const QString& s) {
+    return fromDisplay(s);
+}
+} // namespace
+
+SettingsDialog::SettingsDialog(QWidget* parent) : QDialog(parent) {
+    setWindowTitle(QStringLiteral("Settings"));
+    logic_.Load();
+    auto* tabs = new QTabWidget;
+    tabs->addTab(buildAccountsPage(), QStringLiteral("Accounts"));
+    tabs->addTab(buildCheckingPage(), QStringLiteral("Checking"));
+    tabs->addTab(buildFoldersPage(), QStringLiteral("Folders"));
+    auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel);
+    buttons->button(QDialogButtonBox::Ok)->setObjectName(QStringLiteral("cmdOK"));
+    connect(buttons, &QDialogButtonBox::accepted, this, [this] { confirm(); });
+    connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
+    auto* layout = new QVBoxLayout(this);
+    layout->addWidget(tabs);
+    layout->addWidget(buttons);
+
+    showGlobals(logic_.Globals());
+    for (const auto& entry : logic_.AccountListEntries()) accounts_->addItem(q(entry));
+    shownAccount_ = 0;
+    showAccount(logic_.Account(0));
+    accounts_->setCurrentRow(0);
+    connect(accounts_, &QListWidget::currentRowChanged, this,
+            [this](int row) { selectAccount(row); });
+    resize(760, 520);
+}
+
+QLineEdit* SettingsDialog::addLine(const QString& name) {
+    auto* e = new QLineEdit;
+    e->setObjectName(name);
+    return e;
+}
+
+QCheckBox* SettingsDialog::addBox(const QString& name, const QString& caption) {
+    auto* c = new QCheckBox(caption);
+    c->setObjectName(name);
+    return c;
+}
+
+QLineEdit* SettingsDialog::field(const QString& name) const {
+    return findChild<QLineEdit*>(name);
+}
+QCheckBox* SettingsDialog::box(const QString& name) const {
+    return findChild<QCheckBox*>(name);
+}
+
+QWidget* SettingsDialog::buildAccountsPage() {
+    auto* page = new QWidget;
+    auto* row = new QHBoxLayout(page);
+    accounts_ = new QListWidget;
+    accounts_->setObjectName(QStringLiteral("lstAccounts"));
+    accounts_->setMaximumWidth(200);
+    row->addWidget(accounts_);
+
+    auto* right = new QVBoxLayout;
+    auto* incoming = new QGroupBox(QStringLiteral("Incoming (POP3)"));
+    auto* in = new QFormLayout(incoming);
+    in->addRow(QStringLiteral("Title:"), addLine("TITLE"));
+    in->addRow(QStringLiteral("Server:"), addLine("SERVER"));
+    in->addRow(QStringLiteral("User:"), addLine("UNAME"));
+    QLineEdit* pwd = addLine("PWD");
+    pwd->setEchoMode(QLineEdit::Password);
+    pwd->setPlaceholderText(QStringLiteral("ask at each connection"));
+    in->addRow(QStringLiteral("Pwd:"), pwd);
+    in->addRow(addBox("CHECK", QStringLiteral("Include this account when checking mail")));
+    QCheckBox* stop =
+        addBox("STOPATLAST", QStringLiteral("This account times out after last message"));
+    stop->setToolTip(QStringLiteral("Corva attempts to read mail until the server sends 'no more "
+                                    "messages'  It then sends a 'Quit' "
+                                    "command, but some servers ignore this and time out. If that "
+                                    "happens, tick this checkbox for "
+                                    "ONLY those servers."));
+    in->addRow(stop);
+    right->addWidget(incoming);
+
+    auto* outgoing = new QGroupBox(QStringLiteral("Outgoing (SMTP)"));
+    auto* out = new QFormLayout(outgoing);
+    out->addRow(QStringLiteral("Server:"), addLine("SMTP"));
+    QLineEdit* port = addLine("SMTPPort");
+    port->setToolTip(
+        QStringLiteral("Default is 25. Don't change this unless you know what you're doing."));
+    out->addRow(QStringLiteral("Port:"), port);
+    out->addRow(addBox("SMTPAuth", QStringLiteral("Authorisation Rqd")));
+    out->addRow(QStringLiteral("User"), addLine("SMTPUNAME"));
+    QLineEdit* smtpPwd = addLine("SMTPPWD");
+    smtpPwd->setEchoMode(QLineEdit::Password);
+    out->addRow(QStringLiteral("Pwd:"), smtpPwd);
+    out->addRow(QStringLiteral("Reply Address:"), addLine("REPLYADDRESS"));
+    out->addRow(QStringLiteral("Display Name:"), addLine("DISPLAYNAME"));
+    right->addWidget(outgoing);
+
+    auto* exclusive = new QFormLayout;
+    auto* ex = new QHBoxLayout;
+    ex->addWidget(addLine("EXCLUSIVE0_"));
+    ex->addWidget(addLine("EXCLUSIVE1_"));
+    exclusive->addRow(QStringLiteral("Ignore mail not addressed to:"), ex);
+    right->addLayout(exclusive);
+    right->addStretch();
+    row->addLayout(right, 1);
+    return page;
+}
+
+QWidget* SettingsDialog::buildCheckingPage() {
+    auto* page = new QWidget;
+    auto* form = new QFormLayout(page);
+    auto withUnit = [&](const QString& name, const QString& unit) {
+        auto* w = new QWidget;
+        auto* h = new QHBoxLayout(w);
+        h->setContentsMargins(0, 0, 0, 0);
+        QLineEdit* e = addLine(name);
+        e->setMaximumWidth(80);
+        h->addWidget(e);
+        h->addWidget(new QLabel(unit));
+        h->addStretch();
+        return w;
+    };
+    form->addRow(QStringLiteral("Check mail every:"),
+                 withUnit("DELAY", QStringLiteral("seconds (0 for never)")));
+    form->addRow(QStringLiteral("Mail retrieval timeout:"),
+                 withUnit("MailTimeout", QStringLiteral("seconds")));
+    form->addRow(QStringLiteral("Ignore mail bigger than:"),
+                 withUnit("MaxMailSize", QStringLiteral("Kb (0 for none)")));
+    QCheckBox* autoDelete =
+        addBox("AUTODELETE", QStringLiteral("Delete failed messages automatically"));
+    autoDelete->setToolTip(
+        QStringLiteral("Only switch on 'Delete failed messages' if you are completely "
+                       "confident with your spam filters"));
+    form->addRow(autoDelete);
+    form->addRow(
+        addBox("DELETEONRETRIEVE", QStringLiteral("Delete Mail from Server when retrieving")));
+    form->addRow(addBox("ScanOnStart", QStringLiteral("Scan for mail on startup")));
+    form->addRow(addBox("RetrieveOnStart", QStringLiteral("Retrieve mail on startup")));
+    form->addRow(addBox("AUDIO", QStringLiteral("Play Audio Alerts on new messages")));
+    form->addRow(addBox("STARTMIN", QStringLiteral("Start program minimised to System Tray")));
+    form->addRow(
+        addBox("DisableReadOnServer", QStringLiteral("Disable 'Read email on server' option")));
+    form->addRow(
+        addBox("AutoUpdateCheck", QStringLiteral("Automatically Check for Corva updates")));
+    firstWindow_ = new QComboBox;
+    firstWindow_->addItems({QStringLiteral("Scanner"), QStringLiteral("Mailer")});
+    form->addRow(QStringLiteral("Display this window first:"), firstWindow_);
+    for (int i = 0; i < 3; ++i)
+        form->addRow(QStringLiteral("Message is older than"),
+                     withUnit(QStringLiteral("Age%1").arg(i), QStringLiteral("days")));
+    form->addRow(QStringLiteral("Font size for lists:"), withUnit("FontSize", ""));
+    form->addRow(QStringLiteral("Font size for messages:"), withUnit("MsgFontSize", ""));
+    QLineEdit* bounceSubject = addLine("BOUNCESUBJECT");
+    form->addRow(QStringLiteral("Bounce subject:"), bounceSubject);
+    QLineEdit* bouncePrefix = addLine("BOUNCEPREFIX");
+    bouncePrefix->setToolTip(
+        QStringLiteral("This is the mail server address shown in outbound bounced "
+                       "messages. Usually it's your POP3 server"));
+    form->addRow(QStringLiteral("Bounce sender:"), bouncePrefix);
+    language_ = new QComboBox;
+    for (const auto& l : logic_.Languages()) language_->addItem(q(l));
+    form->addRow(QStringLiteral("Language:"), language_);
+    return page;
+}
+
+QWidget* SettingsDialog::buildFoldersPage() {
+    auto* page = new QWidget;
+    auto* form = new QFormLayout(page);
+    form->addRow(QStringLiteral("Mail Store"), addLine("MessageFolder"));
+    QLineEdit* data = addLine("DataFolder");
+    data->setToolTip(
+        QStringLiteral("This is the folder where contacts and other data will be stored."));
+    form->addRow(QStringLiteral("Other Data"), data);
+    QLineEdit* filters = addLine("FilterFolder");
+    filters->setToolTip(
+        QStringLiteral("This is the folder where all filter-related files will be stored."));
+    form->addRow(QStringLiteral("Filter Location"), filters);
+    QLineEdit* spam = addLine("SpamFolder");
+    spam->setToolTip(
+        QStringLiteral("If your spam archive gets big, move it out of the SpamBayes folder and "
+                       "specify the path here."));
+    form->addRow(QStringLiteral("Spam Archive"), spam);
+    return page;
+}
+
+void SettingsDialog::showGlobals(const GlobalFields& g) {
+    field("DELAY")->setText(q(g.Delay));
+    field("MailTimeout")->setText(q(g.MailTimeout));
+    field("MaxMailSize")->setText(q(g.MaxMailSize));
+    field("Age0")->setText(q(g.Age0));
+    field("Age1")->setText(q(g.Age1));
+    field("Age2")->setText(q(g.Age2));
+    field("FontSize")->setText(q(g.FontSize));
+    field("MsgFontSize")->setText(q(g.MsgFontSize));
+    field("BOUNCESUBJECT")->setText(q(g.BounceSubject));
+    field("BOUNCEPREFIX")->setText(q(g.BouncePrefix));
+    field("MessageFolder")->setText(q(g.MessageFolder));
+    field("DataFolder")->setText(q(g.DataFolder));
+    field("FilterFolder")->setText(q(g.FilterFolder));
+    field("SpamFolder")->setText(q(g.SpamFolder));
+    box("AUTODELETE")->setChecked(g.AutoDelete);
+    box("DELETEONRETRIEVE")->setChecked(g.DeleteOnRetrieve);
+    box("ScanOnStart")->setChecked(g.ScanOnStart);
+    box("RetrieveOnStart")->setChecked(g.RetrieveOnStart);
+    box("AUDIO")->setChecked(g.Audio);
+    box("STARTMIN")->setChecked(g.StartMin);
+    box("DisableReadOnServer")->setChecked(g.DisableReadOnServer);
+    box("AutoUpdateCheck")->setChecked(g.AutoUpdateCheck);
+    firstWindow_->setCurrentIndex(g.ShowScannerFirst ? 0 : 1);
+    int lang = language_->findText(q(g.LangID));
+    language_->setCurrentIndex(lang < 0 ? 0 : lang);
+}
+
+GlobalFields SettingsDialog::readGlobals() const {
+    GlobalFields g = const_cast<frmSettings&>(logic_).Globals();
+    g.Delay = b(field("DELAY")->text());
+    g.MailTimeout = b(field("MailTimeout")->text());
+    g.MaxMailSize = b(field("MaxMailSize")->text());
+    g.Age0 = b(field("Age0")->text());
+    g.Age1 = b(field("Age1")->text());
+    g.Age2 = b(field("Age2")->text());
+    g.FontSize = b(field("FontSize")->text());
+    g.MsgFontSize = b(field("MsgFontSize")->text());
+    g.BounceSubject = b(field("BOUNCESUBJECT")->text());
+    g.BouncePrefix = b(field("BOUNCEPREFIX")->text());
+    g.MessageFolder = b(field("MessageFolder")->text());
+    g.DataFolder = b(field("DataFolder")->text());
+    g.FilterFolder = b(field("FilterFolder")->text());
+    g.SpamFolder = b(field("SpamFolder")->text());
+    g.AutoDelete = box("AUTODELETE")->isChecked();
+    g.DeleteOnRetrieve = box("DELETEONRETRIEVE")->isChecked();
+    g.ScanOnStart = box("ScanOnStart")->isChecked();
+    g.RetrieveOnStart = box("RetrieveOnStart")->isChecked();
+    g.Audio = box("AUDIO")->isChecked();
+    g.StartMin = box("STARTMIN")->isChecked();
+    g.DisableReadOnServer = box("DisableReadOnServer")->isChecked();
+    g.AutoUpdateCheck = box("AutoUpdateCheck")->isChecked();
+    g.ShowScannerFirst = firstWindow_->currentIndex() == 0;
+    g.LangID = b(language_->currentText());
+    return g;
+}
+
+void SettingsDialog::showAccount(const AccountFields& a) {
+    field("TITLE")->setText(q(a.Title));
+    field("SERVER")->setText(q(a.Server));
+    field("UNAME")->setText(q(a.UName));
+    field("PWD")->setText(q(a.Pwd));
+    box("CHECK")->setChecked(a.Check);
+    box("STOPATLAST")->setChecked(a.StopAtLast);
+    field("SMTP")->setText(q(a.Smtp));
+    field("SMTPPort")->setText(q(a.SmtpPort));
+    box("SMTPAuth")->setChecked(a.SmtpAuth);
+    field("SMTPUNAME")->setText(q(a.SmtpUName));
+    field("SMTPPWD")->setText(q(a.SmtpPwd));
+    field("REPLYADDRESS")->setText(q(a.ReplyAddress));
+    field("DISPLAYNAME")->setText(q(a.DisplayName));
+    field("EXCLUSIVE0_")->setText(q(a.Exclusive0));
+    field("EXCLUSIVE1_")->setText(q(a.Exclusive1));
+}
+
+AccountFields SettingsDialog::readAccount() const {
+    AccountFields a;
+    a.Title = b(field("TITLE")->text());
+    a.Server = b(field("SERVER")->text());
+    a.UName = b(field("UNAME")->text());
+    a.Pwd = b(field("PWD")->text());
+    a.Check = box("CHECK")->isChecked();
+    a.StopAtLast = box("STOPATLAST")->isChecked();
+    a.Smtp = b(field("SMTP")->text());
+    a.SmtpPort = b(field("SMTPPort")->text());
+    a.SmtpAuth = box("SMTPAuth")->isChecked();
+    a.SmtpUName = b(field("SMTPUNAME")->text());
+    a.SmtpPwd = b(field("SMTPPWD")->text());
+    a.ReplyAddress = b(field("REPLYADDRESS")->text());
+    a.DisplayName = b(field("DISPLAYNAME")->text());
+    a.Exclusive0 = b(field("EXCLUSIVE0_")->text());
+    a.Exclusive1 = b(field("EXCLUSIVE1_")->text());
+    return a;
+}
+
+void SettingsDialog::selectAccount(int index) {
+    if (index < 0 || index >= frmSettings::AccountCount || index == shownAccount_) return;
+    AccountFields next = logic_.SelectAccount(index, readAccount());
+    accounts_->item(shownAccount_)
+        ->setText(q(logic_.AccountListEntries()[static_cast<size_t>(shownAccount_)]));
+    shownAccount_ = index;
+    showAccount(next);
+    if (accounts_->currentRow() != index) accounts_->setCurrentRow(index);
+}
+
+bool SettingsDialog::confirm() {
+    GlobalFields g = readGlobals();
+    bool ok = logic_.cmdOK(g, readAccount());
+    showGlobals(g); // OK may have corrected folders or the size
+    if (ok) accept();
+    return ok;
+}
+
+} // namespace corva::ui
