@@ -1,5 +1,6 @@
 #include "support/Ssl2TestHost.h"
 
+#include <openssl/crypto.h>
 #include <openssl/err.h>
 #include <openssl/evp.h>
 #include <openssl/provider.h>
@@ -89,6 +90,10 @@ constexpr std::size_t MaxRecordData = 32751;
 } // namespace
 
 const Ssl2ServerKey& Ssl2ServerKey::forBits(int bits) {
+    // libcrypto's own clean-up at exit must come after the keys are freed, so
+    // it is set up before the table that holds them.
+    static const bool initialised = OPENSSL_init_crypto(0, nullptr) == 1;
+    (void)initialised;
     static std::mutex mutex;
     static std::map<int, Ssl2ServerKey> made;
     std::lock_guard lock(mutex);
@@ -119,6 +124,10 @@ const Ssl2ServerKey& Ssl2ServerKey::forBits(int bits) {
     entry.key = key;
     entry.certificate = der;
     return entry;
+}
+
+Ssl2ServerKey::~Ssl2ServerKey() {
+    EVP_PKEY_free(static_cast<EVP_PKEY*>(key));
 }
 
 struct Ssl2ServerSession::Keys {

@@ -20,6 +20,11 @@ struct Ssl2ServerKey {
     void* key = nullptr; // EVP_PKEY, kept opaque for the tests' includes
     std::string certificate;
     static const Ssl2ServerKey& forBits(int bits);
+
+    Ssl2ServerKey() = default;
+    ~Ssl2ServerKey();
+    Ssl2ServerKey(const Ssl2ServerKey&) = delete;
+    Ssl2ServerKey& operator=(const Ssl2ServerKey&) = delete;
 };
 
 // What a session has seen of the client; every client MAC is checked.
