@@ -283,3 +283,20 @@ TEST_F(StoreTest, NamesThatDifferOnlyInCaseAreTwoMessagesMatchedOnceEach) {
     for (const auto& m : cached) files.insert(m->Filename());
     EXPECT_EQ(files, (std::set<std::string>{unread, read}));
 }
+
+TEST_F(StoreTest, CacheWrittenOnAnotherSystemOpensWithoutReadingItsFiles) {
+    fs::copy_file(dataFile("store/windows-store-read.eml"), inbox() + "windows-store-read.eml");
+    fs::copy_file(dataFile("store/windows-store-torn.eml"), inbox() + "WINDOWS-STORE-TORN.EML");
+    fs::copy_file(dataFile("store/cache-windows-paths-torn-last-row.csv"), inbox() + "cache.csv");
+    fs::copy_file(dataFile("store/lf-only-no-blank-line.eml"), inbox() + "LF-ONLY.EML");
+
+    ResetLastActions();
+    clsCache c;
+    c.fillcache(nullptr, inbox(), "Inbox");
+    // The whole row comes from the cache; the torn one and the unknown file are read.
+    EXPECT_EQ(subjects(c),
+              (std::set<std::string>{"From the cache", "Torn row file", "only LF line ends"}));
+    EXPECT_TRUE(ringHolds("in readcache")) << ringText();
+    for (const auto& m : c) EXPECT_TRUE(StartsWith(m->Filename(), inbox())) << m->Filename();
+    EXPECT_EQ(readFile(inbox() + "cache.csv").find("C:\\"), std::string::npos);
+}

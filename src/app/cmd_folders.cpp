@@ -1,0 +1,97 @@
+// "corva folders": the mailer's folder tree with the unread counts its tags
+// hold, built from folders.ini as the window builds it.
+#include "app/Command.h"
+#include "app/HeadlessSession.h"
+#include "core/FileSubs.h"
+#include "core/Globals.h"
+#include "core/Strings.h"
+#include "store/FolderNode.h"
+#include "store/clsMailer.h"
+#include "store/modFolders.h"
+
+#include <iostream>
+#include <string>
+#include <vector>
+
+namespace corva::app {
+namespace {
+
+struct Node {
+    std::string text;
+    int parent = -1;
+    int depth = 0;
+    std::string path; // relative to the message root, ending in "/"
+};
+
+// Nodes find their parent by its text, as the tree does: folders.ini names
+// leaves only, so the latest node of that name is taken.
+class TreeBuilder : public MailerListener {
+public:
+    std::vector<Node> nodes;
+    void ClearFolders() override { nodes.clear(); }
+    void AddFolder(const std::string& text, const std::string& parentText) override {
+        Node n;
+        n.text = text;
+        if (!parentText.empty()) {
+            for (int i = static_cast<int>(nodes.size()) - 1; i >= 0; --i) {
+                if (nodes[static_cast<size_t>(i)].text == parentText) {
+                    n.parent = i;
+                    break;
+                }
+            }
+            if (n.parent < 0) return; // an orphan line of a damaged folders.ini
+            const Node& p = nodes[static_cast<size_t>(n.parent)];
+            n.depth = p.depth + 1;
+            n.path = p.path + text + "/";
+        }
+        nodes.push_back(n);
+    }
+};
+
+int run(CommandArgs& args) {
+    bool rebuild = args.flag("--rebuild");
+    auto unknown = args.unknownOptions();
+    if (!unknown.empty() || !args.rest().empty()) {
+        for (const auto& u : unknown) std::cerr << "Unknown option: " << u << "\n";
+        std::cerr << "Usage: corva folders [--rebuild]\n";
+        return 2;
+    }
+    HeadlessSession session;
+    clsMailer mailer;
+    TreeBuilder tree;
+    mailer.setListener(&tree);
+    mailer.PopulateFolders(rebuild);
+
+    AgeColours ages = AgeColours::FromSettings();
+    for (const Node& n : tree.nodes) {
+        std::string text = n.text;
+        if (n.parent >= 0) {
+            std::string folder = MessageFolder + n.path;
+            if (EqualsNoCase(n.path, std::string(OutboxFolder) + "/")) {
+                // The Outbox counts what waits to be sent, read or not.
+                std::vector<std::string> files;
+                FillFiles(folder, "EML", files);
+                if (!files.empty()) text += " (" + Str(static_cast<long long>(files.size())) + ")";
+            } else {
+                FolderNode node{text, false, std::nullopt};
+                scanfolder(folder, node, ages);
+                text = node.Text;
+            }
+        }
+        std::cout << std::string(static_cast<size_t>(n.depth) * 2, ' ') << text << "\n";
+    }
+    return 0;
+}
+
+const CommandRegistration registration({
+    "folders",
+    "corva folders [--rebuild]",
+    "List the mail folders with their unread counts",
+    "Counts come from each folder's Unread.tag, as the mailer's tree shows them;\n"
+    "the Outbox shows how many messages wait to be sent. --rebuild makes the\n"
+    "folder list again from the directories under the message folder.",
+    run,
+});
+
+} // namespace
+} // namespace corva::app
