@@ -70,6 +70,9 @@ public:
     virtual std::string localIP() const = 0;
     // Bytes accepted by sendData but not yet written to the network.
     virtual long long bytesToWrite() const = 0;
+    // Hands what is queued to the network now instead of at the next event
+    // pass; a request-reply dialogue saves one pass per command.
+    virtual void flush() {}
 };
 
 class Timer {

@@ -289,6 +289,8 @@ void frmGetMail::send(const std::string& command) {
         return;
     }
     socket_->sendData(command + "\r\n");
+    // The reply can't come before the command leaves: don't wait for the next event pass.
+    socket_->flush();
 }
 
 // ---------------------------------------------------------------------------

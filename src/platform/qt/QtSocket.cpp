@@ -125,6 +125,10 @@ long long QtSocket::bytesToWrite() const {
     return socket_.bytesToWrite();
 }
 
+void QtSocket::flush() {
+    if (socket_.state() == QAbstractSocket::ConnectedState) socket_.flush();
+}
+
 void QtSocket::onReadyRead() {
     QByteArray data = socket_.readAll();
     if (data.isEmpty() || !listener_) return;

@@ -28,6 +28,7 @@ public:
     std::string localHostName() const override;
     std::string localIP() const override;
     long long bytesToWrite() const override;
+    void flush() override;
 
 private:
     void onReadyRead();
