@@ -6,9 +6,11 @@
 #include "core/Strings.h"
 #include "core/mSHAREDLogging.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cmath>
 #include <cstring>
+#include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -74,6 +76,11 @@ void writeExactly(const std::string& path, const std::string& text) {
     }
 }
 
+bool isFile(const std::string& path) {
+    struct stat st;
+    return ::lstat(path.c_str(), &st) == 0 && !S_ISDIR(st.st_mode);
+}
+
 } // namespace
 
 std::shared_ptr<clsMessage> readmessage(const std::string& rawPath, bool headerOnly) {
@@ -132,15 +139,26 @@ void savemessage(const clsMessage& message) {
         std::string name = fileonly(path);
         std::string raw = message.RawMessage();
         bool empty = Trim(Replace(raw, "\r\n", "")).empty();
-        if (!empty) writeExactly(folder + name, raw);
-        // The other spelling is the same message in its old read state. It goes
-        // only once the new one is safely written.
-        for (const std::string& other : {LCase(name), UCase(name), name}) {
-            if (!empty && other == name) continue;
-            std::string p = folder + other;
-            struct stat st;
-            if (::lstat(p.c_str(), &st) == 0 && !S_ISDIR(st.st_mode)) ::unlink(p.c_str());
+        // The other spellings are the same message in its old read state. Our
+        // own names are all upper or all lower case; a name of mixed case (a
+        // file brought in from elsewhere) is looked for only when neither is there.
+        std::vector<std::string> others;
+        for (const std::string& other : {LCase(name), UCase(name), name})
+            if (isFile(folder + other) &&
+                std::find(others.begin(), others.end(), other) == others.end())
+                others.push_back(other);
+        if (others.empty()) {
+            if (DIR* dir = ::opendir(folder.c_str())) {
+                while (dirent* e = ::readdir(dir))
+                    if (EqualsNoCase(e->d_name, name) && isFile(folder + e->d_name))
+                        others.push_back(e->d_name);
+                ::closedir(dir);
+            }
         }
+        if (!empty) writeExactly(folder + name, raw);
+        // They go only once the new text is safely written.
+        for (const std::string& other : others)
+            if (empty || other != name) ::unlink((folder + other).c_str());
     });
 }
 
