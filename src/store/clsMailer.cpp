@@ -46,10 +46,11 @@ void clsMailer::PopulateFolders(bool rebuild) {
         }
         if (!FileExists(FoldersIniPath)) generatefolderini();
         events().AddFolder("Folders", "");
-        std::string text = LoadTextFile(FoldersIniPath);
-        if (EndsWith(text, "\r\n")) text.resize(text.size() - 2);
+        // A file edited by hand may have lost its CRs.
+        std::string text = Replace(LoadTextFile(FoldersIniPath), "\r\n", "\n");
+        if (EndsWith(text, "\n")) text.pop_back();
         if (text.empty()) return;
-        std::vector<std::string> lines = Split(text, "\r\n");
+        std::vector<std::string> lines = Split(text, "\n");
         // A file with an odd number of lines fails at the last pair's parent,
         // which ends the walk; the folders before it stand.
         for (size_t i = 0; i < lines.size(); i += 2) {
