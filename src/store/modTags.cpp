@@ -43,6 +43,22 @@ std::string tagpath(const std::string& folder, const std::string& tagName) {
 
 long daynumber(const std::string& dateText) {
     std::string text = Trim(dateText);
+    // The store's own form, "YYYY-MM-DD HH:MM:SS", read directly: a big folder
+    // dates every line of its list.
+    auto digits = [&](size_t from, size_t n) {
+        int v = 0;
+        for (size_t i = from; i < from + n; ++i) {
+            if (text[i] < '0' || text[i] > '9') return -1;
+            v = v * 10 + (text[i] - '0');
+        }
+        return v;
+    };
+    if (text.size() >= 10 && text[4] == '-' && text[7] == '-' &&
+        (text.size() == 10 || text[10] == ' ')) {
+        int y = digits(0, 4), m = digits(5, 2), d = digits(8, 2);
+        if (y > 0 && m >= 1 && m <= 12 && d >= 1 && d <= 31)
+            return static_cast<long>(std::floor(DateTime::fromParts(y, m, d).serial()));
+    }
     bool numeric = !text.empty();
     for (char c : text)
         if (!((c >= '0' && c <= '9') || c == '.' || c == '-')) numeric = false;

@@ -2,6 +2,7 @@
 #include "StoreFixture.h"
 
 #include "core/DateTime.h"
+#include "core/ErrorHandler.h"
 #include "core/FileSubs.h"
 #include "core/mSHAREDLogging.h"
 #include "core/mSHAREDSettings.h"
@@ -128,4 +129,14 @@ TEST_F(StoreTest, NodeShowsCountBoldAndAgeColourOnlyWithUnreadMail) {
     CreateLastMessageTag(f, today() - 4);
     scanfolder(f, node);
     EXPECT_EQ(node.Colour, std::optional<int32_t>(AgeColourOlder));
+}
+
+TEST(DayNumbers, StoreDatesHeaderDatesAndBareNumbersAgree) {
+    long day = daynumber("2024-03-01 10:00:00");
+    EXPECT_EQ(day, static_cast<long>(DateTime::fromParts(2024, 3, 1).serial()));
+    EXPECT_EQ(daynumber("Fri, 1 Mar 2024 23:59:59 +0000"), day);
+    EXPECT_EQ(daynumber(" 2024-03-01 "), day);
+    EXPECT_EQ(daynumber(std::to_string(day) + ".75"), day);
+    EXPECT_THROW(daynumber("whenever"), RunError);
+    EXPECT_THROW(daynumber(""), RunError);
 }
