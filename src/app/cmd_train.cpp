@@ -4,6 +4,7 @@
 #include "app/HeadlessSession.h"
 #include "bayes/modMailSubs.h"
 #include "contacts/clsContacts.h"
+#include "core/FileSubs.h"
 
 #include <chrono>
 #include <iostream>
@@ -63,6 +64,10 @@ int run(CommandArgs& args) {
         if (good) filter.GoodFolder = *good;
         filter.GoodSubfolders = subfolders;
         filter.SpamSubfolders = subfolders;
+        if (!goodFile && !FolderExists(filter.goodFolderPath())) {
+            std::cerr << "No such mail folder: " << filter.goodFolderPath() << "\n";
+            return 1;
+        }
         if (spam && *spam == "archive") filter.SpamSource = SpamMailSource::Archive;
         if (spam && *spam == "file") filter.SpamSource = SpamMailSource::File;
         ok = filter.generatefilters();

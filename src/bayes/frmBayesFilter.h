@@ -71,6 +71,8 @@ public:
     void savelocalsettings();
     // Writes the default thresholds, rereads them and refills the view's choices.
     void ResetToDefaults();
+    // The folder good mail is read from, resolved under the message folder.
+    std::string goodFolderPath() const;
     // Fills the view's thresholds from the program's scoring numbers; the view
     // does this each time it is shown.
     void LoadViewSettings();
@@ -109,7 +111,6 @@ private:
     float score(clsMessage& msg, bool headersOnly);
     void status(const std::string& text);
     void loadFilled(clsHashTable& table, const std::string& path);
-    std::string goodFolderPath() const;
 
     clsHashTable word_;
     clsHashTable test_;
