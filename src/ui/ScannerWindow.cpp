@@ -12,6 +12,7 @@
 #include "filters/modBlockCommands.h"
 #include "message/clsMessage.h"
 #include "message/clsMessages.h"
+#include "platform/Platform.h"
 #include "smtp/frmSendMailWrapper.h"
 #include "store/modMessageFiles.h"
 #include "ui/AccountWizardDialog.h"
@@ -28,7 +29,6 @@
 #include <QHeaderView>
 #include <QLabel>
 #include <QMenu>
-#include <QMessageBox>
 #include <QPainter>
 #include <QPlainTextEdit>
 #include <QScreen>
@@ -52,6 +52,12 @@ constexpr double kTwipsPerPixel = 15.0;
 
 bool darkPalette() {
     return QApplication::palette().color(QPalette::Window).lightness() < 128;
+}
+
+// Message boxes go through the platform, like the logic's own, so that a
+// replaced platform (tests, the command line) answers them.
+void tell(const std::string& text, platform::Icon icon) {
+    platform::current().prompts().messageBox(text, platform::Buttons::Ok, icon, "Corva");
 }
 
 QPixmap splashPicture() {
@@ -272,7 +278,8 @@ void ScannerWindow::act(const QString& key) {
     } else if (key == "settings") {
         main_->showsettings();
     } else if (key == "close") {
-        HideWindow();
+        // As the close box: the state is kept and the window hides.
+        main_->QueryUnload(true);
     } else if (key == "quit") {
         quit();
     }
@@ -477,10 +484,8 @@ void ScannerWindow::onDoubleClick() {
     if (!readOnServerEnabled_ || !list_->currentIndex().isValid()) return;
     // The unnumbered key is read as it stands: only a hand edit sets it.
     if (sget("DISPLAYNAME", "").toText().empty()) {
-        QMessageBox::information(
-            this, QStringLiteral("Corva"),
-            QStringLiteral("Before sending mail you must specify a Reply-To email "
-                           "address in the settings."));
+        tell("Before sending mail you must specify a Reply-To email address in the settings.",
+             platform::Icon::Information);
         return;
     }
     fetchSelected(FetchPurpose::Read);
@@ -611,10 +616,11 @@ void ScannerWindow::runLineCommand(const QString& entry) {
         }
         main_->BayesFilter().MarkMessagesJunkOrNot(chosen, entry == "Mark as Junk");
     } else if (entry == "Show Bayes Breakdown") {
-        float score = 0;
-        main_->BayesFilter().Spamminess(*msg, true, score);
-        showTextWindow(QStringLiteral("Bayes breakdown"),
-                       toDisplay("Score: " + std::to_string(score) + "\n\n" + msg->SpamSplit));
+        // One line per token in rising order of probability.
+        QStringList lines;
+        for (const std::string& line : main_->BayesFilter().ShowBayesBreakdown(*msg))
+            lines << toDisplay(line);
+        showTextWindow(QStringLiteral("Bayes breakdown"), lines.join(QLatin1Char('\n')));
     }
 }
 
@@ -629,9 +635,8 @@ void ScannerWindow::bounceSelected() {
         std::string reply = sget("REPLYADDRESS" + std::to_string(msg.FromAccount), "").toText();
         auto bounce = BuildBounce(msg, reply);
         if (!bounce) {
-            QMessageBox::warning(
-                this, QStringLiteral("Bounce"),
-                QStringLiteral("Couldn't bounce message - can't determine the sender's email."));
+            tell("Couldn't bounce message - can't determine the sender's email.",
+                 platform::Icon::Exclamation);
             continue;
         }
         clsMessage out;
@@ -644,11 +649,9 @@ void ScannerWindow::bounceSelected() {
         ++bounced;
     }
     if (bounced)
-        QMessageBox::information(
-            this, QStringLiteral("Bounce"),
-            QStringLiteral("Selected messages have been bounced. If you change your mind, "
-                           "delete the outbound messages before you do another "
-                           "'send/receive mail'"));
+        tell("Selected messages have been bounced. If you change your mind, delete the outbound "
+             "messages before you do another 'send/receive mail'",
+             platform::Icon::Information);
 }
 
 // ---- Window events ----
