@@ -87,6 +87,8 @@ bool AccountWizardDialog::validateCurrentPage() {
 }
 
 void AccountWizardDialog::accept() {
+    // Finish tests the last page before anything is written, as Next does.
+    if (!validateCurrentPage()) return;
     frmAccountWizard::Finish(fields());
     finished_ = true;
     QWizard::accept();

@@ -1,0 +1,123 @@
+// How long the scanner window stops answering while a scan of 5,000 messages
+// fills its list: a 10 ms timer records the gaps between its ticks, against a
+// private Dovecot server. A gap far above 10 ms is time the user waited.
+#include "core/mSHAREDSettings.h"
+#include "cycle/frmMain.h"
+#include "platform/qt/QtPlatform.h"
+#include "support/DovecotServer.h"
+#include "support/TempDir.h"
+#include "ui/ScannerListModel.h"
+#include "ui/ScannerWindow.h"
+
+#include <QApplication>
+#include <QElapsedTimer>
+#include <QTimer>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <iostream>
+#include <vector>
+
+using namespace corva;
+
+namespace {
+
+// Nothing may wait on a person: prompts are printed and answered.
+class PrintingPrompts : public platform::Prompts {
+public:
+    platform::Answer messageBox(const std::string& text, platform::Buttons, platform::Icon,
+                                const std::string&) override {
+        std::cerr << "prompt: " << text << "\n";
+        return platform::Answer::Yes;
+    }
+    platform::PasswordReply askPassword(const std::string&) override { return {"", true, false}; }
+    std::optional<std::string> inputBox(const std::string&, const std::string&,
+                                        const std::string&) override {
+        return std::nullopt;
+    }
+    void setCursor(platform::Cursor) override {}
+};
+
+} // namespace
+
+int main(int argc, char** argv) {
+    setenv("QT_QPA_PLATFORM", "offscreen", 0);
+    QApplication app(argc, argv);
+    QApplication::setQuitOnLastWindowClosed(false);
+    platform::qt::QtPlatform platform;
+    PrintingPrompts prompts;
+    platform.setPrompts(&prompts);
+    platform::ScopedPlatform installed(platform);
+    const int count = argc > 1 ? std::atoi(argv[1]) : 5000;
+
+    if (!test::DovecotServer::available()) {
+        std::cout << "ui_stall: Dovecot is not installed\n";
+        return 0;
+    }
+    test::TempDir dir;
+    dir.makeProgramFolder();
+    test::writeFile(dir.file("Corva.ini"), "DISABLEAUTOUPDATECHECK,TRUE\r\n");
+    // Every tenth sender is blocked, so the list shows both colours.
+    test::writeFile(dir.file("Blocked.txt"), "junk@spam.test\r\n");
+    test::DovecotServer server;
+    server.addUser("ann", "secret");
+    for (int i = 1; i <= count; ++i) {
+        std::string from =
+            i % 10 == 0 ? "junk@spam.test" : "friend" + std::to_string(i) + "@x.test";
+        server.addMessage("ann", "From: " + from + "\nTo: ann@a.test\nSubject: message " +
+                                     std::to_string(i) +
+                                     "\nDate: Mon, 2 Jan 2023 10:00:00 +0000\nMessage-ID: <" +
+                                     std::to_string(i) + "@bench>\n\nHello there.\n");
+    }
+
+    ui::ScannerWindow window;
+    frmMain main(&window);
+    window.attach(&main);
+    frmMain::StartOptions options;
+    options.autoScan = frmMain::AutoScan::Off;
+    main.StartProgram(options);
+    sset("SERVER0", server.address());
+    sset("UNAME0", "ann");
+    sset("PWD0", "secret");
+    sset("TITLE0", "Ann");
+    sset("REPLYADDRESS0", "ann@a.test");
+    sset("CHECK0", true);
+    sset("MailTimeout", 30);
+    window.show();
+    app.processEvents();
+
+    std::vector<qint64> gaps;
+    QElapsedTimer clock;
+    QTimer ticker;
+    ticker.setInterval(10);
+    ticker.setTimerType(Qt::PreciseTimer);
+    qint64 last = 0;
+    QObject::connect(&ticker, &QTimer::timeout, [&] {
+        qint64 now = clock.elapsed();
+        gaps.push_back(now - last);
+        last = now;
+    });
+
+    clock.start();
+    ticker.start();
+    main.mnuScan_Click();
+    platform.eventLoop().runUntil([&] { return !main.CycleRunning(); }, 600000);
+    const qint64 scanMs = clock.elapsed();
+    ticker.stop();
+
+    std::vector<qint64> sorted = gaps;
+    std::sort(sorted.begin(), sorted.end());
+    auto pct = [&](double p) {
+        return sorted.empty() ? 0 : sorted[static_cast<size_t>(p * (sorted.size() - 1))];
+    };
+    long over100 = std::count_if(gaps.begin(), gaps.end(), [](qint64 g) { return g > 100; });
+    std::printf("ui_stall: %d messages, %d list lines, scan %.2f s\n", count,
+                window.listModel().lineCount(), scanMs / 1000.0);
+    std::printf("ui_stall: timer gaps %zu, median %lld ms, p99 %lld ms, longest %lld ms, "
+                "over 100 ms: %ld\n",
+                gaps.size(), static_cast<long long>(pct(0.5)), static_cast<long long>(pct(0.99)),
+                static_cast<long long>(sorted.empty() ? 0 : sorted.back()), over100);
+    main.exitprog();
+    return 0;
+}

@@ -1,0 +1,186 @@
+// The scanner window over a real scan: the words and colours of its lines,
+// the block command's instant recolouring, the headers pane and the menu, and
+// the close box and quit with mail left in the Outbox.
+#include "ui/UiFixture.h"
+
+#include "support/DovecotServer.h"
+
+#include <QAction>
+#include <QHeaderView>
+#include <QMenu>
+#include <QTreeView>
+
+#include <algorithm>
+
+namespace corva::test {
+namespace {
+
+const QColor Green(0x00, 0x80, 0x00);
+const QColor Orange(0xFF, 0x80, 0x00);
+
+int logins(const DovecotServer& server) {
+    std::string log = server.log();
+    int n = 0;
+    for (size_t at = log.find("Login: user="); at != std::string::npos;
+         at = log.find("Login: user=", at + 1))
+        ++n;
+    return n;
+}
+
+class ScannerScanTest : public ScannerFixture {
+protected:
+    static void SetUpTestSuite() {
+        if (!DovecotServer::available()) return;
+        server = std::make_unique<DovecotServer>();
+        server->addUser("ann", "secret");
+    }
+    static void TearDownTestSuite() { server.reset(); }
+
+    void SetUp() override {
+        if (!server) GTEST_SKIP() << "Dovecot is not installed";
+        ScannerFixture::SetUp();
+        server->clearMailbox("ann");
+        server->addMessage("ann", mailText("friend@example.org", "ann@a.test", "lunch on friday"));
+        server->addMessage("ann",
+                           mailText("spammer@elsewhere.test", "ann@a.test", "cheap watches"));
+        server->addMessage("ann", mailText("Shop <promo@shop.test>", "ann@a.test", "big sale"));
+        server->addMessage("ann", mailText("promo@shop.test", "ann@a.test", "last chance"));
+        writeFile(dir.file("Blocked.txt"), "spammer@elsewhere.test\r\n");
+        start();
+        setAccount(0, server->address(), "ann", "Ann");
+        ASSERT_TRUE(scan());
+    }
+
+    static std::unique_ptr<DovecotServer> server;
+};
+
+std::unique_ptr<DovecotServer> ScannerScanTest::server;
+
+TEST_F(ScannerScanTest, ScanFillsTheListWithVerdictWordsAndColours) {
+    ASSERT_EQ(model().lineCount(), 5) << "a server line and four messages";
+    EXPECT_EQ(model().line(0).kind, ListLine::Kind::Server);
+    EXPECT_EQ(shown(0, 0), "Ann");
+    EXPECT_TRUE(model().data(model().index(0, 0), Qt::FontRole).value<QFont>().bold());
+
+    int lunch = rowOf("lunch on friday");
+    int watches = rowOf("cheap watches");
+    ASSERT_GE(lunch, 0);
+    ASSERT_GE(watches, 0);
+    EXPECT_EQ(shown(lunch, 0), "PASS");
+    EXPECT_EQ(colour(lunch), Green);
+    EXPECT_EQ(shown(watches, 0), "BLOCK");
+    EXPECT_EQ(colour(watches), Orange);
+    EXPECT_EQ(shown(watches, 4), "Sender Blocked");
+    EXPECT_EQ(shown(lunch, 2), "friend@example.org");
+    EXPECT_EQ(shown(lunch, 5), "ann@a.test");
+    EXPECT_TRUE(shown(lunch, 1).endsWith("kb"));
+    EXPECT_EQ(shown(watches, 6), "0");
+    EXPECT_EQ(shown(watches, 7), "2");
+
+    QStringList captions;
+    for (int c = 0; c < model().columnCount(); ++c)
+        captions << model().headerData(c, Qt::Horizontal, Qt::DisplayRole).toString();
+    EXPECT_EQ(captions.join(','), "Status,Size,From,Subject,Filtered By,To,Accnt,Msg,MsgNum");
+    EXPECT_EQ(window->trayTip(), "Corva - Ann - 3 message(s)");
+    EXPECT_FALSE(window->toolbarAction("stop")->isEnabled()) << "stop is for a running cycle";
+    saveScreenshot(*window, "scanner");
+}
+
+TEST_F(ScannerScanTest, BlockingASenderRecoloursAllItsLinesWithoutConnecting) {
+    int sale = rowOf("big sale");
+    ASSERT_GE(sale, 0);
+    ASSERT_EQ(shown(sale, 0), "PASS");
+    const int loginsBefore = logins(*server);
+
+    window->selectRow(sale);
+    window->runLineCommand("Block sender");
+
+    // The list is already redrawn: no event was processed, so no server was asked.
+    EXPECT_FALSE(main->Checking());
+    EXPECT_EQ(model().line(0).Status, "Rescan");
+    for (const char* subject : {"big sale", "last chance"}) {
+        int row = rowOf(subject);
+        ASSERT_GE(row, 0) << subject;
+        EXPECT_EQ(shown(row, 0), "BLOCK") << subject;
+        EXPECT_EQ(colour(row), Orange) << subject;
+    }
+    EXPECT_EQ(shown(rowOf("lunch on friday"), 0), "PASS");
+    EXPECT_NE(readFile(dir.file("Blocked.txt")).find("promo@shop.test"), std::string::npos);
+    EXPECT_EQ(logins(*server), loginsBefore);
+
+    window->selectRow(rowOf("last chance"));
+    window->runLineCommand("Unblock sender");
+    EXPECT_EQ(shown(rowOf("big sale"), 0), "PASS");
+    EXPECT_EQ(colour(rowOf("big sale")), Green);
+}
+
+TEST_F(ScannerScanTest, SelectingALineShowsItsHeadersAndTailorsTheMenu) {
+    int lunch = rowOf("lunch on friday");
+    window->selectRow(lunch);
+    EXPECT_TRUE(window->headersText().contains("Subject: lunch on friday"));
+
+    std::unique_ptr<QMenu> menu(window->buildRightClickMenu());
+    QStringList entries;
+    for (QAction* a : menu->actions())
+        if (!a->isSeparator()) entries << a->text();
+    EXPECT_TRUE(entries.contains("Read Message 1 on account Ann"))
+        << entries.join('|').toStdString();
+    EXPECT_TRUE(entries.contains("View Message 1 Source"));
+    EXPECT_TRUE(entries.contains("Block sender"));
+    EXPECT_EQ(entries.last(), "Dismiss Menu");
+
+    // A server line is no message: the commands are refused quietly.
+    window->selectRow(0);
+    EXPECT_TRUE(window->headersText().isEmpty());
+    window->runLineCommand("Block sender");
+    EXPECT_EQ(readFile(dir.file("Blocked.txt")), "spammer@elsewhere.test\r\n");
+}
+
+TEST_F(ScannerScanTest, BounceWithoutSenderSaysSoAndSpoolsNothing) {
+    int lunch = rowOf("lunch on friday");
+    main->ServerMessages().Item(1)->From.clear();
+    window->selectRow(lunch);
+    window->runLineCommand("Bounce selected message(s)");
+    ASSERT_FALSE(prompts().empty());
+    EXPECT_EQ(prompts().back(), "Couldn't bounce message - can't determine the sender's email.");
+    std::vector<std::string> spooled;
+    FillFiles(MessageFolder + OutboxFolder, "eml", spooled);
+    EXPECT_TRUE(spooled.empty());
+
+    window->selectRow(rowOf("cheap watches"));
+    window->runLineCommand("Bounce selected message(s)");
+    FillFiles(MessageFolder + OutboxFolder, "eml", spooled);
+    EXPECT_EQ(spooled.size(), 1u);
+    EXPECT_EQ(prompts().back().rfind("Selected messages have been bounced.", 0), 0u);
+}
+
+class ScannerLifeTest : public ScannerFixture {};
+
+TEST_F(ScannerLifeTest, QuitWithMailInTheOutboxAsksAndNoKeepsRunning) {
+    start();
+    writeFile(MessageFolder + "Outbox/00waiting.eml", "Subject: later\r\n\r\nbody\r\n");
+    platform_.prompts_.answer = platform::Answer::No;
+    window->toolbarAction("quit")->trigger();
+
+    ASSERT_EQ(prompts().size(), 1u);
+    EXPECT_EQ(prompts()[0], "You still have mail in your outbox. Are you sure you want to quit?");
+    EXPECT_FALSE(main->shutDown());
+    EXPECT_TRUE(window->isVisible());
+    // Still running: a command still works.
+    window->toolbarAction("scan")->trigger();
+    EXPECT_TRUE(
+        platform::current().eventLoop().runUntil([&] { return !main->CycleRunning(); }, 10000));
+}
+
+TEST_F(ScannerLifeTest, TheCloseBoxHidesAndQuitsNothing) {
+    start();
+    sset("MainWindowState", 2);
+    window->close();
+    EXPECT_FALSE(window->isVisible());
+    EXPECT_FALSE(main->shutDown());
+    EXPECT_EQ(sget("MainWindowState", -1).toInt(), 0);
+    EXPECT_TRUE(prompts().empty());
+}
+
+} // namespace
+} // namespace corva::test

@@ -1,0 +1,196 @@
+// The settings dialog and the first-run wizard as the user drives them: the
+// refusals with their texts, and what reaches Corva.ini on OK and on Finish.
+#include "ui/UiFixture.h"
+
+#include "core/cSHAREDSettings.h"
+#include "ui/AccountWizardDialog.h"
+#include "ui/SettingsDialog.h"
+
+#include <QCheckBox>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QTabWidget>
+
+namespace corva::test {
+namespace {
+
+// Corva.ini as a fresh load of the file finds it.
+cSHAREDSettings onDisk() {
+    cSHAREDSettings s;
+    s.LoadSettings(SettingsFilePath());
+    return s;
+}
+
+class SettingsDialogTest : public ScannerFixture {
+protected:
+    void SetUp() override {
+        ScannerFixture::SetUp();
+        start();
+        dialog = std::make_unique<ui::SettingsDialog>(window.get());
+        dialog->show();
+    }
+    void TearDown() override {
+        dialog.reset();
+        ScannerFixture::TearDown();
+    }
+    void type(const char* field, const QString& text) { dialog->field(field)->setText(text); }
+
+    std::unique_ptr<ui::SettingsDialog> dialog;
+};
+
+TEST_F(SettingsDialogTest, RefusesBadAgesAndTimeoutsWithTheirTextsAndStoresNothing) {
+    type("SERVER", "pop.example.test");
+    type("Age0", "30");
+    type("Age1", "14");
+    type("Age2", "14");
+    EXPECT_FALSE(dialog->confirm());
+    ASSERT_EQ(prompts().size(), 1u);
+    EXPECT_EQ(prompts()[0], "Age 2 is less than Age 3");
+
+    type("Age2", "1");
+    type("MailTimeout", "1000");
+    EXPECT_FALSE(dialog->confirm());
+    ASSERT_EQ(prompts().size(), 2u);
+    EXPECT_EQ(prompts()[1], "Timeout must be 0 to 999 seconds");
+
+    type("MailTimeout", "0");
+    type("REPLYADDRESS", "no-at-sign");
+    EXPECT_FALSE(dialog->confirm());
+    EXPECT_EQ(prompts().back(), "Please enter a valid email for the reply address");
+    EXPECT_TRUE(dialog->isVisible()) << "a refusal leaves the dialog open";
+    EXPECT_EQ(onDisk().sGet("SERVER0", "").toText(), "");
+
+    type("REPLYADDRESS", "");
+    EXPECT_TRUE(dialog->confirm()) << "ages 30, 14, 1, a time-out of 0 and no reply address pass";
+    EXPECT_FALSE(dialog->isVisible());
+}
+
+TEST_F(SettingsDialogTest, OkWritesEveryEditedAccountAndTheGlobalsToCorvaIni) {
+    saveScreenshot(*dialog, "settings");
+    type("TITLE", "Home");
+    type("SERVER", "pop.home.test");
+    type("UNAME", "ann");
+    type("REPLYADDRESS", "ann@home.test");
+    dialog->box("CHECK")->setChecked(true);
+    dialog->selectAccount(1);
+    EXPECT_EQ(dialog->field("TITLE")->text(), "Account 2");
+    EXPECT_EQ(dialog->field("SMTPPort")->text(), "25");
+    type("TITLE", "Work");
+    type("SERVER", "pop.work.test");
+    // The list shows the edited title of the account left behind.
+    auto* list = dialog->findChild<QListWidget*>("lstAccounts");
+    EXPECT_EQ(list->item(0)->text(), "1 - Home");
+    type("MailTimeout", "45");
+    dialog->box("STARTMIN")->setChecked(true);
+    dialog->findChild<QTabWidget*>()->setCurrentIndex(1);
+    saveScreenshot(*dialog, "settings-checking");
+
+    ASSERT_TRUE(dialog->confirm()) << (prompts().empty() ? "" : prompts().back());
+    cSHAREDSettings ini = onDisk();
+    EXPECT_EQ(ini.sGet("TITLE0", "").toText(), "Home");
+    EXPECT_EQ(ini.sGet("SERVER0", "").toText(), "pop.home.test");
+    EXPECT_EQ(ini.sGet("UNAME0", "").toText(), "ann");
+    EXPECT_EQ(ini.sGet("REPLYADDRESS0", "").toText(), "ann@home.test");
+    EXPECT_TRUE(ini.sGet("CHECK0", false).toBool());
+    EXPECT_EQ(ini.sGet("TITLE1", "").toText(), "Work");
+    EXPECT_EQ(ini.sGet("SERVER1", "").toText(), "pop.work.test");
+    EXPECT_FALSE(ini.sGet("CHECK1", true).toBool());
+    EXPECT_EQ(ini.sGet("TITLE19", "").toText(), "Account 20");
+    EXPECT_EQ(ini.sGet("MailTimeout", 0).toInt(), 45);
+    // The start-up test compares with the text "1".
+    EXPECT_EQ(ini.sGet("STARTMIN", "").toText().find('1') != std::string::npos, true);
+    EXPECT_EQ(ini.sGet("SMTPPORT0", "none").toText(), "none") << "the port is never stored";
+
+    // Opened again, the dialog shows what was stored.
+    ui::SettingsDialog again(window.get());
+    EXPECT_EQ(again.field("TITLE")->text(), "Home");
+    again.selectAccount(1);
+    EXPECT_EQ(again.field("SERVER")->text(), "pop.work.test");
+    EXPECT_TRUE(again.box("STARTMIN")->isChecked());
+}
+
+TEST_F(SettingsDialogTest, AMissingSpamArchiveIsResetAndOkStillCompletes) {
+    type("SpamFolder", QString::fromStdString(dir.path() + "nowhere"));
+    EXPECT_TRUE(dialog->confirm());
+    ASSERT_EQ(prompts().size(), 1u);
+    EXPECT_EQ(prompts()[0].rfind("Invalid spam archive path. Resetting to ", 0), 0u);
+}
+
+// The wizard runs before any settings exist.
+class AccountWizardTest : public ::testing::Test {
+protected:
+    AccountWizardTest() : scoped_(platform_) {}
+    void SetUp() override {
+        dir.makeProgramFolder();
+        wizard.show();
+    }
+    void type(const char* field, const QString& text) { wizard.field(field)->setText(text); }
+    const std::vector<std::string>& prompts() { return platform_.prompts_.messages; }
+
+    UiPlatform platform_;
+    platform::ScopedPlatform scoped_;
+    TempDir dir;
+    ui::AccountWizardDialog wizard;
+};
+
+TEST_F(AccountWizardTest, EachPageRefusesToMoveOnUntilFilledAndFinishWritesAccountZero) {
+    saveScreenshot(wizard, "wizard");
+    wizard.next();
+    EXPECT_EQ(wizard.currentId(), 0);
+    ASSERT_EQ(prompts().size(), 1u);
+    EXPECT_EQ(prompts()[0], "Please specify a user name");
+    type("UserName", "Ann Example");
+    type("EmailAddress", "ann.example.test");
+    wizard.next();
+    EXPECT_EQ(prompts().back(), "Please specify a valid email address, e.g. fred@example.com");
+    type("EmailAddress", "ann@example.test");
+    wizard.next();
+    ASSERT_EQ(wizard.currentId(), 1);
+    type("InboundServer", "pop.example.test");
+    type("OutboundServer", "smtp.example.test");
+    saveScreenshot(wizard, "wizard-servers");
+    wizard.next();
+    type("LoginName", "ann");
+    wizard.next();
+    ASSERT_EQ(wizard.currentId(), 3);
+
+    // Finish on an empty last page is refused like Next, and writes nothing.
+    size_t before = prompts().size();
+    wizard.accept();
+    EXPECT_EQ(prompts().size(), before + 1);
+    EXPECT_EQ(prompts().back(), "Please specify a title for this mail account");
+    EXPECT_FALSE(FileExists(SettingsFilePath()));
+    EXPECT_FALSE(wizard.finished());
+
+    type("Title", "Home");
+    wizard.accept();
+    EXPECT_TRUE(wizard.finished());
+    cSHAREDSettings ini = onDisk();
+    EXPECT_EQ(ini.sGet("SERVER0", "").toText(), "pop.example.test");
+    EXPECT_EQ(ini.sGet("UNAME0", "").toText(), "ann");
+    EXPECT_EQ(ini.sGet("TITLE0", "").toText(), "Home");
+    EXPECT_EQ(ini.sGet("SMTP0", "").toText(), "smtp.example.test");
+    EXPECT_EQ(ini.sGet("REPLYADDRESS0", "").toText(), "ann@example.test");
+    EXPECT_EQ(ini.sGet("DISPLAYNAME0", "").toText(), "Ann Example");
+    EXPECT_TRUE(ini.sGet("CHECK0", false).toBool());
+    EXPECT_EQ(ini.sGet("PWD0", "unset").toText(), "");
+}
+
+TEST_F(AccountWizardTest, CancelAsksFirstAndOnlyAYesLeavesWithoutSettings) {
+    platform_.prompts_.answer = platform::Answer::Cancel;
+    wizard.reject();
+    EXPECT_TRUE(wizard.isVisible());
+    ASSERT_EQ(prompts().size(), 1u);
+    EXPECT_EQ(prompts()[0].rfind("If you want the wizard to run again you should exit Corva,\r", 0),
+              0u);
+
+    platform_.prompts_.answer = platform::Answer::Ok;
+    wizard.reject();
+    EXPECT_FALSE(wizard.isVisible());
+    EXPECT_EQ(prompts().back(), "Before using this program you will have to set up a mail account. "
+                                "Click the spanner icon on the main menu for the settings page.");
+    EXPECT_FALSE(FileExists(SettingsFilePath()));
+}
+
+} // namespace
+} // namespace corva::test

@@ -1,0 +1,147 @@
+// What the windows' tests share: prompts that answer instead of blocking, the
+// scanner window started with frmMain in a fresh program folder, a way to find
+// a list line, and screenshots written into the build folder.
+#pragma once
+
+#include "core/FileSubs.h"
+#include "core/Globals.h"
+#include "core/mSHAREDSettings.h"
+#include "cycle/frmMain.h"
+#include "platform/Platform.h"
+#include "support/TempDir.h"
+#include "ui/ScannerListModel.h"
+#include "ui/ScannerWindow.h"
+
+#include <QBrush>
+#include <QDir>
+#include <QPixmap>
+#include <QWidget>
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace corva::test {
+
+class RecordingPrompts : public platform::Prompts {
+public:
+    platform::Answer messageBox(const std::string& text, platform::Buttons buttons, platform::Icon,
+                                const std::string&) override {
+        messages.push_back(text);
+        return buttons == platform::Buttons::Ok ? platform::Answer::Ok : answer;
+    }
+    platform::PasswordReply askPassword(const std::string&) override { return {"", true, false}; }
+    std::optional<std::string> inputBox(const std::string&, const std::string&,
+                                        const std::string&) override {
+        return std::nullopt;
+    }
+    void setCursor(platform::Cursor) override {}
+
+    std::vector<std::string> messages;
+    platform::Answer answer = platform::Answer::No;
+};
+
+// The Qt platform with its message boxes replaced by the recorder.
+class UiPlatform : public platform::Platform {
+public:
+    UiPlatform() : base_(platform::current()) {}
+    std::unique_ptr<platform::Socket> createSocket() override { return base_.createSocket(); }
+    std::unique_ptr<platform::Timer> createTimer() override { return base_.createTimer(); }
+    platform::EventLoop& eventLoop() override { return base_.eventLoop(); }
+    platform::Prompts& prompts() override { return prompts_; }
+    platform::Clock& clock() override { return base_.clock(); }
+
+    RecordingPrompts prompts_;
+
+private:
+    platform::Platform& base_;
+};
+
+// Writes a window's picture to <build>/screenshots/<name>.png for people to look at.
+inline void saveScreenshot(QWidget& widget, const QString& name) {
+    QDir dir(QStringLiteral(CORVA_BINARY_DIR "/screenshots"));
+    dir.mkpath(QStringLiteral("."));
+    EXPECT_TRUE(widget.grab().save(dir.filePath(name + QStringLiteral(".png"))));
+}
+
+// A message as a server keeps it.
+inline std::string mailText(const std::string& from, const std::string& to,
+                            const std::string& subject) {
+    return "From: " + from + "\nTo: " + to + "\nSubject: " + subject +
+           "\nDate: Mon, 2 Jan 2023 10:00:00 +0000\nMessage-ID: <" +
+           std::to_string(subject.size()) + "." +
+           std::to_string(std::hash<std::string>{}(subject)) + "@test>\n\nHello.\n";
+}
+
+class ScannerFixture : public ::testing::Test {
+protected:
+    ScannerFixture() : scoped_(platform_) {}
+
+    void SetUp() override {
+        dir.makeProgramFolder();
+        // An existing Corva.ini: no first-run wizard to block the start.
+        writeFile(dir.file("Corva.ini"), "DISABLEAUTOUPDATECHECK,TRUE\r\n");
+    }
+    void TearDown() override { stop(); }
+
+    void start() {
+        window = std::make_unique<ui::ScannerWindow>();
+        main = std::make_unique<frmMain>(window.get());
+        window->attach(main.get());
+        frmMain::StartOptions options;
+        options.autoScan = frmMain::AutoScan::Off;
+        main->StartProgram(options);
+        sset("MailTimeout", 3);
+        window->show();
+    }
+    void stop() {
+        platform_.prompts_.answer = platform::Answer::Yes;
+        if (main) main->exitprog();
+        main.reset();
+        window.reset();
+    }
+
+    void setAccount(int i, const std::string& server, const std::string& user,
+                    const std::string& title) {
+        const std::string n = std::to_string(i);
+        sset("SERVER" + n, server);
+        sset("UNAME" + n, user);
+        sset("PWD" + n, "secret");
+        sset("TITLE" + n, title);
+        sset("REPLYADDRESS" + n, user + "@example.test");
+        sset("CHECK" + n, true);
+    }
+
+    bool scan(int timeoutMs = 30000) {
+        main->mnuScan_Click();
+        return platform::current().eventLoop().runUntil([&] { return !main->CycleRunning(); },
+                                                        timeoutMs);
+    }
+
+    ui::ScannerListModel& model() { return window->listModel(); }
+    // The first message row with this subject, or -1.
+    int rowOf(const std::string& subject) {
+        for (int r = 0; r < model().lineCount(); ++r)
+            if (model().line(r).kind == ListLine::Kind::Message &&
+                model().line(r).Subject == subject)
+                return r;
+        return -1;
+    }
+    // What the user reads in a column, and the colour the word is drawn in.
+    QString shown(int row, int column) {
+        return model().data(model().index(row, column), Qt::DisplayRole).toString();
+    }
+    QColor colour(int row) {
+        return model().data(model().index(row, 0), Qt::ForegroundRole).value<QBrush>().color();
+    }
+    const std::vector<std::string>& prompts() { return platform_.prompts_.messages; }
+
+    UiPlatform platform_;
+    platform::ScopedPlatform scoped_;
+    TempDir dir;
+    std::unique_ptr<ui::ScannerWindow> window;
+    std::unique_ptr<frmMain> main;
+};
+
+} // namespace corva::test
