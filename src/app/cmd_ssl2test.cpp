@@ -5,7 +5,9 @@
 #include "smtp/frmSendMailSSL.h"
 
 #include <cstdio>
+#include <cstdlib>
 #include <iostream>
+#include <optional>
 
 namespace corva::app {
 namespace {

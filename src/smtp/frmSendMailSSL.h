@@ -65,7 +65,6 @@ public:
     void CloseSSL();
 
     HandshakeState state() const { return state_; }
-    int socketState() const { return socket_->state(); }
     // The record counters. Settable so that a resumed dialogue can continue
     // its numbering, and the wrap at 2^32 can be reached.
     std::uint32_t sendSequence() const { return sendSequence_; }
