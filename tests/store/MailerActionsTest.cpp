@@ -1,0 +1,105 @@
+// The mailer's commands on the store: marks, the Delete key and moves keep
+// files, tags and caches in step.
+#include "StoreFixture.h"
+
+#include "core/FileSubs.h"
+#include "core/Globals.h"
+#include "core/Strings.h"
+#include "store/modMailerActions.h"
+#include "store/modTags.h"
+
+#include <filesystem>
+
+using namespace corva;
+using namespace corva::test;
+namespace fs = std::filesystem;
+
+namespace {
+
+MessageSpec msg(const std::string& subject, bool read) {
+    MessageSpec s;
+    s.subject = subject;
+    s.id = "<" + subject + "@x>";
+    s.read = read;
+    s.receiveDate = daysAgo(2);
+    return s;
+}
+
+std::vector<std::string> filesIn(const std::string& folder) {
+    std::vector<std::string> names;
+    for (const auto& e : fs::directory_iterator(folder)) {
+        std::string ext = LCase(e.path().extension().string());
+        if (ext == ".eml") names.push_back(e.path().filename().string());
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+} // namespace
+
+TEST_F(StoreTest, MarkingRenamesFilesAndRewritesTheCount) {
+    std::string a = addMessage("Inbox/", "A.EML", msg("a", false));
+    std::string b = addMessage("Inbox/", "b.eml", msg("b", true));
+    createunreadtag(inbox(), 1);
+    FolderCaches caches;
+    int i = caches.createcache(nullptr, inbox(), "Inbox");
+
+    auto paths = MarkMessagesReadUnread(caches, inbox(), {a, b}, true);
+    EXPECT_EQ(paths, (std::vector<std::string>{inbox() + "a.eml", b}));
+    EXPECT_EQ(filesIn(inbox()), (std::vector<std::string>{"a.eml", "b.eml"}));
+    EXPECT_EQ(readunreadtag(inbox()), 0);
+    for (const auto& m : caches.Item(i)) EXPECT_TRUE(m->Read) << m->Subject;
+
+    MarkMessagesReadUnread(caches, inbox(), {inbox() + "a.eml", b}, false);
+    EXPECT_EQ(filesIn(inbox()), (std::vector<std::string>{"A.EML", "B.EML"}));
+    EXPECT_EQ(readunreadtag(inbox()), 2);
+    // The cache file agrees with the files.
+    EXPECT_NE(readFile(inbox() + "cache.csv").find(inbox() + "A.EML"), std::string::npos);
+}
+
+TEST_F(StoreTest, DeleteMovesToDeletedAsReadAndDeletesForGoodThere) {
+    std::string deleted = MessageFolder + "Deleted/";
+    writeFile(deleted + "same.eml", messageText(msg("older", true)));
+    std::string a = addMessage("Inbox/", "SAME.EML", msg("a", false));
+    std::string b = addMessage("Inbox/", "other.eml", msg("b", true));
+    createunreadtag(inbox(), 1);
+    FolderCaches caches;
+    int d = caches.createcache(nullptr, deleted, "Deleted");
+
+    DeleteMessages(caches, inbox(), {a, b});
+    EXPECT_TRUE(filesIn(inbox()).empty());
+    EXPECT_EQ(readunreadtag(inbox()), 0);
+    // A clash takes "_1" in front of the extension; everything there is read.
+    EXPECT_EQ(filesIn(deleted), (std::vector<std::string>{"other.eml", "same.eml", "same_1.eml"}));
+    EXPECT_EQ(caches.Item(d).Count(), 3);
+    for (const auto& m : caches.Item(d)) EXPECT_TRUE(m->Read) << m->Subject;
+
+    DeleteMessages(caches, deleted, {deleted + "same_1.eml"});
+    EXPECT_EQ(filesIn(deleted), (std::vector<std::string>{"other.eml", "same.eml"}));
+    EXPECT_EQ(caches.Item(d).Count(), 2);
+}
+
+TEST_F(StoreTest, MovingAnUnreadMessageMovesItsCountAndAReadOneNone) {
+    fs::create_directories(MessageFolder + "Work");
+    std::string work = MessageFolder + "Work/";
+    std::string a = addMessage("Inbox/", "A (101500-240301) .EML", msg("a", false));
+    std::string b = addMessage("Inbox/", "b.eml", msg("b", true));
+    createunreadtag(inbox(), 1);
+
+    FolderCaches caches;
+    auto moved = MoveMessages(caches, inbox(), work, {b});
+    ASSERT_EQ(moved.size(), 1u);
+    EXPECT_TRUE(FileExists(moved[0]));
+    EXPECT_EQ(fileonly(moved[0]), LCase(fileonly(moved[0])));
+    EXPECT_EQ(readunreadtag(inbox()), 1);
+    EXPECT_EQ(readunreadtag(work), 0);
+
+    moved = MoveMessages(caches, inbox(), work, {a});
+    EXPECT_TRUE(StartsWith(fileonly(moved[0]), "A (")) << moved[0];
+    EXPECT_EQ(fileonly(moved[0]), UCase(fileonly(moved[0])));
+    EXPECT_EQ(readunreadtag(inbox()), 0);
+    EXPECT_EQ(readunreadtag(work), 1);
+    EXPECT_GT(readlastmessagetag(work), 0);
+    EXPECT_TRUE(filesIn(inbox()).empty());
+    EXPECT_EQ(filesIn(work).size(), 2u);
+}
