@@ -31,9 +31,9 @@ int run(CommandArgs& args) {
         return 1;
     }
 
+    // The session's start-up loads the book and its shutdown saves it.
     HeadlessSession session;
     clsContacts& book = Contacts();
-    book.LoadContacts();
     if (what == "list") {
         for (long i = 1; i <= book.Count(); ++i)
             std::cout << book.Contact(i).strName << " <" << book.Contact(i).email << ">\n";

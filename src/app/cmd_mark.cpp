@@ -3,7 +3,6 @@
 #include "app/Command.h"
 #include "app/HeadlessSession.h"
 #include "bayes/modMailSubs.h"
-#include "contacts/clsContacts.h"
 #include "core/FileSubs.h"
 #include "message/clsMessages.h"
 #include "platform/Platform.h"
@@ -66,7 +65,6 @@ int run(CommandArgs& args) {
     }
 
     HeadlessSession session;
-    Contacts().LoadContacts();
     frmBayesFilter& filter = StartBayesFilter();
     for (const auto& file : args.rest()) selection.Add(readfullmessage(file));
     const long count = selection.Count();

@@ -2,7 +2,6 @@
 #include "app/Command.h"
 #include "app/HeadlessSession.h"
 #include "bayes/modMailSubs.h"
-#include "contacts/clsContacts.h"
 #include "core/FileSubs.h"
 #include "core/Globals.h"
 #include "message/clsMessage.h"
@@ -36,7 +35,6 @@ int run(CommandArgs& args) {
     }
 
     HeadlessSession session;
-    Contacts().LoadContacts();
     frmBayesFilter& filter = StartBayesFilter();
     clsMessage msg;
     msg.CreateFromText(text, headersOnly);

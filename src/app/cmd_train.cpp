@@ -3,7 +3,6 @@
 #include "app/Command.h"
 #include "app/HeadlessSession.h"
 #include "bayes/modMailSubs.h"
-#include "contacts/clsContacts.h"
 #include "core/FileSubs.h"
 
 #include <chrono>
@@ -50,7 +49,6 @@ int run(CommandArgs& args) {
     }
 
     HeadlessSession session;
-    Contacts().LoadContacts();
     frmBayesFilter& filter = BayesFilter();
     ConsoleProgress progress;
     filter.setListener(&progress);
