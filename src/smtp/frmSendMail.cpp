@@ -320,27 +320,47 @@ std::string frmSendMail::timeZoneText(int biasMinutes) {
 // twice get two, which the upload relies on.
 std::string frmSendMail::FormatMail(const std::string& text) const {
     return guardedValue("FormatMail", Module, text, [&] {
-        std::string lineEnd = InStr(text, CRLF) ? CRLF : InStr(text, "\r") ? "\r" : "";
-        std::vector<std::string> lines =
-            lineEnd.empty() ? std::vector<std::string>{text} : Split(text, lineEnd);
+        const std::string lineEnd = InStr(text, CRLF) ? CRLF : InStr(text, "\r") ? "\r" : "";
         const std::string wrapEnd = lineEnd.empty() ? CRLF : lineEnd;
-        for (std::string& line : lines) {
-            if (StartsWith(line, ".")) line = "." + line;
-            if (line.size() <= 998) continue;
-            std::string wrapped;
-            std::string rest = line;
-            while (rest.size() >= 999) {
-                size_t cut = InStrRev(Left(rest, 998), " ");
-                if (cut == 0) cut = 998;
-                wrapped += rest.substr(0, cut) + wrapEnd;
-                rest = rest.substr(cut);
-                // A piece that now starts a line must not end the data early.
-                if (StartsWith(rest, ".")) rest = "." + rest;
+        std::string out;
+        out.reserve(text.size() + text.size() / 64 + 16);
+        size_t start = 0;
+        for (;;) {
+            size_t end = lineEnd.empty() ? std::string::npos : text.find(lineEnd, start);
+            size_t stop = end == std::string::npos ? text.size() : end;
+            std::string_view line(text.data() + start, stop - start);
+            if (!line.empty() && line[0] == '.') {
+                std::string stuffed = "." + std::string(line);
+                appendWrapped(out, stuffed, wrapEnd);
+            } else {
+                appendWrapped(out, line, wrapEnd);
             }
-            line = wrapped + rest;
+            if (end == std::string::npos) break;
+            out += lineEnd;
+            start = end + lineEnd.size();
         }
-        return Join(lines, lineEnd);
+        return out;
     });
+}
+
+// Lines longer than 998 characters break at the last blank within the first
+// 998, or at 998 when there is none.
+void frmSendMail::appendWrapped(std::string& out, std::string_view line,
+                                const std::string& wrapEnd) {
+    while (line.size() >= 999) {
+        size_t cut = line.substr(0, 998).rfind(' ');
+        cut = cut == std::string_view::npos ? 998 : cut + 1;
+        out.append(line.substr(0, cut));
+        out += wrapEnd;
+        line.remove_prefix(cut);
+        // A piece that now starts a line must not end the data early.
+        if (!line.empty() && line[0] == '.') {
+            std::string stuffed = "." + std::string(line);
+            appendWrapped(out, stuffed, wrapEnd);
+            return;
+        }
+    }
+    out.append(line);
 }
 
 std::string frmSendMail::GetContentType(const std::string& FileName,
@@ -882,7 +902,14 @@ bool frmSendMail::Send(bool AlreadyFormatted) {
         sendText(dateLine() + CRLF);
         if (AlreadyFormatted) {
             raiseStatus("Sending message");
-            sendText(message_ + CRLF + CRLF);
+            // In slices with an event pass between them, as attachments go:
+            // a spooled message may carry megabytes of them.
+            const size_t slice = 11400 * 78 / 57;
+            for (size_t at = 0; at < message_.size() && !aborted_; at += slice) {
+                sendText(message_.substr(at, slice));
+                DoEvents();
+            }
+            if (!aborted_) sendText(std::string(CRLF) + CRLF);
         } else {
             Output out(*this, nullptr);
             writeBody(out, false);
@@ -908,17 +935,10 @@ bool frmSendMail::SpoolToFile(const std::string& FileName) {
         std::string text;
         Output out(*this, &text);
         writeBody(out, true);
-        // Written beside the target and renamed over it, so that an upload never
-        // meets half a message.
-        std::string partial = FileName + ".tmp";
-        if (!WriteTextFile(partial, text))
-            throw RunError(Err::PathFileAccess, "Cannot write " + partial);
-        std::error_code ec;
-        std::filesystem::rename(partial, FileName, ec);
-        if (ec) {
-            EraseFile(partial);
+        // Written beside the target, made durable and renamed over it, so that
+        // an upload never meets half a message and a crash loses none.
+        if (!WriteFileAtomically(FileName, text))
             throw RunError(Err::PathFileAccess, "Cannot write " + FileName);
-        }
         return true;
     });
 }

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace corva {
@@ -137,6 +138,7 @@ private:
     void onReply(int code, const std::string& whole, const std::string& text);
     void onAuthChallenge(const std::string& text);
 
+    static void appendWrapped(std::string& out, std::string_view line, const std::string& wrapEnd);
     bool connecttohost();
     void disconnectfromhost();
     bool waituntiltrue(const bool& flag, int seconds, bool fatal);

@@ -7,6 +7,7 @@
 #include "core/FileSubs.h"
 #include "core/Globals.h"
 #include "core/Strings.h"
+#include "core/mSHAREDDelay.h"
 #include "core/mSHAREDGeneral.h"
 #include "core/mSHAREDLogging.h"
 #include "core/mSHAREDSettings.h"
@@ -37,6 +38,18 @@ bool createExclusively(const std::string& path) {
     if (fd < 0) return false;
     ::close(fd);
     return true;
+}
+
+// A spooled file as a message: the whole text, parsed by its headers only.
+// Sending and filing it need its header fields and its text, never decoded
+// attachments, and a file may carry megabytes of them.
+std::shared_ptr<clsMessage> readspooled(const std::string& path) {
+    auto message = std::make_shared<clsMessage>();
+    std::string text;
+    if (!LoadTextFile(path, text)) return message;
+    message->CreateFromText(text, true);
+    message->setFilename(path);
+    return message;
 }
 
 } // namespace
@@ -264,9 +277,11 @@ void frmSendMailWrapper::TimerSendNext_Tick() {
         }
         const std::string& name = files_[static_cast<size_t>(index_ - 1)];
         if (Left(name, 2) == accountPrefix(account_)) {
-            std::shared_ptr<clsMessage> message = readfullmessage(outboxfolder() + name);
+            current_ = readspooled(outboxfolder() + name);
+            DoEvents();
             sending_ = true;
-            SendSpooledMessage(*message);
+            SendSpooledMessage(*current_);
+            current_.reset();
         }
         if (uploading_) TimerSendNext_->setEnabled(true);
     });
@@ -293,13 +308,29 @@ void frmSendMailWrapper::SendSpooledMessage(clsMessage& message) {
         else
             mail.setBccRecipient(joined);
     }
-    std::string text = message.Messagetext;
-    RemoveCRLFFromEnd(text);
-    text = Replace(text, "\n", "");
-    text = Replace(text, "\r", "\r\n");
+    std::string raw = message.Messagetext;
+    RemoveCRLFFromEnd(raw);
+    // Every LF goes and every CR becomes CRLF, in one pass.
+    std::string text;
+    text.reserve(raw.size());
+    for (char c : raw) {
+        if (c == '\n') continue;
+        text += c;
+        if (c == '\r') text += '\n';
+    }
+    raw.clear();
+    raw.shrink_to_fit();
+    // Event passes between the whole-text steps keep a big message from
+    // freezing the windows.
+    DoEvents();
     // Stuffed here and again by the assignment: the spooled body was stuffed
     // once already, so a ".x" line reaches the wire with four dots.
-    mail.setMessage(mail.FormatMail(text));
+    text = mail.FormatMail(text);
+    DoEvents();
+    mail.setMessage(text);
+    text.clear();
+    text.shrink_to_fit();
+    DoEvents();
     LogAction("Sending message");
     mail.Send(true);
     // A login refused on a reconnect ends Send without an event.
@@ -329,6 +360,9 @@ void frmSendMailWrapper::Status(const std::string& Status) {
 
 void frmSendMailWrapper::SendFailed(const std::string& Explanation) {
     raiseProgress(Explanation);
+    if (listener_ && uploading_ && sending_ && index_ >= 1 &&
+        index_ <= static_cast<int>(files_.size()))
+        listener_->messageFailed(files_[static_cast<size_t>(index_ - 1)], Explanation);
     sending_ = false;
 }
 
@@ -337,7 +371,8 @@ void frmSendMailWrapper::SendSuccessful() {
     guarded("poSendMail_SendSuccessful", Module, [&] {
         const std::string name = files_[static_cast<size_t>(index_ - 1)];
         const std::string outboxPath = outboxfolder() + name;
-        std::shared_ptr<clsMessage> message = readfullmessage(outboxPath);
+        // The file is as it was when the tick read it for sending.
+        std::shared_ptr<clsMessage> message = current_ ? current_ : readspooled(outboxPath);
         DateTime now = DateTime::now();
         message->SendDate = now.format("yyyy-mm-dd hh:nn:ss");
 
@@ -348,6 +383,9 @@ void frmSendMailWrapper::SendSuccessful() {
                   "\r\n\r\n" + Mid(raw, blank + 4);
             message->ReplaceRawMessage(raw);
         }
+        raw.clear();
+        raw.shrink_to_fit();
+        DoEvents();
 
         std::string sentFolder = sentitemsfolder();
         MkMissingDir(sentFolder);
@@ -364,6 +402,7 @@ void frmSendMailWrapper::SendSuccessful() {
         }
         sending_ = false;
         raiseProgress("Sent " + message->Subject + " to " + message->To_Email);
+        if (listener_) listener_->messageSent(name, *message);
     });
     sending_ = false;
 }

@@ -21,6 +21,15 @@ public:
     virtual void Failed(const std::string& text) { (void)text; }
     virtual void NoMailToSend() {}
     virtual void SendingFinished() {}
+    // One spooled file went out (its copy now in Sent Items), or failed and stays.
+    virtual void messageSent(const std::string& file, const clsMessage& message) {
+        (void)file;
+        (void)message;
+    }
+    virtual void messageFailed(const std::string& file, const std::string& explanation) {
+        (void)file;
+        (void)explanation;
+    }
 };
 
 class frmSendMailWrapper : private SendMailListener {
@@ -35,6 +44,7 @@ public:
     frmSendMailWrapper& operator=(const frmSendMailWrapper&) = delete;
 
     void setListener(SendMailWrapperListener* listener) { listener_ = listener; }
+    SendMailWrapperListener* listener() const { return listener_; }
 
     // Writes the message as a finished file into the Outbox. Empty strings use
     // the account's own identity. The file's path, or "" when nothing was spooled.
@@ -91,6 +101,7 @@ private:
     std::string server_, user_, password_;
     bool connected_ = false;
     std::vector<std::string> files_;
+    std::shared_ptr<clsMessage> current_; // the file in flight, as read for sending
     bool uploading_ = false;
     bool sending_ = false;
     int index_ = 0;
