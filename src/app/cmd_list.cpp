@@ -6,7 +6,7 @@
 #include "core/FileSubs.h"
 #include "core/Globals.h"
 #include "core/Strings.h"
-#include "store/clsCache.h"
+#include "store/FolderCaches.h"
 #include "store/clsMailer.h"
 #include "store/modFolders.h"
 #include "store/modTags.h"
@@ -94,19 +94,13 @@ int run(CommandArgs& args) {
     std::string name = relativefolder(folder);
     if (!name.empty()) name.pop_back();
 
-    bool outbox = EqualsNoCase(name, OutboxFolder);
-    bool showTo = outbox || EqualsNoCase(name, SentItemsFolder);
+    bool showTo = EqualsNoCase(name, OutboxFolder) || EqualsNoCase(name, SentItemsFolder);
     bool unreadOnly = unreadFlag || ShowUnreadOnly(folder);
     ListPrinter printer(folder, showTo, unreadOnly);
     clsMailer mailer;
     mailer.setListener(&printer);
-    if (outbox || NoCacheFlag) {
-        mailer.PopulateMessageList(folder, unreadOnly);
-    } else {
-        clsCache cache;
-        cache.fillcache(&printer, folder, name);
-        mailer.PopulateFromCache(cache, unreadOnly);
-    }
+    FolderCaches caches;
+    caches.populatelistview(mailer, &printer, folder, name, unreadOnly);
 
     std::cout << (printer.total == 0 ? std::string("No") : Str(printer.total))
               << (printer.total == 1 ? " message in " : " messages in ") << name << ", "

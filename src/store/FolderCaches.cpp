@@ -80,6 +80,23 @@ void FolderCaches::ClearAllCaches() {
     for (auto& c : caches_) c.Clear(true);
 }
 
+void FolderCaches::populatelistview(clsMailer& mailer, CacheView* view,
+                                    const std::string& folderPath, const std::string& folderName,
+                                    bool unreadOnly) {
+    int index = -1;
+    guarded("populatelistview", kModule, [&] {
+        if (NoCacheFlag || EqualsNoCase(Trim(folderName), OutboxFolder)) return;
+        index = cacheindex(folderName);
+        if (index >= 0) return;
+        if (view) view->ShowListProgress("Scanning messages...");
+        index = createcache(view, folderPath, folderName);
+    });
+    if (index >= 0)
+        mailer.PopulateFromCache(Item(index), unreadOnly);
+    else
+        mailer.PopulateMessageList(folderPath, unreadOnly);
+}
+
 bool FolderCaches::addmsgtocache(const std::string& folderPath, const clsMessage& message) {
     return guardedValue("addmsgtocache", kModule, false, [&] {
         int i = cacheindexbypath(folderPath);

@@ -5,6 +5,7 @@
 #pragma once
 
 #include "store/clsCache.h"
+#include "store/clsMailer.h"
 
 #include <array>
 #include <string>
@@ -31,6 +32,12 @@ public:
     // True when an open folder's cache took it (the view adds a line).
     bool addmsgtocache(const std::string& folderPath, const clsMessage& message);
     void removemsgfromcache(const std::string& folderPath, const std::string& filename);
+
+    // Lists a folder through the mailer: from its cache, made on first sight,
+    // or straight from its files for the Outbox (whose content changes behind
+    // the window) and with the cache turned off.
+    void populatelistview(clsMailer& mailer, CacheView* view, const std::string& folderPath,
+                          const std::string& folderName, bool unreadOnly);
 
     // A message the scan has saved at path in folder: Unread.tag, LastMsg.tag
     // and the cache. True when the folder is open in a cache.

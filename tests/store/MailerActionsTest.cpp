@@ -103,3 +103,46 @@ TEST_F(StoreTest, MovingAnUnreadMessageMovesItsCountAndAReadOneNone) {
     EXPECT_TRUE(filesIn(inbox()).empty());
     EXPECT_EQ(filesIn(work).size(), 2u);
 }
+
+namespace {
+struct Subjects : MailerListener {
+    std::vector<std::string> seen;
+    void ClearMessages() override { seen.clear(); }
+    void AddMessage(clsMessage& m, long, long) override { seen.push_back(m.Subject); }
+};
+
+void rewriteSubject(const std::string& path, const std::string& from, const std::string& to) {
+    writeFile(path, Replace(readFile(path), "Subject: " + from, "Subject: " + to));
+}
+} // namespace
+
+TEST_F(StoreTest, FoldersAreListedFromTheirCacheExceptTheOutbox) {
+    std::string a = addMessage("Inbox/", "A.EML", msg("first", false));
+    std::string o = addMessage("Outbox/", "O.EML", msg("waiting", false));
+    FolderCaches caches;
+    clsMailer mailer;
+    Subjects list;
+    mailer.setListener(&list);
+
+    caches.populatelistview(mailer, nullptr, inbox(), "Inbox", false);
+    EXPECT_EQ(list.seen, std::vector<std::string>{"first"});
+    EXPECT_GE(caches.cacheindex("Inbox"), 0);
+    rewriteSubject(a, "first", "changed");
+    caches.populatelistview(mailer, nullptr, inbox(), "Inbox", false);
+    EXPECT_EQ(list.seen, std::vector<std::string>{"first"}) << "served from the cache";
+
+    std::string outbox = MessageFolder + "Outbox/";
+    caches.populatelistview(mailer, nullptr, outbox, "Outbox", false);
+    rewriteSubject(o, "waiting", "edited");
+    caches.populatelistview(mailer, nullptr, outbox, "Outbox", false);
+    EXPECT_EQ(list.seen, std::vector<std::string>{"edited"});
+    EXPECT_EQ(caches.cacheindex("Outbox"), -1);
+    EXPECT_FALSE(FileExists(outbox + "cache.csv"));
+
+    NoCacheFlag = true;
+    FolderCaches uncached;
+    uncached.populatelistview(mailer, nullptr, inbox(), "Inbox", false);
+    EXPECT_EQ(list.seen, std::vector<std::string>{"changed"});
+    EXPECT_EQ(uncached.cacheindex("Inbox"), -1);
+    NoCacheFlag = false;
+}
