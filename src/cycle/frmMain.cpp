@@ -20,8 +20,11 @@
 #include "store/modFolders.h"
 #include "store/modTags.h"
 
+#include <cerrno>
 #include <cmath>
+#include <fcntl.h>
 #include <limits>
+#include <unistd.h>
 
 namespace corva {
 
@@ -52,6 +55,33 @@ bool optionIsOne(const char* key) {
 
 std::string accountKey(const char* key, int account) {
     return key + Str(account);
+}
+
+// Writes a stored message whole or not at all: a half-written .eml would pass
+// for a message. The bytes reach the disk before the name only when the server's
+// copy is about to be deleted; otherwise the server still holds the message,
+// and waiting for the disk would cost more than the download itself.
+bool writeMessageFile(const std::string& path, const std::string& text, bool durable) {
+    const std::string part = path + ".part";
+    int fd = ::open(part.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+    if (fd < 0) return false;
+    size_t done = 0;
+    bool ok = true;
+    while (ok && done < text.size()) {
+        ssize_t n = ::write(fd, text.data() + done, text.size() - done);
+        if (n < 0 && errno == EINTR) continue;
+        if (n <= 0)
+            ok = false;
+        else
+            done += static_cast<size_t>(n);
+    }
+    if (ok && durable) ok = ::fsync(fd) == 0;
+    ok = ::close(fd) == 0 && ok;
+    if (!ok || ::rename(part.c_str(), path.c_str()) != 0) {
+        ::unlink(part.c_str());
+        return false;
+    }
+    return true;
 }
 
 } // namespace
@@ -266,6 +296,7 @@ bool frmMain::exitprog() {
         LogAction("Removing Tray Icon");
         view_->RemoveTrayIcon();
         trayShown_ = false;
+        flushUnreadTags();
         LogAction("Saving settings");
         savesettings();
         LogAction("Saving contacts");
@@ -380,6 +411,7 @@ void frmMain::checknextaccount(bool force) {
 void frmMain::donextaccount() {
     guarded("donextaccount", Module, [&] {
         Checking_ = false;
+        flushUnreadTags();
         if (CurrentAccount_ == -1 || LastAccount_ < 19) {
             CurrentAccount_ = -1;
             stopicontimer();
@@ -585,9 +617,19 @@ void frmMain::MessageReceived(clsMessage& msg) {
             addnoticetolist("Could not save \"" + msg.Subject + "\"; it stays on the server.");
             return;
         }
+        // The list keeps its headers only: a cycle may retrieve far more than fits in memory.
         clsMessages::Ptr kept;
-        if (!msg.Deleted || !DeleteMode_)
-            kept = ServerMessages_.Add(std::make_shared<clsMessage>(msg));
+        if (!msg.Deleted || !DeleteMode_) {
+            kept = std::make_shared<clsMessage>(msg);
+            kept->HeaderOnly = true;
+            kept->ReplaceRawMessage(msg.Headers);
+            kept->MessageBody.clear();
+            kept->Messagetext.clear();
+            kept->StrippedBody.clear();
+            kept->HtmlStrippedBody.clear();
+            kept->DeleteMimeParts();
+            ServerMessages_.Add(kept);
+        }
         countAndShow(kept ? *kept : msg);
     });
 }
@@ -773,8 +815,8 @@ bool frmMain::saveRetrievedMessage(clsMessage& msg) {
         getunusedfilename(msg.Read, destination, fileBaseFromSubject(msg.Subject), ".eml");
     if (path.empty()) return false;
     msg.setFilename(path);
-    // Written whole or not at all: a half-written .eml would pass for a message.
-    if (!WriteFileAtomically(path, msg.RawMessage())) return false;
+    const bool deleting = !msg.Ignored && sget("DELETEONRETRIEVE", 0).toNumber() == 1;
+    if (!writeMessageFile(path, msg.RawMessage(), deleting)) return false;
     LogAction(path + " saved");
     ++MessagesSaved_;
 
@@ -782,10 +824,24 @@ bool frmMain::saveRetrievedMessage(clsMessage& msg) {
         bool inOpenFolder = AddNewMessage(path, destination, msg);
         view_->MailerNewMessageStored(path, destination, msg, inOpenFolder);
     } else {
-        addtounreadtag(destination, 0);
-        AddToLastMessageTag(destination, msg);
+        ++pendingUnread_[destination];
+        // The text form sorts as the time does, so the greatest is the newest.
+        std::string& newest = pendingNewest_[destination];
+        if (msg.ReceiveDate > newest) newest = msg.ReceiveDate;
     }
     return true;
+}
+
+void frmMain::flushUnreadTags() {
+    for (const auto& [folder, count] : pendingUnread_) addtounreadtag(folder, count);
+    pendingUnread_.clear();
+    for (const auto& [folder, date] : pendingNewest_) {
+        clsMessage newest;
+        newest.Read = false;
+        newest.ReceiveDate = date;
+        AddToLastMessageTag(folder, newest);
+    }
+    pendingNewest_.clear();
 }
 
 // ---------------------------------------------------------------------------

@@ -12,6 +12,7 @@
 
 #include <array>
 #include <cstdint>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -197,6 +198,9 @@ private:
     void setuplistview();
     // Writes a retrieved message into the store; false when it could not be written.
     bool saveRetrievedMessage(clsMessage& msg);
+    // Brings the tags of the folders that took messages since the last call up
+    // to date: Unread.tag counts them, LastMsg.tag knows the newest.
+    void flushUnreadTags();
     void swaptrayicon();
     void LocalChangetrayicon(TrayPicture picture);
     std::string firstAccountTitle(bool& found) const;
@@ -249,6 +253,11 @@ private:
     TrayPicture trayPicture_ = TrayPicture::LargeS;
 
     long MessagesSaved_ = 0;
+    // Messages stored per folder whose Unread.tag doesn't count them yet: the tag
+    // is written once per account, not once per message, as each write waits
+    // for the disk.
+    std::map<std::string, int> pendingUnread_;
+    std::map<std::string, std::string> pendingNewest_; // folder -> newest ReceiveDate
     long cyclesFinished_ = 0;
     // The message folder fell back to the program folder for the rest of the run.
     bool messageFolderFellBack_ = false;
