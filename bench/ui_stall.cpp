@@ -16,12 +16,22 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
 #include <iostream>
+#include <numeric>
 #include <vector>
 
 using namespace corva;
 
 namespace {
+
+// The main thread's own processor time: on a busy machine the wall-clock gaps
+// include waits for a core, which this leaves out.
+qint64 threadCpuMs() {
+    timespec ts{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &ts);
+    return static_cast<qint64>(ts.tv_sec) * 1000 + ts.tv_nsec / 1000000;
+}
 
 // Nothing may wait on a person: prompts are printed and answered.
 class PrintingPrompts : public platform::Prompts {
@@ -88,6 +98,9 @@ int main(int argc, char** argv) {
     app.processEvents();
 
     std::vector<qint64> gaps;
+    std::vector<int> linesAtGap;
+    std::vector<qint64> cpuGaps;
+    qint64 lastCpu = threadCpuMs();
     QElapsedTimer clock;
     QTimer ticker;
     ticker.setInterval(10);
@@ -96,6 +109,10 @@ int main(int argc, char** argv) {
     QObject::connect(&ticker, &QTimer::timeout, [&] {
         qint64 now = clock.elapsed();
         gaps.push_back(now - last);
+        linesAtGap.push_back(window.listModel().lineCount());
+        qint64 cpu = threadCpuMs();
+        cpuGaps.push_back(cpu - lastCpu);
+        lastCpu = cpu;
         last = now;
     });
 
@@ -118,6 +135,14 @@ int main(int argc, char** argv) {
                 "over 100 ms: %ld\n",
                 gaps.size(), static_cast<long long>(pct(0.5)), static_cast<long long>(pct(0.99)),
                 static_cast<long long>(sorted.empty() ? 0 : sorted.back()), over100);
+    std::printf("ui_stall: main thread busy between ticks: longest %lld ms, total %.2f s\n",
+                static_cast<long long>(
+                    cpuGaps.empty() ? 0 : *std::max_element(cpuGaps.begin(), cpuGaps.end())),
+                std::accumulate(cpuGaps.begin(), cpuGaps.end(), qint64(0)) / 1000.0);
+    if (std::getenv("UI_STALL_DETAIL"))
+        for (size_t i = 0; i < gaps.size(); ++i)
+            if (gaps[i] > 30)
+                std::printf("gap %lld ms at line %d\n", (long long)gaps[i], linesAtGap[i]);
     main.exitprog();
     return 0;
 }

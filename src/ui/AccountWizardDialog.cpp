@@ -5,8 +5,9 @@
 #include "ui/Icons.h"
 
 #include <QFormLayout>
-#include <QLabel>
 #include <QLineEdit>
+#include <QPainter>
+#include <QPixmap>
 #include <QVBoxLayout>
 #include <QWizardPage>
 
@@ -18,10 +19,8 @@ QWizardPage* makePage(const QString& title, const QString& text,
                       std::initializer_list<std::pair<QString, QString>> rows) {
     auto* p = new QWizardPage;
     p->setTitle(title);
+    p->setSubTitle(text);
     auto* layout = new QVBoxLayout(p);
-    auto* intro = new QLabel(text);
-    intro->setWordWrap(true);
-    layout->addWidget(intro);
     auto* form = new QFormLayout;
     for (const auto& [name, caption] : rows) {
         auto* e = new QLineEdit;
@@ -33,6 +32,16 @@ QWizardPage* makePage(const QString& title, const QString& text,
     return p;
 }
 
+// The header puts its logo against the window's edge; a transparent border
+// gives it the margin the text has.
+QPixmap paddedLogo() {
+    QPixmap logo(56, 56);
+    logo.fill(Qt::transparent);
+    QPainter p(&logo);
+    appIcon().paint(&p, QRect(4, 8, 40, 40));
+    return logo;
+}
+
 } // namespace
 
 AccountWizardDialog::AccountWizardDialog(QWidget* parent) : QWizard(parent) {
@@ -41,6 +50,8 @@ AccountWizardDialog::AccountWizardDialog(QWidget* parent) : QWizard(parent) {
     setWizardStyle(QWizard::ModernStyle);
     setButtonText(QWizard::NextButton, QStringLiteral("Next >>"));
     setButtonText(QWizard::FinishButton, QStringLiteral("Finish"));
+    setPixmap(QWizard::LogoPixmap, paddedLogo());
+    resize(560, 380);
     addPage(makePage(
         QStringLiteral("You"),
         QStringLiteral("Welcome to Corva. Tell it who you are: the name people see on your "

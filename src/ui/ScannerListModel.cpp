@@ -46,7 +46,13 @@ QVariant ScannerListModel::data(const QModelIndex& index, int role) const {
     }
     if (role == Qt::ForegroundRole && l.Colour != 0) {
         QColor c = colourFromStored(l.Colour);
-        return QBrush(dark_ ? c.lighter(150) : c);
+        // The stored grey and pink were chosen for a grey list; on white they
+        // fade, so pale verdict colours are deepened a little there.
+        if (dark_)
+            c = c.lighter(150);
+        else if (c.lightness() > 160)
+            c = c.darker(125);
+        return QBrush(c);
     }
     if (role == Qt::FontRole && l.kind != ListLine::Kind::Message) {
         QFont f;

@@ -37,6 +37,7 @@
 #include <QSplashScreen>
 #include <QSplitter>
 #include <QStatusBar>
+#include <QStyle>
 #include <QSystemTrayIcon>
 #include <QToolBar>
 #include <QToolButton>
@@ -192,16 +193,18 @@ void ScannerWindow::buildToolbar() {
     if (upAndDown_) {
         upAndDown_->setMenu(drop);
         upAndDown_->setPopupMode(QToolButton::MenuButtonPopup);
+        // The style leaves no room for the arrow beside text under an icon,
+        // and elides the caption; make the room.
+        upAndDown_->setMinimumWidth(
+            upAndDown_->fontMetrics().horizontalAdvance(QStringLiteral("Send/Receive")) +
+            upAndDown_->style()->pixelMetric(QStyle::PM_MenuButtonIndicator) + 16);
     }
     add("stop", "Stop", "Stop the transfer")->setEnabled(false);
     bar->addSeparator();
-    add("upload", "Upload", "Send the mail waiting in the Outbox");
-    add("download", "Download", "Retrieve the mail that passes (F2)");
-    add("reinforce", "Reinforce", "Teach the word table from the colours in the list");
-    bar->addSeparator();
+    // Upload, download and reinforce live in the drop-down: the default window,
+    // 7668 twips wide, has room for no more buttons than these.
     add("settings", "Settings", "Accounts and options");
     add("close", "Close", "Close to the notification area");
-    add("quit", "Quit", "Quit Corva");
 }
 
 void ScannerWindow::buildMenus() {

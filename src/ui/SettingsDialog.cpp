@@ -6,6 +6,7 @@
 #include <QComboBox>
 #include <QDialogButtonBox>
 #include <QFormLayout>
+#include <QGridLayout>
 #include <QGroupBox>
 #include <QHBoxLayout>
 #include <QLabel>
@@ -32,6 +33,7 @@ SettingsDialog::SettingsDialog(QWidget* parent) : QDialog(parent) {
     auto* tabs = new QTabWidget;
     tabs->addTab(buildAccountsPage(), QStringLiteral("Accounts"));
     tabs->addTab(buildCheckingPage(), QStringLiteral("Checking"));
+    tabs->addTab(buildDisplayPage(), QStringLiteral("Display"));
     tabs->addTab(buildFoldersPage(), QStringLiteral("Folders"));
     auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel);
     buttons->button(QDialogButtonBox::Ok)->setObjectName(QStringLiteral("cmdOK"));
@@ -72,6 +74,13 @@ QCheckBox* SettingsDialog::box(const QString& name) const {
 
 QWidget* SettingsDialog::buildAccountsPage() {
     auto* page = new QWidget;
+    // Both group boxes share one label width, so their fields line up.
+    const int labelWidth = fontMetrics().horizontalAdvance(QStringLiteral("Reply Address:")) + 12;
+    auto label = [labelWidth](const QString& text) {
+        auto* l = new QLabel(text);
+        l->setMinimumWidth(labelWidth);
+        return l;
+    };
     auto* row = new QHBoxLayout(page);
     accounts_ = new QListWidget;
     accounts_->setObjectName(QStringLiteral("lstAccounts"));
@@ -81,13 +90,13 @@ QWidget* SettingsDialog::buildAccountsPage() {
     auto* right = new QVBoxLayout;
     auto* incoming = new QGroupBox(QStringLiteral("Incoming (POP3)"));
     auto* in = new QFormLayout(incoming);
-    in->addRow(QStringLiteral("Title:"), addLine("TITLE"));
-    in->addRow(QStringLiteral("Server:"), addLine("SERVER"));
-    in->addRow(QStringLiteral("User:"), addLine("UNAME"));
+    in->addRow(label(QStringLiteral("Title:")), addLine("TITLE"));
+    in->addRow(label(QStringLiteral("Server:")), addLine("SERVER"));
+    in->addRow(label(QStringLiteral("User:")), addLine("UNAME"));
     QLineEdit* pwd = addLine("PWD");
     pwd->setEchoMode(QLineEdit::Password);
     pwd->setPlaceholderText(QStringLiteral("ask at each connection"));
-    in->addRow(QStringLiteral("Pwd:"), pwd);
+    in->addRow(label(QStringLiteral("Pwd:")), pwd);
     in->addRow(addBox("CHECK", QStringLiteral("Include this account when checking mail")));
     QCheckBox* stop =
         addBox("STOPATLAST", QStringLiteral("This account times out after last message"));
@@ -101,18 +110,18 @@ QWidget* SettingsDialog::buildAccountsPage() {
 
     auto* outgoing = new QGroupBox(QStringLiteral("Outgoing (SMTP)"));
     auto* out = new QFormLayout(outgoing);
-    out->addRow(QStringLiteral("Server:"), addLine("SMTP"));
+    out->addRow(label(QStringLiteral("Server:")), addLine("SMTP"));
     QLineEdit* port = addLine("SMTPPort");
     port->setToolTip(
         QStringLiteral("Default is 25. Don't change this unless you know what you're doing."));
-    out->addRow(QStringLiteral("Port:"), port);
+    out->addRow(label(QStringLiteral("Port:")), port);
     out->addRow(addBox("SMTPAuth", QStringLiteral("Authorisation Rqd")));
-    out->addRow(QStringLiteral("User"), addLine("SMTPUNAME"));
+    out->addRow(label(QStringLiteral("User")), addLine("SMTPUNAME"));
     QLineEdit* smtpPwd = addLine("SMTPPWD");
     smtpPwd->setEchoMode(QLineEdit::Password);
-    out->addRow(QStringLiteral("Pwd:"), smtpPwd);
-    out->addRow(QStringLiteral("Reply Address:"), addLine("REPLYADDRESS"));
-    out->addRow(QStringLiteral("Display Name:"), addLine("DISPLAYNAME"));
+    out->addRow(label(QStringLiteral("Pwd:")), smtpPwd);
+    out->addRow(label(QStringLiteral("Reply Address:")), addLine("REPLYADDRESS"));
+    out->addRow(label(QStringLiteral("Display Name:")), addLine("DISPLAYNAME"));
     right->addWidget(outgoing);
 
     auto* exclusive = new QFormLayout;
@@ -126,60 +135,93 @@ QWidget* SettingsDialog::buildAccountsPage() {
     return page;
 }
 
+QLineEdit* SettingsDialog::addNumber(const QString& name) {
+    QLineEdit* e = addLine(name);
+    e->setMaximumWidth(70);
+    return e;
+}
+
+namespace {
+// A field with its unit after it, as "Check mail every: [ 0 ] seconds".
+QWidget* withUnit(QLineEdit* field, const QString& unit) {
+    auto* w = new QWidget;
+    auto* h = new QHBoxLayout(w);
+    h->setContentsMargins(0, 0, 0, 0);
+    h->addWidget(field);
+    if (!unit.isEmpty()) h->addWidget(new QLabel(unit));
+    h->addStretch();
+    return w;
+}
+} // namespace
+
 QWidget* SettingsDialog::buildCheckingPage() {
     auto* page = new QWidget;
-    auto* form = new QFormLayout(page);
-    auto withUnit = [&](const QString& name, const QString& unit) {
-        auto* w = new QWidget;
-        auto* h = new QHBoxLayout(w);
-        h->setContentsMargins(0, 0, 0, 0);
-        QLineEdit* e = addLine(name);
-        e->setMaximumWidth(80);
-        h->addWidget(e);
-        h->addWidget(new QLabel(unit));
-        h->addStretch();
-        return w;
-    };
+    auto* layout = new QVBoxLayout(page);
+    auto* timing = new QGroupBox(QStringLiteral("Checking"));
+    auto* form = new QFormLayout(timing);
     form->addRow(QStringLiteral("Check mail every:"),
-                 withUnit("DELAY", QStringLiteral("seconds (0 for never)")));
+                 withUnit(addNumber("DELAY"), QStringLiteral("seconds (0 for never)")));
     form->addRow(QStringLiteral("Mail retrieval timeout:"),
-                 withUnit("MailTimeout", QStringLiteral("seconds")));
+                 withUnit(addNumber("MailTimeout"), QStringLiteral("seconds")));
     form->addRow(QStringLiteral("Ignore mail bigger than:"),
-                 withUnit("MaxMailSize", QStringLiteral("Kb (0 for none)")));
+                 withUnit(addNumber("MaxMailSize"), QStringLiteral("Kb (0 for none)")));
+    layout->addWidget(timing);
+
+    auto* options = new QGroupBox(QStringLiteral("Options"));
+    auto* grid = new QGridLayout(options);
     QCheckBox* autoDelete =
         addBox("AUTODELETE", QStringLiteral("Delete failed messages automatically"));
     autoDelete->setToolTip(
         QStringLiteral("Only switch on 'Delete failed messages' if you are completely "
                        "confident with your spam filters"));
-    form->addRow(autoDelete);
-    form->addRow(
-        addBox("DELETEONRETRIEVE", QStringLiteral("Delete Mail from Server when retrieving")));
-    form->addRow(addBox("ScanOnStart", QStringLiteral("Scan for mail on startup")));
-    form->addRow(addBox("RetrieveOnStart", QStringLiteral("Retrieve mail on startup")));
-    form->addRow(addBox("AUDIO", QStringLiteral("Play Audio Alerts on new messages")));
-    form->addRow(addBox("STARTMIN", QStringLiteral("Start program minimised to System Tray")));
-    form->addRow(
-        addBox("DisableReadOnServer", QStringLiteral("Disable 'Read email on server' option")));
-    form->addRow(
-        addBox("AutoUpdateCheck", QStringLiteral("Automatically Check for Corva updates")));
-    firstWindow_ = new QComboBox;
-    firstWindow_->addItems({QStringLiteral("Scanner"), QStringLiteral("Mailer")});
-    form->addRow(QStringLiteral("Display this window first:"), firstWindow_);
-    for (int i = 0; i < 3; ++i)
-        form->addRow(QStringLiteral("Message is older than"),
-                     withUnit(QStringLiteral("Age%1").arg(i), QStringLiteral("days")));
-    form->addRow(QStringLiteral("Font size for lists:"), withUnit("FontSize", ""));
-    form->addRow(QStringLiteral("Font size for messages:"), withUnit("MsgFontSize", ""));
-    QLineEdit* bounceSubject = addLine("BOUNCESUBJECT");
-    form->addRow(QStringLiteral("Bounce subject:"), bounceSubject);
+    const QList<QCheckBox*> boxes = {
+        autoDelete,
+        addBox("DELETEONRETRIEVE", QStringLiteral("Delete Mail from Server when retrieving")),
+        addBox("ScanOnStart", QStringLiteral("Scan for mail on startup")),
+        addBox("RetrieveOnStart", QStringLiteral("Retrieve mail on startup")),
+        addBox("AUDIO", QStringLiteral("Play Audio Alerts on new messages")),
+        addBox("STARTMIN", QStringLiteral("Start program minimised to System Tray")),
+        addBox("DisableReadOnServer", QStringLiteral("Disable 'Read email on server' option")),
+        addBox("AutoUpdateCheck", QStringLiteral("Automatically Check for Corva updates"))};
+    for (int i = 0; i < boxes.size(); ++i) grid->addWidget(boxes[i], i % 4, i / 4);
+    layout->addWidget(options);
+
+    auto* bounces = new QGroupBox(QStringLiteral("Bounced messages"));
+    auto* bounceForm = new QFormLayout(bounces);
+    bounceForm->addRow(QStringLiteral("Subject:"), addLine("BOUNCESUBJECT"));
     QLineEdit* bouncePrefix = addLine("BOUNCEPREFIX");
     bouncePrefix->setToolTip(
         QStringLiteral("This is the mail server address shown in outbound bounced "
                        "messages. Usually it's your POP3 server"));
-    form->addRow(QStringLiteral("Bounce sender:"), bouncePrefix);
+    bounceForm->addRow(QStringLiteral("Sender:"), bouncePrefix);
+    layout->addWidget(bounces);
+    layout->addStretch();
+    return page;
+}
+
+QWidget* SettingsDialog::buildDisplayPage() {
+    auto* page = new QWidget;
+    auto* layout = new QVBoxLayout(page);
+    auto* windows = new QGroupBox(QStringLiteral("Windows"));
+    auto* form = new QFormLayout(windows);
+    firstWindow_ = new QComboBox;
+    firstWindow_->addItems({QStringLiteral("Scanner"), QStringLiteral("Mailer")});
+    form->addRow(QStringLiteral("Display this window first:"), firstWindow_);
+    form->addRow(QStringLiteral("Font size for lists:"), withUnit(addNumber("FontSize"), {}));
+    form->addRow(QStringLiteral("Font size for messages:"), withUnit(addNumber("MsgFontSize"), {}));
     language_ = new QComboBox;
     for (const auto& l : logic_.Languages()) language_->addItem(q(l));
     form->addRow(QStringLiteral("Language:"), language_);
+    layout->addWidget(windows);
+
+    auto* ages = new QGroupBox(QStringLiteral("Message ages"));
+    auto* agesForm = new QFormLayout(ages);
+    for (int i = 0; i < 3; ++i)
+        agesForm->addRow(
+            QStringLiteral("Message is older than"),
+            withUnit(addNumber(QStringLiteral("Age%1").arg(i)), QStringLiteral("days")));
+    layout->addWidget(ages);
+    layout->addStretch();
     return page;
 }
 

@@ -29,8 +29,10 @@ public:
 private:
     QWidget* buildAccountsPage();
     QWidget* buildCheckingPage();
+    QWidget* buildDisplayPage();
     QWidget* buildFoldersPage();
     QLineEdit* addLine(const QString& name);
+    QLineEdit* addNumber(const QString& name);
     QCheckBox* addBox(const QString& name, const QString& caption);
     void showGlobals(const GlobalFields& g);
     GlobalFields readGlobals() const;

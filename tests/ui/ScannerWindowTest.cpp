@@ -160,7 +160,7 @@ TEST_F(ScannerLifeTest, QuitWithMailInTheOutboxAsksAndNoKeepsRunning) {
     start();
     writeFile(MessageFolder + "Outbox/00waiting.eml", "Subject: later\r\n\r\nbody\r\n");
     platform_.prompts_.answer = platform::Answer::No;
-    window->toolbarAction("quit")->trigger();
+    window->toolbarAction("menu:quit")->trigger();
 
     ASSERT_EQ(prompts().size(), 1u);
     EXPECT_EQ(prompts()[0], "You still have mail in your outbox. Are you sure you want to quit?");

@@ -84,6 +84,8 @@ TEST_F(SettingsDialogTest, OkWritesEveryEditedAccountAndTheGlobalsToCorvaIni) {
     dialog->box("STARTMIN")->setChecked(true);
     dialog->findChild<QTabWidget*>()->setCurrentIndex(1);
     saveScreenshot(*dialog, "settings-checking");
+    dialog->findChild<QTabWidget*>()->setCurrentIndex(2);
+    saveScreenshot(*dialog, "settings-display");
 
     ASSERT_TRUE(dialog->confirm()) << (prompts().empty() ? "" : prompts().back());
     cSHAREDSettings ini = onDisk();
