@@ -1,0 +1,83 @@
+// "corva send": the upload run over the Outbox, one connection per account,
+// reporting each message as it goes out or fails.
+#include "app/Command.h"
+#include "app/HeadlessSession.h"
+#include "core/FileSubs.h"
+#include "smtp/frmSendMailWrapper.h"
+
+#include <climits>
+#include <iostream>
+#include <string>
+#include <vector>
+
+namespace corva::app {
+namespace {
+
+class SendReport : public SendMailWrapperListener {
+public:
+    explicit SendReport(bool quiet) : quiet_(quiet) {}
+    void Progress(const std::string& text) override {
+        if (!quiet_) std::cerr << text << "\n";
+    }
+    void Failed(const std::string& text) override {
+        std::cout << "Failed: " << text << "\n";
+        ++failures;
+    }
+    void messageSent(const std::string& file, const clsMessage& message) override {
+        std::cout << "Sent     " << file << "  " << message.Subject << "  to " << message.To_Email
+                  << "\n";
+        ++sent;
+    }
+    void messageFailed(const std::string& file, const std::string& explanation) override {
+        std::string oneLine = explanation;
+        for (char& c : oneLine)
+            if (c == '\r' || c == '\n') c = ' ';
+        std::cout << "Not sent " << file << "  " << oneLine << "\n";
+        ++failures;
+    }
+    int sent = 0;
+    int failures = 0;
+
+private:
+    bool quiet_;
+};
+
+int run(CommandArgs& args) {
+    const bool quiet = args.flag("--quiet");
+    auto unknown = args.unknownOptions();
+    if (!unknown.empty() || !args.rest().empty()) {
+        for (const auto& u : unknown) std::cerr << "Unknown option: " << u << "\n";
+        std::cerr << "Usage: corva send [--quiet]\n";
+        return 2;
+    }
+    HeadlessSession session;
+    CatchInterrupt();
+    SendReport report(quiet);
+    frmSendMailWrapper wrapper;
+    wrapper.setListener(&report);
+    wrapper.UploadSpooledMail();
+    platform::current().eventLoop().runUntil([&] { return !wrapper.Uploading() || Interrupted(); },
+                                             INT_MAX);
+    if (Interrupted()) wrapper.CancelSend();
+
+    std::vector<std::string> left;
+    FillFiles(frmSendMailWrapper::outboxfolder(), "EML", left);
+    std::cout << report.sent << " sent, " << left.size() << " left in Outbox\n";
+    return report.failures > 0 || !left.empty() || Interrupted() ? 1 : 0;
+}
+
+const CommandRegistration registration({
+    "send",
+    "corva send [--quiet]",
+    "upload the mail waiting in the Outbox",
+    "Sends every file in the Outbox through the SMTP server of the account its\n"
+    "name begins with (SMTPn, SMTPPortn, SMTPAuthn ...), one connection per\n"
+    "account, and moves each sent message to Sent Items. Prints one line per\n"
+    "message sent or refused and the count left in the Outbox; the status texts\n"
+    "go to stderr (not with --quiet). A message that fails stays in the Outbox\n"
+    "for the next run. The exit status is 1 when anything was left unsent.",
+    run,
+});
+
+} // namespace
+} // namespace corva::app
