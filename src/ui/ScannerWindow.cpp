@@ -226,8 +226,10 @@ void ScannerWindow::buildMenus() {
     silentAction_ = trayMenu_->addAction(QStringLiteral("Silent"));
     silentAction_->setCheckable(true);
     connect(silentAction_, &QAction::triggered, this, [this](bool on) {
-        // Silent flips the audio alerts and keeps the choice.
+        // Silent flips the audio alerts and keeps the choice; frmMain reads
+        // the key again so the next new mail already follows it.
         sset("AUDIO", on ? 0 : 1);
+        if (main_) main_->readsettings();
     });
     trayMenu_->addSeparator();
     connect(trayMenu_->addAction(QStringLiteral("Exit")), &QAction::triggered, this,
@@ -355,8 +357,14 @@ int ScannerWindow::CurrentWindowState() const {
 }
 
 void ScannerWindow::HideWindow() {
-    if (!isVisible() && main_ && !main_->started()) hiddenAtStart_ = true;
+    // Hidden before it was ever shown: start-up asked for the tray only.
+    if (!everShown_) hiddenAtStart_ = true;
     hide();
+}
+
+void ScannerWindow::showEvent(QShowEvent* event) {
+    everShown_ = true;
+    QMainWindow::showEvent(event);
 }
 
 void ScannerWindow::ClearList() {

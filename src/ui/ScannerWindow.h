@@ -84,6 +84,7 @@ public:
 protected:
     void closeEvent(QCloseEvent* event) override;
     void changeEvent(QEvent* event) override;
+    void showEvent(QShowEvent* event) override;
 
 private:
     void buildToolbar();
@@ -117,6 +118,7 @@ private:
     FetchPurpose fetchPurpose_ = FetchPurpose::None;
     bool readOnServerEnabled_ = true;
     bool hiddenAtStart_ = false;
+    bool everShown_ = false;
 };
 
 } // namespace corva::ui

@@ -182,5 +182,36 @@ TEST_F(ScannerLifeTest, TheCloseBoxHidesAndQuitsNothing) {
     EXPECT_TRUE(prompts().empty());
 }
 
+TEST_F(ScannerLifeTest, StartMinimisedHidesTheWindowOnlyForTheTextOne) {
+    writeFile(dir.file("Corva.ini"), "STARTMIN,1\r\n");
+    start();
+    EXPECT_TRUE(window->hiddenAtStart());
+    EXPECT_FALSE(window->isVisible());
+    stop();
+
+    writeFile(dir.file("Corva.ini"), "STARTMIN,TRUE\r\n");
+    start();
+    EXPECT_FALSE(window->hiddenAtStart());
+    EXPECT_TRUE(window->isVisible());
+}
+
+TEST_F(ScannerLifeTest, SilentFlipsTheAudioAlertsAtOnce) {
+    writeFile(dir.file("Corva.ini"), "AUDIO,1\r\n");
+    start();
+    ASSERT_TRUE(main->AudioOn());
+    QAction* silent = nullptr;
+    for (QAction* a : window->findChildren<QAction*>())
+        if (a->text() == "Silent") silent = a;
+    ASSERT_NE(silent, nullptr);
+    EXPECT_FALSE(silent->isChecked());
+
+    silent->trigger();
+    EXPECT_EQ(sget("AUDIO", -1).toInt(), 0);
+    EXPECT_FALSE(main->AudioOn());
+    silent->trigger();
+    EXPECT_EQ(sget("AUDIO", -1).toInt(), 1);
+    EXPECT_TRUE(main->AudioOn());
+}
+
 } // namespace
 } // namespace corva::test

@@ -93,7 +93,8 @@ protected:
         options.autoScan = frmMain::AutoScan::Off;
         main->StartProgram(options);
         sset("MailTimeout", 3);
-        window->show();
+        // As the program does: shown unless start-up hid it.
+        if (!window->hiddenAtStart()) window->show();
     }
     void stop() {
         platform_.prompts_.answer = platform::Answer::Yes;
