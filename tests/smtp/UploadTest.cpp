@@ -3,6 +3,7 @@
 #include "SendTestSupport.h"
 
 #include "core/AppInfo.h"
+#include "support/FakeServer.h"
 #include "support/SmtpServer.h"
 
 #include <QByteArray>
@@ -273,6 +274,38 @@ TEST_F(SpoolNameTest, SpoolsTakeTheNextFreeNumberPerAccount) {
     std::vector<std::string> all;
     FillFiles(outbox(), "EML TMP", all);
     EXPECT_EQ(all.size(), 3u);
+}
+
+} // namespace
+} // namespace corva::test
+
+namespace corva::test {
+namespace {
+
+// Each credential goes out followed by an empty line. A server that reads the
+// empty line as the answer to its next challenge refuses the login; the
+// message then stays in the Outbox.
+TEST_F(SendFixture, LoginAgainstARealServerShowsTheEmptyLines) {
+    SmtpServer server("ann", "secret");
+    ASSERT_TRUE(server.running());
+    setAccount(0, server.port(), "ann@example.com");
+    sset("SMTPAuth0", true);
+    sset("SMTPUname0", "ann");
+    sset("SMTPPwd0", "secret");
+    frmSendMailWrapper wrapper;
+    UploadEvents events;
+    wrapper.setListener(&events);
+    ASSERT_FALSE(wrapper.SpoolMessage(composed(0, "bob@example.net", "Login", "x")).empty());
+    ASSERT_TRUE(upload(wrapper));
+    ASSERT_GE(server.connectionCount(), 1);
+    const std::string wire = server.received(1);
+    EXPECT_EQ(wire.substr(0, 38), "EHLO example.com\r\nAUTH LOGIN\r\nYW5u\r\n\r\n")
+        << visible(wire);
+    // aiosmtpd takes the empty line for the password and refuses the login.
+    EXPECT_NE(server.authLog().find("LOGIN 'ann' '' refused"), std::string::npos);
+    EXPECT_TRUE(events.said("Host Login Failed!"));
+    EXPECT_EQ(filesIn(outbox()), std::vector<std::string>{"00_outbound_0.eml"});
+    EXPECT_TRUE(filesIn(sentItems()).empty());
 }
 
 } // namespace
