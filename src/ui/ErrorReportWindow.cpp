@@ -25,19 +25,22 @@ ErrorReportWindow::ErrorReportWindow(QWidget* parent) : QDialog(parent) {
     layout->addWidget(heading);
 
     panes_ = new QStackedWidget;
-    auto pane = [&](const QString& caption, QPlainTextEdit*& edit, bool readOnly) {
+    auto pane = [&](const QString& name, const QString& caption, QPlainTextEdit*& edit,
+                    bool readOnly) {
         auto* w = new QWidget;
         auto* v = new QVBoxLayout(w);
         v->setContentsMargins(0, 0, 0, 0);
         v->addWidget(new QLabel(caption));
         edit = new QPlainTextEdit;
+        edit->setObjectName(name);
         edit->setReadOnly(readOnly);
         v->addWidget(edit);
         panes_->addWidget(w);
     };
-    pane(QStringLiteral("Error Details"), txtError_, true);
-    pane(QStringLiteral("Log"), txtLog_, true);
-    pane(QStringLiteral("Enter your own comments here"), txtUserMessage_, false);
+    pane(QStringLiteral("txtError"), QStringLiteral("Error Details"), txtError_, true);
+    pane(QStringLiteral("txtLog"), QStringLiteral("Log"), txtLog_, true);
+    pane(QStringLiteral("txtUserMessage"), QStringLiteral("Enter your own comments here"),
+         txtUserMessage_, false);
     layout->addWidget(panes_);
 
     auto* buttons = new QHBoxLayout;
@@ -87,7 +90,7 @@ std::string ErrorReportWindow::mailLink() const {
                               fromDisplay(txtLog_->toPlainText()), logPath_);
 }
 
-void ErrorReportWindow::show(const std::string& text) {
+void ErrorReportWindow::showerr(const std::string& text) {
     ErrorReportWindow window;
     window.showerror("log.txt", text);
     window.exec();

@@ -23,7 +23,7 @@ public:
     std::string mailLink() const;
     void openComments();
     // Creates a window for one error and waits until it closes.
-    static void show(const std::string& text);
+    static void showerr(const std::string& text);
 
 private:
     QPlainTextEdit* txtError_;

@@ -22,7 +22,7 @@ int RunWindows(int argc, char** argv) {
     platform::qt::QtPlatform platform;
     platform::ScopedPlatform installed(platform);
     SetAppPath(ChooseProgramFolder(app::HomeOption()));
-    SetErrorReportHandler([](const std::string& text) { ErrorReportWindow::show(text); });
+    SetErrorReportHandler([](const std::string& text) { ErrorReportWindow::showerr(text); });
 
     ScannerWindow window;
     frmMain main(&window);

@@ -4,6 +4,7 @@
 #include "ui/UiFixture.h"
 
 #include "support/DovecotServer.h"
+#include "ui/TextWindow.h"
 
 #include <QAction>
 #include <QHeaderView>
@@ -152,6 +153,60 @@ TEST_F(ScannerScanTest, BounceWithoutSenderSaysSoAndSpoolsNothing) {
     FillFiles(MessageFolder + OutboxFolder, "eml", spooled);
     EXPECT_EQ(spooled.size(), 1u);
     EXPECT_EQ(prompts().back().rfind("Selected messages have been bounced.", 0), 0u);
+}
+
+// The window a fetched message opened, once it has arrived.
+ui::TextWindow* waitForTextWindow(ui::ScannerWindow& window) {
+    ui::TextWindow* found = nullptr;
+    platform::current().eventLoop().runUntil(
+        [&] {
+            found = window.findChild<ui::TextWindow*>();
+            return found != nullptr;
+        },
+        10000);
+    return found;
+}
+
+TEST_F(ScannerScanTest, ReadAndDownloadFetchTheOneMessageFromTheServer) {
+    window->selectRow(rowOf("lunch on friday"));
+    window->runLineCommand("Read Message");
+    ui::TextWindow* shownWindow = waitForTextWindow(*window);
+    ASSERT_NE(shownWindow, nullptr);
+    EXPECT_EQ(shownWindow->windowTitle(), "lunch on friday");
+    EXPECT_TRUE(shownWindow->text().contains("Hello.")) << shownWindow->text().toStdString();
+    EXPECT_EQ(window->statusPanelText(1), "Viewing email");
+    delete shownWindow;
+
+    window->selectRow(rowOf("big sale"));
+    window->runLineCommand("Download selected message to inbox");
+    std::vector<std::string> stored;
+    platform::current().eventLoop().runUntil(
+        [&] {
+            stored.clear();
+            FillFiles(MessageFolder + InboxFolder, "eml", stored);
+            return !stored.empty();
+        },
+        10000);
+    ASSERT_EQ(stored.size(), 1u);
+    EXPECT_EQ(stored[0].rfind("DOWNLOAD", 0), 0u) << stored[0] << " is a new, unread message";
+    EXPECT_NE(readFile(MessageFolder + "Inbox/" + stored[0]).find("Subject: big sale"),
+              std::string::npos);
+    // Nothing left the server.
+    EXPECT_EQ(server->messageCount("ann"), 4);
+}
+
+TEST_F(ScannerScanTest, DoubleClickNeedsTheUnnumberedDisplayNameAndReadingAllowed) {
+    QModelIndex lunch = model().index(rowOf("lunch on friday"), 0);
+    window->selectRow(lunch.row());
+    emit window->listView().doubleClicked(lunch);
+    ASSERT_EQ(prompts().size(), 1u);
+    EXPECT_EQ(prompts()[0],
+              "Before sending mail you must specify a Reply-To email address in the settings.");
+
+    sset("DisableReadOnServer", true);
+    main->readsettings();
+    emit window->listView().doubleClicked(lunch);
+    EXPECT_EQ(prompts().size(), 1u) << "reading on the server is switched off";
 }
 
 class ScannerLifeTest : public ScannerFixture {};
