@@ -6,6 +6,7 @@
 #include "platform/Platform.h"
 #include "ui/DisplayText.h"
 
+#include <QFontDatabase>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QPlainTextEdit>
@@ -24,24 +25,33 @@ ErrorReportWindow::ErrorReportWindow(QWidget* parent) : QDialog(parent) {
     heading->setFont(f);
     layout->addWidget(heading);
 
+    auto edit = [](const QString& name, bool readOnly) {
+        auto* e = new QPlainTextEdit;
+        e->setObjectName(name);
+        e->setReadOnly(readOnly);
+        return e;
+    };
+    // The error stays in sight; the log and the comments share the space below.
+    layout->addWidget(new QLabel(QStringLiteral("Error Details")));
+    txtError_ = edit(QStringLiteral("txtError"), true);
+    txtError_->setMaximumHeight(fontMetrics().lineSpacing() * 5);
+    layout->addWidget(txtError_);
+
     panes_ = new QStackedWidget;
-    auto pane = [&](const QString& name, const QString& caption, QPlainTextEdit*& edit,
-                    bool readOnly) {
+    auto pane = [&](const QString& caption, QPlainTextEdit* e) {
         auto* w = new QWidget;
         auto* v = new QVBoxLayout(w);
         v->setContentsMargins(0, 0, 0, 0);
         v->addWidget(new QLabel(caption));
-        edit = new QPlainTextEdit;
-        edit->setObjectName(name);
-        edit->setReadOnly(readOnly);
-        v->addWidget(edit);
+        v->addWidget(e);
         panes_->addWidget(w);
     };
-    pane(QStringLiteral("txtError"), QStringLiteral("Error Details"), txtError_, true);
-    pane(QStringLiteral("txtLog"), QStringLiteral("Log"), txtLog_, true);
-    pane(QStringLiteral("txtUserMessage"), QStringLiteral("Enter your own comments here"),
-         txtUserMessage_, false);
-    layout->addWidget(panes_);
+    txtLog_ = edit(QStringLiteral("txtLog"), true);
+    txtLog_->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
+    pane(QStringLiteral("Log"), txtLog_);
+    txtUserMessage_ = edit(QStringLiteral("txtUserMessage"), false);
+    pane(QStringLiteral("Enter your own comments here"), txtUserMessage_);
+    layout->addWidget(panes_, 1);
 
     auto* buttons = new QHBoxLayout;
     auto button = [&](const QString& text, auto fn) {
@@ -50,7 +60,7 @@ ErrorReportWindow::ErrorReportWindow(QWidget* parent) : QDialog(parent) {
         buttons->addWidget(b);
     };
     button(QStringLiteral("Enter Comments"), [this] { openComments(); });
-    button(QStringLiteral("View Log File"), [this] { panes_->setCurrentIndex(1); });
+    button(QStringLiteral("View Log File"), [this] { panes_->setCurrentIndex(0); });
     button(QStringLiteral("View Error Report"), [this] {
         std::string path = AppPath() + "fulllog.txt";
         WriteTextFile(path, reportText());
@@ -75,7 +85,8 @@ void ErrorReportWindow::showerror(const std::string& logName, const std::string&
 
 void ErrorReportWindow::openComments() {
     commentsOpened_ = true;
-    panes_->setCurrentIndex(2);
+    panes_->setCurrentIndex(1);
+    txtUserMessage_->setFocus();
 }
 
 std::string ErrorReportWindow::reportText() const {
