@@ -173,6 +173,24 @@ TEST_F(CycleFaultTest, NoAccountsEndsWithTheSettingsQuestionAndNoTimer) {
     EXPECT_FALSE(main->SendAfterCheck());
 }
 
+TEST_F(CycleFaultTest, UnreachableServerEndsTheCycle) {
+    FakeServer second(emptyMailbox("bob"));
+    start();
+    sset("MailTimeout", 2);
+    setAccount(0, "nosuchhost.invalid", "ann", "Ann");
+    setAccount(1, second.address(), "bob", "Bob");
+
+    ASSERT_TRUE(cycle(false, false, 15000));
+    EXPECT_EQ(main->CurrentAccount(), -1);
+    EXPECT_EQ(second.received(), "") << "a network failure ends the whole cycle";
+    auto& seen = view.progress;
+    bool noConnection = std::find(seen.begin(), seen.end(), "No Internet Connection") != seen.end();
+    auto notices = view.texts(Kind::Notice);
+    bool timedOut =
+        std::find(notices.begin(), notices.end(), "Timed out after 2 seconds.") != notices.end();
+    EXPECT_TRUE(noConnection || timedOut);
+}
+
 TEST_F(CycleFaultTest, ASecondCheckWhileOneRunsIsRefused) {
     FakeServer silent({Say("+OK ready\r\n"), Silence()});
     start();

@@ -182,6 +182,16 @@ TEST_F(DovecotCycleTest, RetrieveStoresEachPassingMessageOnceAndAgainOnTheNextRe
     EXPECT_EQ(readunreadtag(MessageFolder + "Inbox/"), 4);
     EXPECT_EQ(readunreadtag(MessageFolder + "Lists/"), 1);
     EXPECT_GT(readlastmessagetag(MessageFolder + "Inbox/"), 0);
+    // The list holds the headers it shows, and never the retrieved bodies.
+    EXPECT_EQ(main->ServerMessages().Count(), 9);
+    int stored = 0;
+    for (const auto& m : main->ServerMessages()) {
+        if (m->Filename().empty()) continue; // a header line: blocked or ignored
+        ++stored;
+        EXPECT_TRUE(m->MessageBody.empty()) << m->Subject;
+        EXPECT_EQ(m->RawMessage().find("Hello."), std::string::npos) << m->Subject;
+    }
+    EXPECT_EQ(stored, 5);
     // Nothing was deleted: the servers still hold everything.
     EXPECT_EQ(onServer(*serverA, "ann").size(), 4u);
 
