@@ -114,6 +114,7 @@ ScannerWindow::ScannerWindow() {
     lowerLayout->setContentsMargins(0, 0, 0, 0);
     auto* lblHeaders = new QLabel(QStringLiteral("Headers"));
     lblMessageNumber_ = new QLabel;
+    lblMessageNumber_->setObjectName(QStringLiteral("lblMessageNumber"));
     auto* labels = new QHBoxLayout;
     labels->addWidget(lblHeaders);
     labels->addStretch();
@@ -433,7 +434,8 @@ void ScannerWindow::ShowTrayIcon(const std::string& tip, TrayPicture picture) {
 }
 
 void ScannerWindow::ChangeTrayIcon(const std::string& tip, TrayPicture picture) {
-    trayTip_ = toDisplay(tip);
+    // The flashing frames come with no tip: the tip shown stays.
+    if (!tip.empty()) trayTip_ = toDisplay(tip);
     trayPicture_ = picture;
     if (!tray_) return;
     tray_->setIcon(trayIcon(picture));

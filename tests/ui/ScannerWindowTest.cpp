@@ -8,6 +8,7 @@
 
 #include <QAction>
 #include <QHeaderView>
+#include <QLabel>
 #include <QMenu>
 #include <QTreeView>
 
@@ -115,10 +116,23 @@ TEST_F(ScannerScanTest, BlockingASenderRecoloursAllItsLinesWithoutConnecting) {
     EXPECT_EQ(colour(rowOf("big sale")), Green);
 }
 
+TEST_F(ScannerScanTest, TheTrayIconFlashesWithoutLosingItsTip) {
+    ASSERT_EQ(window->trayPicture(), TrayPicture::GotMail);
+    main->starticontimer();
+    EXPECT_EQ(window->trayPicture(), TrayPicture::SmallS);
+    EXPECT_EQ(window->trayTip(), "Corva - Ann - 3 message(s)");
+    EXPECT_TRUE(platform::current().eventLoop().runUntil(
+        [&] { return window->trayPicture() == TrayPicture::GotMail; }, 2000));
+    main->stopicontimer();
+    EXPECT_EQ(window->trayTip(), "Corva - Ann - 3 message(s)");
+}
+
 TEST_F(ScannerScanTest, SelectingALineShowsItsHeadersAndTailorsTheMenu) {
     int lunch = rowOf("lunch on friday");
     window->selectRow(lunch);
     EXPECT_TRUE(window->headersText().contains("Subject: lunch on friday"));
+    auto* number = window->findChild<QLabel*>("lblMessageNumber");
+    EXPECT_EQ(number->text(), "Msg: 1 on Ann");
 
     std::unique_ptr<QMenu> menu(window->buildRightClickMenu());
     QStringList entries;
@@ -133,6 +147,7 @@ TEST_F(ScannerScanTest, SelectingALineShowsItsHeadersAndTailorsTheMenu) {
     // A server line is no message: the commands are refused quietly.
     window->selectRow(0);
     EXPECT_TRUE(window->headersText().isEmpty());
+    EXPECT_EQ(number->text(), "Server");
     window->runLineCommand("Block sender");
     EXPECT_EQ(readFile(dir.file("Blocked.txt")), "spammer@elsewhere.test\r\n");
 }
