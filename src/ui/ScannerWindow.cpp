@@ -218,6 +218,13 @@ void ScannerWindow::buildMenus() {
     connect(trayMenu_->addAction(QStringLiteral("Scan")), &QAction::triggered, this,
             [this] { act("scan"); });
     scanAccountMenu_ = trayMenu_->addMenu(QStringLiteral("Scan Account"));
+    // The entries name the first four accounts as they are titled now.
+    connect(scanAccountMenu_, &QMenu::aboutToShow, this, [this] {
+        const auto entries = scanAccountMenu_->actions();
+        for (int i = 0; i < entries.size(); ++i)
+            entries[i]->setText(toDisplay(
+                sget("TITLE" + std::to_string(i), "Account " + std::to_string(i + 1)).toText()));
+    });
     for (int i = 0; i < 4; ++i) {
         QAction* a = scanAccountMenu_->addAction(QStringLiteral("Account %1").arg(i + 1));
         connect(a, &QAction::triggered, this, [this, i] {

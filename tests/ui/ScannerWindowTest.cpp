@@ -127,6 +127,25 @@ TEST_F(ScannerScanTest, TheTrayIconFlashesWithoutLosingItsTip) {
     EXPECT_EQ(window->trayTip(), "Corva - Ann - 3 message(s)");
 }
 
+TEST_F(ScannerScanTest, TheTrayMenuNamesTheAccountsAndScansOne) {
+    QMenu* accounts = nullptr;
+    for (QMenu* m : window->findChildren<QMenu*>())
+        if (m->title() == "Scan Account") accounts = m;
+    ASSERT_NE(accounts, nullptr);
+    emit accounts->aboutToShow();
+    ASSERT_EQ(accounts->actions().size(), 4);
+    EXPECT_EQ(accounts->actions()[0]->text(), "Ann");
+    EXPECT_EQ(accounts->actions()[1]->text(), "Account 2");
+
+    window->selectRow(rowOf("big sale"));
+    window->runLineCommand("Block sender"); // the list now starts with "Rescan"
+    accounts->actions()[0]->trigger();
+    ASSERT_TRUE(
+        platform::current().eventLoop().runUntil([&] { return !main->CycleRunning(); }, 30000));
+    EXPECT_EQ(model().line(0).Status, "Ann");
+    EXPECT_EQ(shown(rowOf("last chance"), 0), "BLOCK");
+}
+
 TEST_F(ScannerScanTest, SelectingALineShowsItsHeadersAndTailorsTheMenu) {
     int lunch = rowOf("lunch on friday");
     window->selectRow(lunch);
