@@ -16,7 +16,9 @@
 #include "store/modTags.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -32,10 +34,14 @@ std::string accountPrefix(int account) {
     return buffer;
 }
 
-// Creates the file only if it is not there; true when this call made it.
+// Creates the file only if it is not there; true when this call made it,
+// false when it was there already.
 bool createExclusively(const std::string& path) {
-    int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL, 0600);
-    if (fd < 0) return false;
+    int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+    if (fd < 0) {
+        if (errno == EEXIST) return false;
+        throw RunError(Err::PathFileAccess, "Cannot write " + path + ": " + std::strerror(errno));
+    }
     ::close(fd);
     return true;
 }
@@ -88,6 +94,7 @@ std::string frmSendMailWrapper::SpoolMessage(clsMessage& message, const std::str
     return path;
 }
 
+// Throws when the Outbox can't be written.
 std::string frmSendMailWrapper::reserveoutboxname(int account) {
     std::string folder = outboxfolder();
     MkMissingDir(folder);

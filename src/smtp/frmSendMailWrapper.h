@@ -72,9 +72,6 @@ public:
     // Splits "a <x@y>; b@z" into an address list and a name list, both ";"
     // separated. A nameless entry takes the address list so far as its name.
     static void splitaddresses(const std::string& text, std::string& addresses, std::string& names);
-    // NN_outbound_K.eml in the Outbox with the first free K, reserved on disk
-    // so that a second spool at the same moment takes the next number.
-    static std::string reserveoutboxname(int account);
     static std::string outboxfolder();
     static std::string sentitemsfolder();
 
@@ -85,6 +82,9 @@ private:
     void Status(const std::string& Status) override;
     void Progress(int PercentComplete) override;
 
+    // NN_outbound_K.eml in the Outbox with the first free K, reserved on disk
+    // so that a second spool at the same moment takes the next number.
+    static std::string reserveoutboxname(int account);
     bool connect(int account);
     void disconnect();
     void nextserver(int startAccount);
