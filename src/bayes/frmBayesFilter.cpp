@@ -190,9 +190,9 @@ void frmBayesFilter::GenerateTables(const std::string& label, const std::string&
     for (size_t i = 0; i < files.size(); ++i) {
         guarded("GenerateTables", Module, [&] {
             auto msg = readfullmessage(files[i]);
-            if (!(unreadOnly && msg->Read)) hashmessage(table, *msg, false);
+            if (msg && !(unreadOnly && msg->Read)) hashmessage(table, *msg, false);
         });
-        status(label + " - Message " + std::to_string(i + 1) + " of " + total);
+        if (listener_) status(label + " - Message " + std::to_string(i + 1) + " of " + total);
         yielder.maybe();
     }
     // Read messages that an unread-only pass skipped count as well.
