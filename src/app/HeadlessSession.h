@@ -34,6 +34,8 @@ public:
     frmGetMail& getMail() { return main_->GetMail(); }
     frmFilters& serverFilters() { return main_->ServerFilters(); }
     frmFilters& localFilters() { return main_->LocalFilters(); }
+    frmSendMailWrapper& sendMailWrapper() { return main_->SendMailWrapper(); }
+    frmBayesFilter& bayesFilter() { return main_->BayesFilter(); }
 
     // Ends the session early (after Ctrl-C); the destructor then does nothing more.
     void shutdown();
