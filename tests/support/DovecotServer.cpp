@@ -14,6 +14,7 @@
 #include <pwd.h>
 #include <sstream>
 #include <stdexcept>
+#include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -116,6 +117,8 @@ DovecotServer::DovecotServer() {
         if (pid_ < 0) break;
         if (pid_ == 0) {
             ::setpgid(0, 0);
+            // A test run that dies must not leave a server behind.
+            ::prctl(PR_SET_PDEATHSIG, SIGTERM);
             int out = ::open(errors.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0644);
             if (out >= 0) {
                 ::dup2(out, 1);
