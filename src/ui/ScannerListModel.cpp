@@ -46,11 +46,11 @@ QVariant ScannerListModel::data(const QModelIndex& index, int role) const {
     }
     if (role == Qt::ForegroundRole && l.Colour != 0) {
         QColor c = colourFromStored(l.Colour);
-        // The stored grey and pink were chosen for a grey list; on white they
-        // fade, so pale verdict colours are deepened a little there.
-        if (dark_)
-            c = c.lighter(150);
-        else if (c.lightness() > 160)
+        // The stored colours were chosen for a grey list: on white the pale
+        // ones fade and on black the deep ones, so those are adjusted.
+        if (dark_ && c.lightness() < 110)
+            c = c.lighter(180);
+        else if (!dark_ && c.lightness() > 160)
             c = c.darker(125);
         return QBrush(c);
     }

@@ -404,7 +404,8 @@ void ScannerWindow::SetToolbarButtonImage(const std::string& key, const std::str
     QAction* a = toolbarAction(QString::fromStdString(key));
     if (!a) return;
     bool running = image == "stop";
-    a->setIcon(commandIcon(QString::fromStdString(image)));
+    upAndDownImage_ = QString::fromStdString(image);
+    a->setIcon(commandIcon(upAndDownImage_));
     a->setText(running ? QStringLiteral("Stop") : QStringLiteral("Send/Receive"));
     if (QAction* stop = toolbarAction("stop")) stop->setEnabled(running);
 }
@@ -686,8 +687,16 @@ void ScannerWindow::closeEvent(QCloseEvent* event) {
 }
 
 void ScannerWindow::changeEvent(QEvent* event) {
-    if (event->type() == QEvent::PaletteChange || event->type() == QEvent::ApplicationPaletteChange)
+    if (event->type() == QEvent::PaletteChange ||
+        event->type() == QEvent::ApplicationPaletteChange) {
         model_->setDarkPalette(darkPalette());
+        // The pictures are drawn in the palette's ink: draw them again.
+        for (const auto& [key, action] : actions_) {
+            QString image = key.startsWith("menu:") ? key.mid(5) : key;
+            if (key == "upanddown") image = upAndDownImage_;
+            action->setIcon(commandIcon(image));
+        }
+    }
     QMainWindow::changeEvent(event);
 }
 

@@ -113,6 +113,7 @@ private:
     QToolButton* upAndDown_ = nullptr;
     std::map<QString, QAction*> actions_;
     QString trayTip_;
+    QString upAndDownImage_ = QStringLiteral("upanddown");
     TrayPicture trayPicture_ = TrayPicture::LargeS;
     std::unique_ptr<QSplashScreen> splash_;
     FetchPurpose fetchPurpose_ = FetchPurpose::None;

@@ -7,9 +7,12 @@
 #include "ui/TextWindow.h"
 
 #include <QAction>
+#include <QApplication>
 #include <QHeaderView>
+#include <QImage>
 #include <QLabel>
 #include <QMenu>
+#include <QPalette>
 #include <QTreeView>
 
 #include <algorithm>
@@ -114,6 +117,35 @@ TEST_F(ScannerScanTest, BlockingASenderRecoloursAllItsLinesWithoutConnecting) {
     window->runLineCommand("Unblock sender");
     EXPECT_EQ(shown(rowOf("big sale"), 0), "PASS");
     EXPECT_EQ(colour(rowOf("big sale")), Green);
+}
+
+TEST_F(ScannerScanTest, ADarkPaletteLightensTheVerdictColours) {
+    const QPalette light = QApplication::palette();
+    QPalette dark = light;
+    dark.setColor(QPalette::Window, QColor(0x2B, 0x2B, 0x2B));
+    dark.setColor(QPalette::Base, QColor(0x1E, 0x1E, 0x1E));
+    dark.setColor(QPalette::AlternateBase, QColor(0x26, 0x26, 0x26));
+    dark.setColor(QPalette::Text, QColor(0xE0, 0xE0, 0xE0));
+    dark.setColor(QPalette::WindowText, QColor(0xE0, 0xE0, 0xE0));
+    dark.setColor(QPalette::Button, QColor(0x33, 0x33, 0x33));
+    dark.setColor(QPalette::ButtonText, QColor(0xE0, 0xE0, 0xE0));
+    QApplication::setPalette(dark);
+    QApplication::processEvents(); // the change reaches the window as an event
+    QColor onDark = colour(rowOf("lunch on friday"));
+    // The pictures follow: the scan glass is drawn in the light ink now.
+    QImage scan = window->toolbarAction("scan")->icon().pixmap(32, 32).toImage();
+    int lightInk = 0;
+    for (int y = 0; y < scan.height(); ++y)
+        for (int x = 0; x < scan.width(); ++x)
+            if (qAlpha(scan.pixel(x, y)) > 200 && QColor(scan.pixel(x, y)).lightness() > 160)
+                ++lightInk;
+    EXPECT_GT(lightInk, 20);
+    saveScreenshot(*window, "scanner-dark");
+    QApplication::setPalette(light);
+    QApplication::processEvents();
+
+    EXPECT_GT(onDark.lightness(), Green.lightness());
+    EXPECT_EQ(colour(rowOf("lunch on friday")), Green);
 }
 
 TEST_F(ScannerScanTest, TheTrayIconFlashesWithoutLosingItsTip) {
