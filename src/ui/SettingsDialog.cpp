@@ -5,6 +5,7 @@
 #include <QCheckBox>
 #include <QComboBox>
 #include <QDialogButtonBox>
+#include <QFileDialog>
 #include <QFormLayout>
 #include <QGridLayout>
 #include <QGroupBox>
@@ -228,20 +229,35 @@ QWidget* SettingsDialog::buildDisplayPage() {
 QWidget* SettingsDialog::buildFoldersPage() {
     auto* page = new QWidget;
     auto* form = new QFormLayout(page);
-    form->addRow(QStringLiteral("Mail Store"), addLine("MessageFolder"));
-    QLineEdit* data = addLine("DataFolder");
-    data->setToolTip(
-        QStringLiteral("This is the folder where contacts and other data will be stored."));
-    form->addRow(QStringLiteral("Other Data"), data);
-    QLineEdit* filters = addLine("FilterFolder");
-    filters->setToolTip(
-        QStringLiteral("This is the folder where all filter-related files will be stored."));
-    form->addRow(QStringLiteral("Filter Location"), filters);
-    QLineEdit* spam = addLine("SpamFolder");
-    spam->setToolTip(
-        QStringLiteral("If your spam archive gets big, move it out of the SpamBayes folder and "
-                       "specify the path here."));
-    form->addRow(QStringLiteral("Spam Archive"), spam);
+    // Each folder: its field, a browse button, and what it is for in plain sight.
+    auto folder = [&](const QString& name, const QString& caption, const QString& hint) {
+        QLineEdit* e = addLine(name);
+        auto* browse = new QPushButton(QStringLiteral("Browse..."));
+        connect(browse, &QPushButton::clicked, this, [this, e, caption] {
+            QString chosen = QFileDialog::getExistingDirectory(this, caption, e->text());
+            if (!chosen.isEmpty()) e->setText(chosen);
+        });
+        auto* row = new QHBoxLayout;
+        row->addWidget(e, 1);
+        row->addWidget(browse);
+        form->addRow(caption, row);
+        if (!hint.isEmpty()) {
+            auto* note = new QLabel(hint);
+            note->setWordWrap(true);
+            QFont small = note->font();
+            small.setPointSizeF(small.pointSizeF() * 0.9);
+            note->setFont(small);
+            form->addRow(QString(), note);
+        }
+    };
+    folder("MessageFolder", QStringLiteral("Mail Store"), {});
+    folder("DataFolder", QStringLiteral("Other Data"),
+           QStringLiteral("This is the folder where contacts and other data will be stored."));
+    folder("FilterFolder", QStringLiteral("Filter Location"),
+           QStringLiteral("This is the folder where all filter-related files will be stored."));
+    folder("SpamFolder", QStringLiteral("Spam Archive"),
+           QStringLiteral("If your spam archive gets big, move it out of the SpamBayes folder "
+                          "and specify the path here."));
     return page;
 }
 

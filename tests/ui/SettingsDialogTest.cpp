@@ -86,6 +86,8 @@ TEST_F(SettingsDialogTest, OkWritesEveryEditedAccountAndTheGlobalsToCorvaIni) {
     saveScreenshot(*dialog, "settings-checking");
     dialog->findChild<QTabWidget*>()->setCurrentIndex(2);
     saveScreenshot(*dialog, "settings-display");
+    dialog->findChild<QTabWidget*>()->setCurrentIndex(3);
+    saveScreenshot(*dialog, "settings-folders");
 
     ASSERT_TRUE(dialog->confirm()) << (prompts().empty() ? "" : prompts().back());
     cSHAREDSettings ini = onDisk();
