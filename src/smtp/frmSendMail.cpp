@@ -532,6 +532,7 @@ bool frmSendMail::encodeandsendfile(const std::string& path, int type, Output& o
             std::streamsize got = file.gcount();
             if (got <= 0) break;
             out.put(encodebase64byte(block.substr(0, static_cast<size_t>(got))));
+            flushText();
             DoEvents();
             if (aborted_) return false;
             if (got < static_cast<std::streamsize>(block.size())) break;
@@ -546,6 +547,7 @@ bool frmSendMail::encodeandsendfile(const std::string& path, int type, Output& o
         if (got <= 0) break;
         out.line(uuencodestring(chunk.substr(0, static_cast<size_t>(got))));
         if (++lines % 50 == 0) {
+            flushText();
             DoEvents();
             if (aborted_) return false;
         }
@@ -601,6 +603,7 @@ void frmSendMail::failsoon() {
 void frmSendMail::sendfail() {
     failPending_ = false;
     failTimer_->setEnabled(false);
+    outgoing_.clear();
     std::string text = Join(errors_, CRLF);
     errors_.clear();
     guarded("sendfail", Module, [&] {
@@ -620,7 +623,17 @@ void frmSendMail::raiseProgress(int percent) {
     if (listener_) listener_->Progress(percent);
 }
 
+// Output is gathered and written when the engine next waits or lets events
+// run: one write per step, so that small pieces never sit out a delayed
+// acknowledgement behind each other.
 void frmSendMail::sendText(const std::string& text) {
+    outgoing_ += text;
+}
+
+void frmSendMail::flushText() {
+    if (outgoing_.empty()) return;
+    std::string text;
+    text.swap(outgoing_);
     socketProgress_ = 0; // the socket counts its progress from each send
     sckMail_->sendData(text);
 }
@@ -759,11 +772,13 @@ void frmSendMail::onAuthChallenge(const std::string& text) {
         sendText(encodebase64string(password_) + CRLF);
     else
         sendText(std::string(CRLF) + "*" + CRLF);
+    flushText();
 }
 
 // ---- Waiting ----
 
 bool frmSendMail::waituntiltrue(const bool& flag, int seconds, bool fatal) {
+    flushText();
     if (seconds < 1) return false;
     deadline_ = SecondsOfDay() + static_cast<float>(seconds);
     // Near midnight the deadline wraps and lies behind the clock: the wait then
@@ -803,6 +818,7 @@ bool frmSendMail::connecttohost() {
     if (state == SocketState::Closed) {
         connected_ = false;
         pendingReply_.clear();
+        outgoing_.clear();
         // A new connection has to log in again.
         loggedIn_ = false;
         authParameter_ = false;
@@ -893,6 +909,7 @@ bool frmSendMail::Send(bool AlreadyFormatted) {
         raiseStatus("Starting transmission...");
         dataReady_ = false;
         sendText(std::string("DATA") + CRLF);
+        flushText();
         // A pause for slow servers, cut short as soon as the go-ahead is in.
         platform::current().eventLoop().runUntil([&] { return dataReady_ || aborted_; }, 1500);
         DoEvents();
@@ -907,6 +924,8 @@ bool frmSendMail::Send(bool AlreadyFormatted) {
             const size_t slice = 11400 * 78 / 57;
             for (size_t at = 0; at < message_.size() && !aborted_; at += slice) {
                 sendText(message_.substr(at, slice));
+                if (at + slice >= message_.size()) break; // the rest goes with the dot
+                flushText();
                 DoEvents();
             }
             if (!aborted_) sendText(std::string(CRLF) + CRLF);

@@ -149,6 +149,7 @@ private:
     void removeerror(const std::string& text);
     bool checkBeforeSending();
     void sendText(const std::string& text);
+    void flushText();
 
     // Where the text goes: the socket, or a spool buffer.
     class Output;
@@ -212,6 +213,7 @@ private:
     long long totalSize_ = 0;
     long long socketProgress_ = 0;
     int lastPercent_ = -1;
+    std::string outgoing_;     // written at the next wait or event pass
     std::string pendingReply_; // the start of a reply whose last line is still to come
     float deadline_ = 0;
 };
