@@ -535,9 +535,11 @@ void ScannerWindow::SpecificMessageArrived(clsMessage& message) {
         showTextWindow(QStringLiteral("Message source"), toDisplay(message.RawMessage()));
     } else if (purpose == FetchPurpose::Read) {
         SetStatusPanel(1, "Viewing email");
+        // A message is read, not inspected: its lines wrap to the window.
         showTextWindow(toDisplay(message.Subject),
                        toDisplay("From: " + message.From + "\nTo: " + message.To_Email +
-                                 "\nSubject: " + message.Subject + "\n\n" + message.MessageBody));
+                                 "\nSubject: " + message.Subject + "\n\n" + message.MessageBody))
+            ->setWordWrap(true);
     } else if (purpose == FetchPurpose::Download) {
         clsMessage copy = message;
         copy.Read = false;
@@ -547,10 +549,11 @@ void ScannerWindow::SpecificMessageArrived(clsMessage& message) {
     }
 }
 
-void ScannerWindow::showTextWindow(const QString& title, const QString& text) {
+TextWindow* ScannerWindow::showTextWindow(const QString& title, const QString& text) {
     auto* w = new TextWindow(title, text, this);
     w->setAttribute(Qt::WA_DeleteOnClose);
     w->show();
+    return w;
 }
 
 QMenu* ScannerWindow::buildRightClickMenu() {

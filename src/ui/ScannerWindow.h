@@ -25,6 +25,7 @@ class frmMain;
 namespace corva::ui {
 
 class ScannerListModel;
+class TextWindow;
 
 class ScannerWindow : public QMainWindow, public frmMainView {
     Q_OBJECT
@@ -96,7 +97,7 @@ private:
     clsMessage* selectedMessage() const;
     void fetchSelected(FetchPurpose purpose);
     void bounceSelected();
-    void showTextWindow(const QString& title, const QString& text);
+    TextWindow* showTextWindow(const QString& title, const QString& text);
     void act(const QString& key);
     void quit();
 

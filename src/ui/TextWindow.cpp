@@ -26,6 +26,10 @@ TextWindow::TextWindow(const QString& title, const QString& text, QWidget* paren
 void TextWindow::setText(const QString& text) {
     edit_->setPlainText(text);
 }
+void TextWindow::setWordWrap(bool wrap) {
+    edit_->setLineWrapMode(wrap ? QPlainTextEdit::WidgetWidth : QPlainTextEdit::NoWrap);
+}
+
 QString TextWindow::text() const {
     return edit_->toPlainText();
 }

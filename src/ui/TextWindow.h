@@ -13,6 +13,8 @@ class TextWindow : public QDialog {
 public:
     TextWindow(const QString& title, const QString& text, QWidget* parent = nullptr);
     void setText(const QString& text);
+    // Source and lists keep their lines; a message read wraps them.
+    void setWordWrap(bool wrap);
     QString text() const;
 
 private:
