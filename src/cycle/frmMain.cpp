@@ -375,7 +375,7 @@ void frmMain::checkmail(bool deleteMode, bool singleAccount, int account, bool r
         cycleRunning_ = true;
         stopmailtimer();
         starticontimer();
-        while (ServerMessages_.Count() > 0) ServerMessages_.Remove(1);
+        ServerMessages_.Clear();
         MessagesSeen_ = 0;
         MessagesKept_ = 0;
         setuplistview();
