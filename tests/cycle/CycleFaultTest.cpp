@@ -171,6 +171,7 @@ TEST_F(CycleFaultTest, NoAccountsEndsWithTheSettingsQuestionAndNoTimer) {
     EXPECT_TRUE(main->autoScanTimerEnabled());
     EXPECT_EQ(main->ScanDelay(), 30);
     EXPECT_FALSE(main->SendAfterCheck());
+    EXPECT_FALSE(main->Sending()) << "the upload ran and found nothing to send";
 }
 
 TEST_F(CycleFaultTest, UnreachableServerEndsTheCycle) {
