@@ -12,7 +12,6 @@
 #include "core/mSHAREDLogging.h"
 #include "core/mSHAREDSettings.h"
 #include "core/modSubs.h"
-#include "store/modMessageFiles.h"
 #include "store/modTags.h"
 
 #include <algorithm>
@@ -53,9 +52,40 @@ std::shared_ptr<clsMessage> readspooled(const std::string& path) {
     auto message = std::make_shared<clsMessage>();
     std::string text;
     if (!LoadTextFile(path, text)) return message;
+    DoEvents();
     message->CreateFromText(text, true);
     message->setFilename(path);
     return message;
+}
+
+// Writes a message file the way the store does (beside it, made durable,
+// renamed over it), in slices with an event pass between them: a sent
+// message may carry megabytes of attachments.
+bool writeinslices(const std::string& path, const std::string& text) {
+    const std::string partial = path + ".part";
+    int fd = ::open(partial.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+    if (fd < 0) return false;
+    const size_t slice = 1 << 20;
+    bool ok = true;
+    for (size_t done = 0; ok && done < text.size();) {
+        size_t end = std::min(text.size(), done + slice);
+        while (ok && done < end) {
+            ssize_t n = ::write(fd, text.data() + done, end - done);
+            if (n < 0 && errno == EINTR) continue;
+            if (n <= 0)
+                ok = false;
+            else
+                done += static_cast<size_t>(n);
+        }
+        DoEvents();
+    }
+    ok = ::fsync(fd) == 0 && ok;
+    ok = ::close(fd) == 0 && ok;
+    if (!ok || ::rename(partial.c_str(), path.c_str()) != 0) {
+        ::unlink(partial.c_str());
+        return false;
+    }
+    return true;
 }
 
 } // namespace
@@ -317,13 +347,20 @@ void frmSendMailWrapper::SendSpooledMessage(clsMessage& message) {
     }
     std::string raw = message.Messagetext;
     RemoveCRLFFromEnd(raw);
-    // Every LF goes and every CR becomes CRLF, in one pass.
+    // Every LF goes and every CR becomes CRLF, in one pass with an event pass
+    // every few megabytes.
     std::string text;
-    text.reserve(raw.size());
-    for (char c : raw) {
-        if (c == '\n') continue;
-        text += c;
-        if (c == '\r') text += '\n';
+    text.reserve(raw.size() + raw.size() / 32);
+    const size_t slice = 4 << 20;
+    for (size_t from = 0; from < raw.size(); from += slice) {
+        size_t to = std::min(raw.size(), from + slice);
+        for (size_t i = from; i < to; ++i) {
+            char c = raw[i];
+            if (c == '\n') continue;
+            text.push_back(c);
+            if (c == '\r') text.push_back('\n');
+        }
+        DoEvents();
     }
     raw.clear();
     raw.shrink_to_fit();
@@ -399,7 +436,8 @@ void frmSendMailWrapper::SendSuccessful() {
         std::string target = getunusedfilename(true, sentFolder, fileroot(name), ".eml");
         message->setFilename(target);
         message->Read = true;
-        savemessage(*message);
+        if (!writeinslices(message->Filename(), message->RawMessage()))
+            LogAction("Can't write " + message->Filename());
         // The Outbox file goes only once its copy is safely in Sent Items.
         if (target.empty() || !FileExists(message->Filename())) {
             LogAction("Could not store the sent copy of " + name + "; it stays in the Outbox");
