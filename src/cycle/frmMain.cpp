@@ -108,6 +108,22 @@ void frmMain::StartProgram(const StartOptions& options) {
     started_ = true;
     options_ = options;
     guarded("StartProgram", Module, [&] { startProgramSteps(options); });
+    // A start that failed part-way still leaves every object the program
+    // reaches for, so that the error costs what it broke and no more.
+    guarded("StartProgram", Module, [&] {
+        if (!fGetMail_) {
+            fGetMail_ = std::make_unique<frmGetMail>();
+            fGetMail_->setListener(this);
+        }
+        if (!fSendMail_) {
+            fSendMail_ = std::make_unique<frmSendMailWrapper>();
+            fSendMail_->setListener(this);
+        }
+        if (!bayes_) bayes_ = &StartBayesFilter();
+        if (!serverFilters_) serverFilters_ = std::make_unique<frmFilters>();
+        if (!localFilters_) localFilters_ = std::make_unique<frmFilters>();
+        fGetMail_->setRuleChecks(serverFilters_.get(), localFilters_.get());
+    });
 }
 
 void frmMain::startProgramSteps(const StartOptions& options) {
