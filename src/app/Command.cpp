@@ -1,6 +1,9 @@
 #include "app/Command.h"
 
+#include "core/FileSubs.h"
+
 #include <algorithm>
+#include <iostream>
 
 namespace corva::app {
 
@@ -50,6 +53,22 @@ std::vector<std::string> CommandArgs::unknownOptions() const {
     for (const auto& w : words_)
         if (w.size() > 1 && w[0] == '-') unknown.push_back(w);
     return unknown;
+}
+
+std::optional<int> readOneFile(CommandArgs& args, const std::string& usage, std::string& file,
+                               std::string& text) {
+    auto unknown = args.unknownOptions();
+    if (!unknown.empty() || args.rest().size() != 1) {
+        for (const auto& u : unknown) std::cerr << "Unknown option: " << u << "\n";
+        std::cerr << "Usage: " << usage << "\n";
+        return 2;
+    }
+    file = args.rest().front();
+    if (!FileExists(file) || !LoadTextFile(file, text)) {
+        std::cerr << "Can't read " << file << "\n";
+        return 1;
+    }
+    return std::nullopt;
 }
 
 CommandRegistration::CommandRegistration(const Command& command) {

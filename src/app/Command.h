@@ -27,6 +27,12 @@ private:
     std::vector<std::string> words_;
 };
 
+// Takes the one FILE argument a command expects and reads it. On an unknown
+// option or a wrong count it prints the usage and gives 2; on an unreadable
+// file it says so and gives 1; otherwise it gives nothing and fills both.
+std::optional<int> readOneFile(CommandArgs& args, const std::string& usage, std::string& file,
+                               std::string& text);
+
 struct Command {
     const char* name;
     const char* usage;   // "corva scan [--account N]"

@@ -24,19 +24,11 @@ int run(CommandArgs& args) {
     const bool headersOnly = args.flag("--headers-only");
     const bool noBayes = args.flag("--no-bayes");
     const auto account = args.option("--account");
-    auto unknown = args.unknownOptions();
-    if (!unknown.empty() || args.rest().size() != 1) {
-        for (const auto& u : unknown) std::cerr << "Unknown option: " << u << "\n";
-        std::cerr << "Usage: corva check FILE.eml [--local] [--headers-only] [--account N] "
-                     "[--no-bayes]\n";
-        return 2;
-    }
-    const std::string file = args.rest().front();
-    std::string text;
-    if (!FileExists(file) || !LoadTextFile(file, text)) {
-        std::cerr << "Can't read " << file << "\n";
-        return 1;
-    }
+    std::string file, text;
+    if (auto status = readOneFile(
+            args, "corva check FILE.eml [--local] [--headers-only] [--account N] [--no-bayes]",
+            file, text))
+        return *status;
     int accountNumber = 0;
     if (account) {
         accountNumber = static_cast<int>(Val(*account));

@@ -2,6 +2,7 @@
 // by field, with its parts and the plain text the plain view would show.
 #include "app/Command.h"
 #include "core/FileSubs.h"
+#include "core/Strings.h"
 #include "core/mSHAREDSettings.h"
 #include "message/clsMessage.h"
 #include "message/modMIME.h"
@@ -133,29 +134,6 @@ std::string numberText(double v) {
     return s.str();
 }
 
-// A value on one line: control and high bytes escaped, long ones cut.
-std::string lineText(const std::string& bytes, size_t limit) {
-    std::string out;
-    size_t shown = std::min(bytes.size(), limit);
-    for (size_t i = 0; i < shown; ++i) {
-        unsigned char c = static_cast<unsigned char>(bytes[i]);
-        if (c == '\r')
-            out += "\\r";
-        else if (c == '\n')
-            out += "\\n";
-        else if (c == '\\')
-            out += "\\\\";
-        else if (c < 0x20 || c >= 0x7F) {
-            char hex[8];
-            std::snprintf(hex, sizeof hex, "\\x%02X", c);
-            out += hex;
-        } else
-            out += static_cast<char>(c);
-    }
-    if (shown < bytes.size()) out += "... (" + std::to_string(bytes.size()) + " bytes)";
-    return out;
-}
-
 void printJson(const std::string& file, const clsMessage& m, const std::string& plain) {
     std::ostream& o = std::cout;
     o << "{\n  \"file\": " << jsonString(file) << ",\n  \"fields\": {\n";
@@ -187,11 +165,11 @@ void printJson(const std::string& file, const clsMessage& m, const std::string& 
 
 void printText(const std::string& file, const clsMessage& m, const std::string& plain) {
     std::ostream& o = std::cout;
-    o << "File: " << lineText(file, std::string::npos) << "\n";
+    o << "File: " << EscapeBytes(file) << "\n";
     for (const auto& f : fieldsOf(m)) {
         o << f.name << ": ";
         if (f.kind == FieldValue::Kind::Text)
-            o << lineText(f.text, 300);
+            o << EscapeBytes(f.text, 300);
         else if (f.kind == FieldValue::Kind::Bool)
             o << (f.flag ? "True" : "False");
         else
@@ -201,12 +179,12 @@ void printText(const std::string& file, const clsMessage& m, const std::string& 
     o << "Parts:\n";
     for (int i = 1; i <= m.MimePartCount(); ++i) {
         const clsMimeType& p = m.MimePart(i);
-        o << "  " << i << ". type=" << lineText(p.ContentType, 200)
-          << " name=" << lineText(p.SectionName, 200) << " encoding=" << lineText(p.Encoding, 200)
-          << " size=" << p.Size << "\n";
+        o << "  " << i << ". type=" << EscapeBytes(p.ContentType, 200)
+          << " name=" << EscapeBytes(p.SectionName, 200)
+          << " encoding=" << EscapeBytes(p.Encoding, 200) << " size=" << p.Size << "\n";
     }
     o << "Attachments:\n";
-    for (const auto& name : m.AttachmentNames()) o << "  " << lineText(name, 300) << "\n";
+    for (const auto& name : m.AttachmentNames()) o << "  " << EscapeBytes(name, 300) << "\n";
     o << "Plain text:\n" << plain;
     if (!plain.empty() && plain.back() != '\n') o << "\n";
 }
@@ -214,18 +192,10 @@ void printText(const std::string& file, const clsMessage& m, const std::string& 
 int run(CommandArgs& args) {
     bool headersOnly = args.flag("--headers-only");
     bool json = args.flag("--json");
-    auto unknown = args.unknownOptions();
-    if (!unknown.empty() || args.rest().size() != 1) {
-        for (const auto& u : unknown) std::cerr << "Unknown option: " << u << "\n";
-        std::cerr << "Usage: corva parse FILE.eml [--headers-only] [--json]\n";
-        return 2;
-    }
-    const std::string file = args.rest().front();
-    std::string text;
-    if (!FileExists(file) || !LoadTextFile(file, text)) {
-        std::cerr << "Can't read " << file << "\n";
-        return 1;
-    }
+    std::string file, text;
+    if (auto status =
+            readOneFile(args, "corva parse FILE.eml [--headers-only] [--json]", file, text))
+        return *status;
     // The plain view follows the user's "Tweaks" setting when a program folder is named.
     if (!HomeOption().empty()) {
         std::string ini = addslash(HomeOption()) + "Corva.ini";

@@ -21,18 +21,10 @@ std::string singleText(float value) {
 int run(CommandArgs& args) {
     const bool breakdown = args.flag("--breakdown");
     const bool headersOnly = args.flag("--headers-only");
-    auto unknown = args.unknownOptions();
-    if (!unknown.empty() || args.rest().size() != 1) {
-        for (const auto& u : unknown) std::cerr << "Unknown option: " << u << "\n";
-        std::cerr << "Usage: corva score FILE.eml [--breakdown] [--headers-only]\n";
-        return 2;
-    }
-    const std::string file = args.rest().front();
-    std::string text;
-    if (!FileExists(file) || !LoadTextFile(file, text)) {
-        std::cerr << "Can't read " << file << "\n";
-        return 1;
-    }
+    std::string file, text;
+    if (auto status =
+            readOneFile(args, "corva score FILE.eml [--breakdown] [--headers-only]", file, text))
+        return *status;
 
     HeadlessSession session;
     frmBayesFilter& filter = StartBayesFilter();

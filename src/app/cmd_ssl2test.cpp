@@ -1,6 +1,7 @@
 // "corva ssl2-test": opens an SSL 2.0 session with the stand-alone client and
 // prints its events, the way the debug window lists them.
 #include "app/Command.h"
+#include "core/Strings.h"
 #include "core/mSHAREDLogging.h"
 #include "smtp/frmSendMailSSL.h"
 
@@ -11,27 +12,6 @@
 
 namespace corva::app {
 namespace {
-
-// Bytes as a readable line: controls and high bytes as escapes.
-std::string printable(const std::string& bytes) {
-    std::string out;
-    for (unsigned char c : bytes) {
-        if (c == '\r')
-            out += "\\r";
-        else if (c == '\n')
-            out += "\\n";
-        else if (c == '\\')
-            out += "\\\\";
-        else if (c >= 32 && c < 127)
-            out += static_cast<char>(c);
-        else {
-            char hex[5];
-            std::snprintf(hex, sizeof hex, "\\x%02X", c);
-            out += hex;
-        }
-    }
-    return out;
-}
 
 class PrintedEvents : public frmSendMailSSLListener {
 public:
@@ -50,7 +30,7 @@ public:
     }
     void SSLData(const std::string& data) override {
         gotData = true;
-        std::cout << "SSLData (" << data.size() << " bytes): " << printable(data) << std::endl;
+        std::cout << "SSLData (" << data.size() << " bytes): " << EscapeBytes(data) << std::endl;
     }
     void SSLError(const std::string& description, int number) override {
         failed = true;
@@ -58,7 +38,7 @@ public:
     }
     void SSLConnecting() override { std::cout << "SSLConnecting" << std::endl; }
     void SSLSendingData(const std::string& data) override {
-        std::cout << "SSLSendingData (" << data.size() << " bytes): " << printable(data)
+        std::cout << "SSLSendingData (" << data.size() << " bytes): " << EscapeBytes(data)
                   << std::endl;
     }
 };

@@ -194,6 +194,30 @@ double Val(std::string_view s) {
     return std::isfinite(v) ? v : 0;
 }
 
+std::string EscapeBytes(std::string_view bytes, size_t limit) {
+    std::string out;
+    size_t shown = std::min(bytes.size(), limit);
+    out.reserve(shown);
+    static const char hexDigits[] = "0123456789ABCDEF";
+    for (size_t i = 0; i < shown; ++i) {
+        unsigned char c = static_cast<unsigned char>(bytes[i]);
+        if (c == '\r')
+            out += "\\r";
+        else if (c == '\n')
+            out += "\\n";
+        else if (c == '\\')
+            out += "\\\\";
+        else if (c < 0x20 || c >= 0x7F) {
+            out += "\\x";
+            out += hexDigits[c >> 4];
+            out += hexDigits[c & 15];
+        } else
+            out += static_cast<char>(c);
+    }
+    if (shown < bytes.size()) out += "... (" + std::to_string(bytes.size()) + " bytes)";
+    return out;
+}
+
 std::string Str(long long n) {
     return std::to_string(n);
 }

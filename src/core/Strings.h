@@ -40,6 +40,9 @@ std::vector<std::string> Split(std::string_view s, std::string_view separator);
 std::string Join(const std::vector<std::string>& parts, std::string_view separator);
 // The number at the front of a text after blanks ("  12abc" is 12, "x" is 0).
 double Val(std::string_view s);
+// Bytes as one readable line: CR, LF and "\\" escaped, other control and high
+// bytes as \xHH; cut after limit bytes with a note of the full length.
+std::string EscapeBytes(std::string_view bytes, size_t limit = std::string::npos);
 // The shortest text of a whole number.
 std::string Str(long long n);
 

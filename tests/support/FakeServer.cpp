@@ -1,5 +1,7 @@
 #include "support/FakeServer.h"
 
+#include "core/Strings.h"
+
 #include <arpa/inet.h>
 #include <cerrno>
 #include <chrono>
@@ -27,22 +29,7 @@ int msLeft(Clock::time_point deadline) {
 } // namespace
 
 std::string visible(const std::string& bytes) {
-    std::string out;
-    for (unsigned char c : bytes) {
-        if (c == '\r')
-            out += "\\r";
-        else if (c == '\n')
-            out += "\\n";
-        else if (c == '\\')
-            out += "\\\\";
-        else if (c < 32 || c >= 127) {
-            char hex[8];
-            std::snprintf(hex, sizeof hex, "\\x%02x", c);
-            out += hex;
-        } else
-            out += static_cast<char>(c);
-    }
-    return out;
+    return EscapeBytes(bytes);
 }
 
 FakeServer::FakeServer(std::vector<ScriptStep> script) : script_(std::move(script)) {
