@@ -84,6 +84,14 @@ void ScannerListModel::append(const ListLine& line) {
     endInsertRows();
 }
 
+void ScannerListModel::append(const std::vector<ListLine>& lines) {
+    if (lines.empty()) return;
+    int first = static_cast<int>(lines_.size());
+    beginInsertRows({}, first, first + static_cast<int>(lines.size()) - 1);
+    lines_.insert(lines_.end(), lines.begin(), lines.end());
+    endInsertRows();
+}
+
 void ScannerListModel::clear() {
     beginResetModel();
     lines_.clear();

@@ -20,6 +20,7 @@ public:
 
     void setCaptions(const std::vector<std::string>& captions);
     void append(const ListLine& line);
+    void append(const std::vector<ListLine>& lines);
     void clear();
     const ListLine& line(int row) const { return lines_.at(static_cast<size_t>(row)); }
     int lineCount() const { return static_cast<int>(lines_.size()); }

@@ -39,6 +39,7 @@
 #include <QStatusBar>
 #include <QStyle>
 #include <QSystemTrayIcon>
+#include <QTimer>
 #include <QToolBar>
 #include <QToolButton>
 #include <QTreeView>
@@ -94,6 +95,10 @@ ScannerWindow::ScannerWindow() {
     setWindowIcon(appIcon());
 
     model_ = new ScannerListModel(this);
+    flushTimer_ = new QTimer(this);
+    flushTimer_->setSingleShot(true);
+    flushTimer_->setInterval(100);
+    connect(flushTimer_, &QTimer::timeout, this, &ScannerWindow::flushPending);
     model_->setDarkPalette(darkPalette());
     list_ = new QTreeView;
     list_->setModel(model_);
@@ -376,23 +381,50 @@ void ScannerWindow::showEvent(QShowEvent* event) {
 }
 
 void ScannerWindow::ClearList() {
+    pending_.clear();
     model_->clear();
     headers_->clear();
     lblMessageNumber_->clear();
 }
 
 void ScannerWindow::AddListLine(const ListLine& line) {
+    // Lines arrive one per server reply. Shown one by one, each would cost a
+    // relayout and a repaint, and the list would slow the scan tenfold; they
+    // are shown in batches a few times a second instead.
+    pending_.push_back(line);
+    if (!flushTimer_->isActive()) flushTimer_->start();
+}
+
+void ScannerWindow::flushPending() {
+    flushTimer_->stop();
+    for (size_t i = 0; i < pendingPanels_.size(); ++i) {
+        if (pendingPanels_[i]) panels_[i]->setText(*pendingPanels_[i]);
+        pendingPanels_[i].reset();
+    }
+    if (pending_.empty()) return;
     bool atBottom = list_->verticalScrollBar()->value() == list_->verticalScrollBar()->maximum();
-    model_->append(line);
+    model_->append(pending_);
+    pending_.clear();
     if (atBottom) list_->scrollToBottom();
 }
 
+ScannerListModel& ScannerWindow::listModel() {
+    flushPending();
+    return *model_;
+}
+
 void ScannerWindow::SetStatusPanel(int panel, const std::string& text) {
-    if (panel >= 1 && panel <= 4) panels_[panel - 1]->setText(toDisplay(text));
+    // A scan reports progress per message; each label change relayouts the
+    // status bar, so the texts go out with the list's batches.
+    if (panel < 1 || panel > 4) return;
+    pendingPanels_[static_cast<size_t>(panel - 1)] = toDisplay(text);
+    if (!flushTimer_->isActive()) flushTimer_->start();
 }
 
 QString ScannerWindow::statusPanelText(int panel) const {
-    return panel >= 1 && panel <= 4 ? panels_[panel - 1]->text() : QString();
+    if (panel < 1 || panel > 4) return {};
+    const auto& pending = pendingPanels_[static_cast<size_t>(panel - 1)];
+    return pending ? *pending : panels_[panel - 1]->text();
 }
 
 void ScannerWindow::SetStatusPicture(PanelPicture picture) {
@@ -462,6 +494,7 @@ bool ScannerWindow::ShowSettingsDialog() {
 // ---- The list ----
 
 void ScannerWindow::selectRow(int row) {
+    flushPending();
     list_->setCurrentIndex(model_->index(row, 0));
     list_->selectionModel()->select(model_->index(row, 0), QItemSelectionModel::ClearAndSelect |
                                                                QItemSelectionModel::Rows);
@@ -646,6 +679,8 @@ void ScannerWindow::runLineCommand(const QString& entry) {
             lines << toDisplay(line);
         showTextWindow(QStringLiteral("Bayes breakdown"), lines.join(QLatin1Char('\n')));
     }
+    // A rescan rebuilt the list: show it now, not at the next batch.
+    flushPending();
 }
 
 void ScannerWindow::bounceSelected() {

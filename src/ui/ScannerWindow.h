@@ -7,13 +7,17 @@
 
 #include <QMainWindow>
 #include <QPointer>
+#include <array>
 #include <map>
 #include <memory>
+#include <optional>
+#include <vector>
 
 class QLabel;
 class QMenu;
 class QPlainTextEdit;
 class QSystemTrayIcon;
+class QTimer;
 class QToolButton;
 class QTreeView;
 class QSplashScreen;
@@ -66,7 +70,8 @@ public:
     bool ShowSettingsDialog() override;
 
     // For tests and screenshots.
-    ScannerListModel& listModel() { return *model_; }
+    // The list as shown, with any lines still waiting for their batch.
+    ScannerListModel& listModel();
     QTreeView& listView() { return *list_; }
     QString statusPanelText(int panel) const;
     QString headersText() const;
@@ -88,6 +93,7 @@ protected:
     void showEvent(QShowEvent* event) override;
 
 private:
+    void flushPending();
     void buildToolbar();
     void buildMenus();
     void buildStatusBar();
@@ -103,6 +109,9 @@ private:
 
     frmMain* main_ = nullptr;
     ScannerListModel* model_ = nullptr;
+    std::vector<ListLine> pending_;
+    std::array<std::optional<QString>, 4> pendingPanels_;
+    QTimer* flushTimer_ = nullptr;
     QTreeView* list_ = nullptr;
     QPlainTextEdit* headers_ = nullptr;
     QLabel* lblMessageNumber_ = nullptr;

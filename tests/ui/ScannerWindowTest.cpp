@@ -62,6 +62,9 @@ protected:
 std::unique_ptr<DovecotServer> ScannerScanTest::server;
 
 TEST_F(ScannerScanTest, ScanFillsTheListWithVerdictWordsAndColours) {
+    // The lines reach the view in batches: soon after the scan, on their own.
+    EXPECT_TRUE(platform::current().eventLoop().runUntil(
+        [&] { return window->listView().model()->rowCount() == 5; }, 2000));
     ASSERT_EQ(model().lineCount(), 5) << "a server line and four messages";
     EXPECT_EQ(model().line(0).kind, ListLine::Kind::Server);
     EXPECT_EQ(shown(0, 0), "Ann");
