@@ -36,7 +36,8 @@ QColor bad() {
 
 QIcon render(const Draw& draw) {
     QIcon icon;
-    for (int size : {16, 20, 22, 24, 32, 40, 48, 64, 96, 128, 256}) {
+    // The toolbar's 28 and its double are drawn exactly, not scaled from a neighbour.
+    for (int size : {16, 20, 22, 24, 28, 32, 40, 48, 56, 64, 96, 128, 256}) {
         QPixmap pixmap(size, size);
         pixmap.fill(Qt::transparent);
         QPainter p(&pixmap);
