@@ -233,6 +233,24 @@ TEST_F(UploadTest, EmptyOutboxAndRunsThatOverlap) {
     EXPECT_EQ(events_.finished, 1);
 }
 
+TEST_F(UploadTest, CancelStopsTheRunAndKeepsTheRest) {
+    setAccount(0, server_.port(), "ann@example.com");
+    for (int i = 1; i <= 3; ++i)
+        ASSERT_FALSE(wrapper_.SpoolMessage(composed(0, "bob@example.net", "Note", "x")).empty());
+    struct CancelAfterFirst : UploadEvents {
+        frmSendMailWrapper* wrapper = nullptr;
+        void messageSent(const std::string&, const clsMessage&) override { wrapper->CancelSend(); }
+    } cancelling;
+    cancelling.wrapper = &wrapper_;
+    wrapper_.setListener(&cancelling);
+    ASSERT_TRUE(upload(wrapper_));
+    EXPECT_TRUE(cancelling.said("Send cancelled"));
+    EXPECT_EQ(server_.messageCount(), 1);
+    EXPECT_EQ(filesIn(outbox()),
+              (std::vector<std::string>{"00_outbound_1.eml", "00_outbound_2.eml"}));
+    EXPECT_EQ(filesIn(sentItems()).size(), 1u);
+}
+
 TEST_F(UploadTest, AccountWithoutServerIsSkipped) {
     setAccount(0, server_.port(), "ann@example.com");
     sset("ReplyAddress1", "one@example.com");
