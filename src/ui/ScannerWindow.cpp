@@ -205,7 +205,14 @@ void ScannerWindow::buildToolbar() {
             upAndDown_->fontMetrics().horizontalAdvance(QStringLiteral("Send/Receive")) +
             upAndDown_->style()->pixelMetric(QStyle::PM_MenuButtonIndicator) + 16);
     }
-    add("stop", "Stop", "Stop the transfer")->setEnabled(false);
+    // Stop is the send and receive button itself while a cycle runs; the
+    // command also answers Escape.
+    auto* stop = new QAction(commandIcon("stop"), QStringLiteral("Stop"), this);
+    stop->setShortcut(Qt::Key_Escape);
+    stop->setEnabled(false);
+    connect(stop, &QAction::triggered, this, [this] { act("stop"); });
+    addAction(stop);
+    actions_["stop"] = stop;
     bar->addSeparator();
     // Upload, download and reinforce live in the drop-down: the default window,
     // 7668 twips wide, has room for no more buttons than these.

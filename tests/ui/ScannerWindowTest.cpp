@@ -162,6 +162,19 @@ TEST_F(ScannerScanTest, TheTrayIconFlashesWithoutLosingItsTip) {
     EXPECT_EQ(window->trayTip(), "Corva - Ann - 3 message(s)");
 }
 
+TEST_F(ScannerScanTest, WhileScanningTheToolbarOffersStop) {
+    main->mnuScan_Click();
+    ASSERT_TRUE(main->Checking());
+    EXPECT_TRUE(window->toolbarAction("stop")->isEnabled());
+    EXPECT_EQ(window->toolbarAction("upanddown")->text(), "Stop");
+    model(); // what the next batch shows
+    saveScreenshot(*window, "scanner-scanning");
+    ASSERT_TRUE(
+        platform::current().eventLoop().runUntil([&] { return !main->CycleRunning(); }, 30000));
+    EXPECT_FALSE(window->toolbarAction("stop")->isEnabled());
+    EXPECT_EQ(window->toolbarAction("upanddown")->text(), "Send/Receive");
+}
+
 TEST_F(ScannerScanTest, TheTrayMenuNamesTheAccountsAndScansOne) {
     QMenu* accounts = nullptr;
     for (QMenu* m : window->findChildren<QMenu*>())

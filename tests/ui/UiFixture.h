@@ -13,6 +13,7 @@
 #include "ui/ScannerWindow.h"
 
 #include <QBrush>
+#include <QCoreApplication>
 #include <QDir>
 #include <QPixmap>
 #include <QWidget>
@@ -60,6 +61,8 @@ private:
 
 // Writes a window's picture to <build>/screenshots/<name>.png for people to look at.
 inline void saveScreenshot(QWidget& widget, const QString& name) {
+    // Pending relayouts first, as a paint on screen would have them; nothing else runs.
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest);
     QDir dir(QStringLiteral(CORVA_BINARY_DIR "/screenshots"));
     dir.mkpath(QStringLiteral("."));
     EXPECT_TRUE(widget.grab().save(dir.filePath(name + QStringLiteral(".png"))));
