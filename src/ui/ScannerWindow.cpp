@@ -220,13 +220,20 @@ void ScannerWindow::buildToolbar() {
     add("close", "Close", "Close to the notification area");
 }
 
+void ScannerWindow::showFromTray() {
+    // Back in the state the window was closed in.
+    if (sget("MainWindowState", 0).toNumber() == WindowState::Maximised)
+        showMaximized();
+    else
+        showNormal();
+    raise();
+    activateWindow();
+}
+
 void ScannerWindow::buildMenus() {
     trayMenu_ = new QMenu(this);
-    connect(trayMenu_->addAction(QStringLiteral("Show")), &QAction::triggered, this, [this] {
-        showNormal();
-        raise();
-        activateWindow();
-    });
+    connect(trayMenu_->addAction(QStringLiteral("Show")), &QAction::triggered, this,
+            [this] { showFromTray(); });
     connect(trayMenu_->addAction(QStringLiteral("Scan")), &QAction::triggered, this,
             [this] { act("scan"); });
     scanAccountMenu_ = trayMenu_->addMenu(QStringLiteral("Scan Account"));
@@ -469,11 +476,8 @@ void ScannerWindow::ShowTrayIcon(const std::string& tip, TrayPicture picture) {
         tray_->setContextMenu(trayMenu_);
         connect(tray_, &QSystemTrayIcon::activated, this,
                 [this](QSystemTrayIcon::ActivationReason r) {
-                    if (r == QSystemTrayIcon::DoubleClick || r == QSystemTrayIcon::Trigger) {
-                        showNormal();
-                        raise();
-                        activateWindow();
-                    }
+                    if (r == QSystemTrayIcon::DoubleClick || r == QSystemTrayIcon::Trigger)
+                        showFromTray();
                 });
     }
     ChangeTrayIcon(tip, picture);

@@ -84,6 +84,8 @@ public:
     // Runs a right-click command by its entry's caption, on the selected line.
     void runLineCommand(const QString& entry);
     QAction* toolbarAction(const QString& key) const;
+    // The tray's Show and the icon's double click.
+    void showFromTray();
     // The headless fetch scheme: what the next fetched message is for.
     enum class FetchPurpose { None, Source, Read, Download };
 

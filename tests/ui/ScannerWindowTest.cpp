@@ -309,7 +309,7 @@ TEST_F(ScannerLifeTest, QuitWithMailInTheOutboxAsksAndNoKeepsRunning) {
         platform::current().eventLoop().runUntil([&] { return !main->CycleRunning(); }, 10000));
 }
 
-TEST_F(ScannerLifeTest, TheCloseBoxHidesAndQuitsNothing) {
+TEST_F(ScannerLifeTest, TheCloseBoxHidesAndTheTrayBringsItBackAsItWas) {
     start();
     sset("MainWindowState", 2);
     window->close();
@@ -317,6 +317,16 @@ TEST_F(ScannerLifeTest, TheCloseBoxHidesAndQuitsNothing) {
     EXPECT_FALSE(main->shutDown());
     EXPECT_EQ(sget("MainWindowState", -1).toInt(), 0);
     EXPECT_TRUE(prompts().empty());
+    window->showFromTray();
+    EXPECT_TRUE(window->isVisible());
+    EXPECT_FALSE(window->isMaximized());
+
+    window->showMaximized();
+    window->toolbarAction("close")->trigger();
+    EXPECT_FALSE(window->isVisible());
+    EXPECT_EQ(sget("MainWindowState", -1).toInt(), 2);
+    window->showFromTray();
+    EXPECT_TRUE(window->isMaximized());
 }
 
 TEST_F(ScannerLifeTest, StartMinimisedHidesTheWindowOnlyForTheTextOne) {
