@@ -34,10 +34,20 @@ std::string crlfLines(const std::string& text) {
     return out;
 }
 
+// Keeps the last text of the spool, for the reason it failed, and passes
+// every event on to the program's own listener.
 class SpoolReport : public SendMailWrapperListener {
 public:
-    void Progress(const std::string& text) override { last = text; }
+    explicit SpoolReport(SendMailWrapperListener* next) : next(next) {}
+    void Progress(const std::string& text) override {
+        last = text;
+        if (next) next->Progress(text);
+    }
+    void Failed(const std::string& text) override {
+        if (next) next->Failed(text);
+    }
     std::string last;
+    SendMailWrapperListener* next;
 };
 
 int usage() {
@@ -93,10 +103,11 @@ int run(CommandArgs& args) {
         message.AddAttachment(ec ? file : absolute.string());
     }
 
-    frmSendMailWrapper wrapper;
-    SpoolReport report;
+    frmSendMailWrapper& wrapper = session.sendMailWrapper();
+    SpoolReport report(wrapper.listener());
     wrapper.setListener(&report);
     std::string path = wrapper.SpoolMessage(message);
+    wrapper.setListener(report.next);
     if (path.empty()) {
         std::cerr << "Not spooled: " << report.last << "\n";
         return 1;

@@ -13,33 +13,47 @@
 namespace corva::app {
 namespace {
 
+// Prints what the run does and passes every event on to the program's own
+// listener, which keeps its state as it would with the window open.
 class SendReport : public SendMailWrapperListener {
 public:
-    explicit SendReport(bool quiet) : quiet_(quiet) {}
+    SendReport(bool quiet, SendMailWrapperListener* next) : quiet_(quiet), next_(next) {}
     void Progress(const std::string& text) override {
         if (!quiet_) std::cerr << text << "\n";
+        if (next_) next_->Progress(text);
     }
     void Failed(const std::string& text) override {
         std::cout << "Failed: " << text << "\n";
         ++failures;
+        if (next_) next_->Failed(text);
+    }
+    void NoMailToSend() override {
+        if (next_) next_->NoMailToSend();
+    }
+    void SendingFinished() override {
+        if (next_) next_->SendingFinished();
     }
     void messageSent(const std::string& file, const clsMessage& message) override {
+        if (next_) next_->messageSent(file, message);
         std::cout << "Sent     " << file << "  " << message.Subject << "  to " << message.To_Email
                   << "\n";
         ++sent;
     }
     void messageFailed(const std::string& file, const std::string& explanation) override {
+        if (next_) next_->messageFailed(file, explanation);
         std::string oneLine = explanation;
         for (char& c : oneLine)
             if (c == '\r' || c == '\n') c = ' ';
         std::cout << "Not sent " << file << "  " << oneLine << "\n";
         ++failures;
     }
+    SendMailWrapperListener* next() const { return next_; }
     int sent = 0;
     int failures = 0;
 
 private:
     bool quiet_;
+    SendMailWrapperListener* next_;
 };
 
 int run(CommandArgs& args) {
@@ -52,13 +66,14 @@ int run(CommandArgs& args) {
     }
     HeadlessSession session;
     CatchInterrupt();
-    SendReport report(quiet);
-    frmSendMailWrapper wrapper;
+    frmSendMailWrapper& wrapper = session.sendMailWrapper();
+    SendReport report(quiet, wrapper.listener());
     wrapper.setListener(&report);
     wrapper.UploadSpooledMail();
     platform::current().eventLoop().runUntil([&] { return !wrapper.Uploading() || Interrupted(); },
                                              INT_MAX);
     if (Interrupted()) wrapper.CancelSend();
+    wrapper.setListener(report.next());
 
     std::vector<std::string> left;
     FillFiles(frmSendMailWrapper::outboxfolder(), "EML", left);
