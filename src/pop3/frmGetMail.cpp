@@ -638,6 +638,9 @@ void frmGetMail::openTempFile() {
     BytesReceived_ = 0;
     int h = freeFileNumber();
     const std::string path = tempFilePath(h);
+    // A new file rather than a truncated old one: truncating a file just
+    // written makes the file system flush it first, a disk wait per message.
+    std::remove(path.c_str());
     tempFile_ = std::fopen(path.c_str(), "wb");
     if (!tempFile_) throw RunError(Err::PathNotFound);
     openFileNumbers().insert(h);

@@ -4,8 +4,10 @@
 
 #include "support/DovecotServer.h"
 
+#include <chrono>
 #include <cmath>
 #include <memory>
+#include <thread>
 
 namespace corva::test {
 namespace {
@@ -108,6 +110,11 @@ TEST_F(DovecotTest, RetrievingWithDeleteOnRetrieveEmptiesTheMailbox) {
     ASSERT_EQ(log.messages.size(), 3u);
     for (int i = 0; i < 3; ++i)
         EXPECT_EQ(log.messages[static_cast<size_t>(i)].Subject, "Message " + std::to_string(i + 1));
+    // The session may finish on the last DELE's reply, before the server has
+    // carried out the QUIT that commits the deletions: give it a moment.
+    auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(3);
+    while (dovecot_->messageCount(user) != 0 && std::chrono::steady_clock::now() < deadline)
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
     EXPECT_EQ(dovecot_->messageCount(user), 0);
 }
 

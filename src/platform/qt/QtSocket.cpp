@@ -4,6 +4,9 @@
 #include <QHostInfo>
 #include <QNetworkInterface>
 #include <QPointer>
+#include <QTimer>
+
+#include <sys/socket.h>
 
 namespace corva::platform::qt {
 
@@ -39,56 +42,95 @@ int mapSocketError(QAbstractSocket::SocketError error) {
     }
 }
 
-QtSocket::QtSocket() {
-    QObject::connect(&socket_, &QTcpSocket::readyRead, this, &QtSocket::onReadyRead);
-    QObject::connect(&socket_, &QTcpSocket::errorOccurred, this, &QtSocket::onError);
-    QObject::connect(&socket_, &QTcpSocket::bytesWritten, this, &QtSocket::onBytesWritten);
-    QObject::connect(&socket_, &QTcpSocket::connected, this, [this] {
+namespace {
+
+// A closed connection that is left to finish on its own. The logic closes
+// as soon as it has what it wants, sometimes before the server has read the
+// last command (a QUIT that commits deletions). Closing with unread replies
+// would reset the connection and the server could lose that command, so the
+// write side is shut, replies are read and dropped until the server closes,
+// and only then is the socket released.
+void linger(std::unique_ptr<QTcpSocket> socket) {
+    QTcpSocket* s = socket.release();
+    s->disconnect();
+    if (s->state() != QAbstractSocket::ConnectedState) {
+        s->abort();
+        s->deleteLater();
+        return;
+    }
+    auto shutWrite = [s] {
+        if (s->bytesToWrite() == 0 && s->socketDescriptor() != -1)
+            ::shutdown(static_cast<int>(s->socketDescriptor()), SHUT_WR);
+    };
+    QObject::connect(s, &QTcpSocket::readyRead, s, [s] { s->readAll(); });
+    QObject::connect(s, &QTcpSocket::bytesWritten, s, shutWrite);
+    QObject::connect(s, &QTcpSocket::disconnected, s, [s] { s->deleteLater(); });
+    QObject::connect(s, &QTcpSocket::errorOccurred, s, [s] { s->deleteLater(); });
+    QTimer::singleShot(5000, s, [s] {
+        s->abort();
+        s->deleteLater();
+    });
+    s->flush();
+    s->readAll();
+    shutWrite();
+}
+
+} // namespace
+
+QtSocket::QtSocket() : socketPtr_(std::make_unique<QTcpSocket>()) {
+    wire();
+}
+
+void QtSocket::wire() {
+    QObject::connect(socketPtr_.get(), &QTcpSocket::readyRead, this, &QtSocket::onReadyRead);
+    QObject::connect(socketPtr_.get(), &QTcpSocket::errorOccurred, this, &QtSocket::onError);
+    QObject::connect(socketPtr_.get(), &QTcpSocket::bytesWritten, this, &QtSocket::onBytesWritten);
+    QObject::connect(socketPtr_.get(), &QTcpSocket::connected, this, [this] {
         if (listener_) listener_->socketConnected();
     });
-    QObject::connect(&socket_, &QTcpSocket::disconnected, this, [this] {
+    QObject::connect(socketPtr_.get(), &QTcpSocket::disconnected, this, [this] {
         if (listener_) listener_->socketClosed();
     });
 }
 
 QtSocket::~QtSocket() {
     listener_ = nullptr;
-    socket_.abort();
+    linger(std::move(socketPtr_));
 }
 
 void QtSocket::connect(const std::string& host, int port) {
     failed_ = false;
     host_ = host;
     port_ = port;
-    if (socket_.state() != QAbstractSocket::UnconnectedState) socket_.abort();
+    if (socket_().state() != QAbstractSocket::UnconnectedState) socket_().abort();
     if (localPortWanted_ > 0)
-        socket_.bind(QHostAddress::Any, static_cast<quint16>(localPortWanted_));
-    socket_.connectToHost(QString::fromStdString(host), static_cast<quint16>(port));
+        socket_().bind(QHostAddress::Any, static_cast<quint16>(localPortWanted_));
+    socket_().connectToHost(QString::fromStdString(host), static_cast<quint16>(port));
 }
 
 void QtSocket::close() {
     failed_ = false;
-    if (socket_.state() == QAbstractSocket::ConnectedState && socket_.bytesToWrite() > 0)
-        socket_.flush();
-    // Closing is immediate, as the logic expects: no late close event follows.
-    SocketListener* keep = listener_;
-    listener_ = nullptr;
-    socket_.abort();
-    listener_ = keep;
+    if (socket_().state() == QAbstractSocket::ConnectedState && socket_().bytesToWrite() > 0)
+        socket_().flush();
+    // Closing is immediate for the logic: no late event follows, and the next
+    // connect starts on a fresh socket.
+    linger(std::move(socketPtr_));
+    socketPtr_ = std::make_unique<QTcpSocket>();
+    wire();
 }
 
 void QtSocket::sendData(const std::string& data) {
-    if (socket_.state() != QAbstractSocket::ConnectedState) {
+    if (socket_().state() != QAbstractSocket::ConnectedState) {
         if (listener_) listener_->socketError(SocketError::NotConnected, "Socket is not connected");
         return;
     }
     sentSinceSend_ = 0;
-    socket_.write(data.data(), static_cast<qint64>(data.size()));
+    socket_().write(data.data(), static_cast<qint64>(data.size()));
 }
 
 int QtSocket::state() const {
     if (failed_) return SocketState::Error;
-    switch (socket_.state()) {
+    switch (socket_().state()) {
     case QAbstractSocket::UnconnectedState:
         return SocketState::Closed;
     case QAbstractSocket::HostLookupState:
@@ -105,7 +147,7 @@ int QtSocket::state() const {
 }
 
 int QtSocket::localPort() const {
-    return socket_.localPort();
+    return socket_().localPort();
 }
 
 std::string QtSocket::localHostName() const {
@@ -113,8 +155,8 @@ std::string QtSocket::localHostName() const {
 }
 
 std::string QtSocket::localIP() const {
-    if (socket_.state() == QAbstractSocket::ConnectedState)
-        return socket_.localAddress().toString().toStdString();
+    if (socket_().state() == QAbstractSocket::ConnectedState)
+        return socket_().localAddress().toString().toStdString();
     for (const QHostAddress& a : QNetworkInterface::allAddresses())
         if (a.protocol() == QAbstractSocket::IPv4Protocol && !a.isLoopback())
             return a.toString().toStdString();
@@ -122,15 +164,15 @@ std::string QtSocket::localIP() const {
 }
 
 long long QtSocket::bytesToWrite() const {
-    return socket_.bytesToWrite();
+    return socket_().bytesToWrite();
 }
 
 void QtSocket::flush() {
-    if (socket_.state() == QAbstractSocket::ConnectedState) socket_.flush();
+    if (socket_().state() == QAbstractSocket::ConnectedState) socket_().flush();
 }
 
 void QtSocket::onReadyRead() {
-    QByteArray data = socket_.readAll();
+    QByteArray data = socket_().readAll();
     if (data.isEmpty() || !listener_) return;
     listener_->socketDataArrival(std::string(data.constData(), static_cast<size_t>(data.size())));
 }
@@ -140,12 +182,12 @@ void QtSocket::onError(QAbstractSocket::SocketError error) {
     if (error == QAbstractSocket::RemoteHostClosedError) return;
     failed_ = true;
     if (listener_)
-        listener_->socketError(mapSocketError(error), socket_.errorString().toStdString());
+        listener_->socketError(mapSocketError(error), socket_().errorString().toStdString());
 }
 
 void QtSocket::onBytesWritten(qint64 bytes) {
     sentSinceSend_ += bytes;
-    long long remaining = socket_.bytesToWrite();
+    long long remaining = socket_().bytesToWrite();
     QPointer<QtSocket> alive(this);
     if (listener_) listener_->socketSendProgress(sentSinceSend_, remaining);
     if (alive && listener_ && remaining == 0) listener_->socketSendComplete();

@@ -7,6 +7,8 @@
 #include <QObject>
 #include <QTcpSocket>
 
+#include <memory>
+
 namespace corva::platform::qt {
 
 int mapSocketError(QAbstractSocket::SocketError error);
@@ -35,7 +37,11 @@ private:
     void onError(QAbstractSocket::SocketError error);
     void onBytesWritten(qint64 bytes);
 
-    QTcpSocket socket_;
+    // Replaced by a fresh one at each close: the old one lingers on its own
+    // until the server has read everything sent (see close()).
+    std::unique_ptr<QTcpSocket> socketPtr_;
+    QTcpSocket& socket_() const { return *socketPtr_; }
+    void wire();
     SocketListener* listener_ = nullptr;
     std::string host_;
     int port_ = 0;
