@@ -45,6 +45,49 @@ bool createExclusively(const std::string& path) {
     return true;
 }
 
+// The whole value of a header of a spooled file, its folded lines joined.
+// The reader keeps only the last line of a folded header, but a spooled
+// message puts each further recipient on a line of its own, and a recipient
+// dropped here would never get the mail.
+std::string unfoldedHeader(const std::string& headers, const std::string& name) {
+    std::string value;
+    bool inside = false;
+    for (const std::string& raw : Split(headers, "\n")) {
+        std::string line = raw;
+        if (!line.empty() && line.back() == '\r') line.pop_back();
+        if (inside && !line.empty() && (line[0] == ' ' || line[0] == '\t')) {
+            value += " " + Trim(line);
+            continue;
+        }
+        inside = false;
+        if (line.size() > name.size() && line[name.size()] == ':' &&
+            EqualsNoCase(std::string_view(line).substr(0, name.size()), name)) {
+            value = Trim(line.substr(name.size() + 1));
+            inside = true;
+        }
+    }
+    return value;
+}
+
+// The addresses of a header value as the engine takes them, "a@x;b@y": each
+// one in angle brackets, or, without brackets, each piece between commas.
+std::string addresslist(const std::string& value) {
+    std::vector<std::string> found;
+    size_t at = 0;
+    while ((at = value.find('<', at)) != std::string::npos) {
+        size_t end = value.find('>', at);
+        if (end == std::string::npos) break;
+        std::string address = extractemail(value.substr(at, end - at + 1));
+        if (!address.empty()) found.push_back(address);
+        at = end + 1;
+    }
+    if (found.empty())
+        for (const std::string& piece : Split(Replace(value, ";", ","), ","))
+            if (std::string address = extractemail(piece); !address.empty())
+                found.push_back(address);
+    return Join(found, ";");
+}
+
 // A spooled file as a message: the whole text, parsed by its headers only.
 // Sending and filing it need its header fields and its text, never decoded
 // attachments, and a file may carry megabytes of them.
@@ -332,9 +375,14 @@ void frmSendMailWrapper::SendSpooledMessage(clsMessage& message) {
         return;
     }
     mail.setFrom(extractemail(message.From));
-    mail.setRecipient(extractemail(message.To_Email));
+    const std::string to = addresslist(unfoldedHeader(message.Headers, "To"));
+    mail.setRecipient(to.empty() ? extractemail(message.To_Email) : to);
     for (int pass = 0; pass < 2; ++pass) {
-        const std::string& list = pass == 0 ? message.CC : message.BCC;
+        const std::string unfolded =
+            addresslist(unfoldedHeader(message.Headers, pass == 0 ? "Cc" : "Bcc"));
+        const std::string& list = !unfolded.empty() ? unfolded
+                                  : pass == 0       ? message.CC
+                                                    : message.BCC;
         std::vector<std::string> addresses;
         if (!list.empty())
             for (const std::string& entry : Split(list, ";"))

@@ -112,13 +112,14 @@ TEST_F(UploadTest, TwoAttachmentsArriveInTheExactLayout) {
     EXPECT_EQ(dataLines.find("\r\n"), 76u);
     EXPECT_EQ(QByteArray::fromBase64(QByteArray::fromStdString(dataLines)).toStdString(), binary);
 
-    // Read back, a folded Cc keeps its last line only, so carl is not offered.
+    // Every recipient on the folded Cc lines is offered, not only the last.
     ASSERT_TRUE(upload(wrapper_));
     ASSERT_EQ(server_.connectionCount(), 1) << Join(events_.progress, " | ");
     const std::string wire = server_.received(1);
     const std::string dialogue = "HELO example.com\r\n"
                                  "MAIL FROM: <ann@example.com>\r\n"
                                  "RCPT TO: <bob@example.net>\r\n"
+                                 "RCPT TO: <carl@example.net>\r\n"
                                  "RCPT TO: <dee@example.net>\r\n"
                                  "DATA\r\n";
     ASSERT_EQ(wire.substr(0, dialogue.size()), dialogue);
@@ -127,7 +128,8 @@ TEST_F(UploadTest, TwoAttachmentsArriveInTheExactLayout) {
     rest = rest.substr(found.length());
     // The spooled text without its final line end, then two line ends and the dot.
     EXPECT_EQ(rest, expected.substr(0, expected.size() - 2) + "\r\n\r\n.\r\nQUIT\r\n");
-    EXPECT_EQ(server_.envelope(1), "ann@example.com\nbob@example.net\ndee@example.net\n");
+    EXPECT_EQ(server_.envelope(1),
+              "ann@example.com\nbob@example.net\ncarl@example.net\ndee@example.net\n");
 }
 
 TEST_F(UploadTest, OneAccountsMessagesShareOneConnection) {
