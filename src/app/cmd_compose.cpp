@@ -120,7 +120,7 @@ const CommandRegistration registration({
     "compose",
     "corva compose --account N --to ADDR [--cc ADDR]... [--bcc ADDR]... --subject S "
     "[--body-file F] [--attach FILE]...",
-    "put a message into the Outbox, as the composer does",
+    "Put a message into the Outbox, as the composer does",
     "Writes the finished message (headers, body, attachments in base64) into the\n"
     "Outbox as NN_outbound_K.eml, sent from account N's reply address and display\n"
     "name (REPLYADDRESSn, DISPLAYNAMEn). The body comes from F ('-' for standard\n"

@@ -12,7 +12,7 @@ int run(CommandArgs& args) {
 const CommandRegistration registration({
     "fetch",
     "corva fetch [--account N] [--delete] [--tabs] [--quiet]",
-    "retrieve mail that passes the rules into the store",
+    "Retrieve the mail that passes the rules into the store",
     "Visits every account (or only account N, 0 to 19 as in its keys SERVERn ...)\n"
     "and downloads each message whose headers pass the rules into Inbox, or into\n"
     "the folder its rule names; junk by score goes to SpamBayes. Prints one line\n"

@@ -13,7 +13,7 @@ int run(CommandArgs& args) {
 const CommandRegistration registration({
     "scan",
     "corva scan [--account N] [--delete] [--tabs] [--quiet]",
-    "list the messages on the servers with their verdicts, without downloading",
+    "List the messages on the servers with their verdicts, without downloading",
     "Visits every account (or only account N, 0 to 19 as in its keys SERVERn ...)\n"
     "and reads each message's headers with TOP, judging them with the block lists,\n"
     "the server rules and the word table. Prints one line per message: Status\n"

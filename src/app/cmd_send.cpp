@@ -84,7 +84,7 @@ int run(CommandArgs& args) {
 const CommandRegistration registration({
     "send",
     "corva send [--quiet]",
-    "upload the mail waiting in the Outbox",
+    "Upload the mail waiting in the Outbox",
     "Sends every file in the Outbox through the SMTP server of the account its\n"
     "name begins with (SMTPn, SMTPPortn, SMTPAuthn ...), one connection per\n"
     "account, and moves each sent message to Sent Items. Prints one line per\n"

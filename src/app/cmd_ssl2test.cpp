@@ -107,7 +107,7 @@ int run(CommandArgs& args) {
 const CommandRegistration registration({
     "ssl2-test",
     "corva ssl2-test HOST PORT [--send TEXT] [--wait SECONDS]",
-    "open an SSL 2.0 session (RC4 128 with MD5) and print its events",
+    "Open an SSL 2.0 session (RC4 128 with MD5) and print its events",
     "Runs the handshake with the server, prints each event of the session as it\n"
     "comes, sends TEXT once connected and prints what comes back, then closes.\n"
     "--wait is how long to wait for the handshake and for an answer (default 10).\n"

@@ -65,7 +65,7 @@ int run(CommandArgs& args) {
 const CommandRegistration registration({
     "watch",
     "corva watch [--delay SECONDS] [--quiet]",
-    "stay running and scan every DELAY seconds, until Ctrl-C",
+    "Stay running and scan every DELAY seconds, until Ctrl-C",
     "Scans all accounts shortly after start and again every DELAY seconds of\n"
     "Corva.ini (or SECONDS), as the tray program's timer does, printing each\n"
     "cycle's lines and counts. AUTODELETE=1 deletes blocked mail on the server;\n"

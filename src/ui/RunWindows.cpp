@@ -10,8 +10,19 @@
 #include "ui/ScannerWindow.h"
 
 #include <QApplication>
+#include <QTimer>
+
+#include <atomic>
+#include <csignal>
 
 namespace corva::ui {
+
+namespace {
+std::atomic<bool> g_stopRequested{false};
+extern "C" void requestStop(int) {
+    g_stopRequested = true;
+}
+} // namespace
 
 int RunWindows(int argc, char** argv) {
     QApplication app(argc, argv);
@@ -40,8 +51,22 @@ int RunWindows(int argc, char** argv) {
     main.StartProgram(options);
     // STARTMIN hides the window during start-up; otherwise it shows now.
     if (!window.hiddenAtStart()) window.show();
+    // A logout or kill ends the program through its own shutdown, so the
+    // settings, contacts and log are saved as on Quit.
+    std::signal(SIGTERM, requestStop);
+    std::signal(SIGINT, requestStop);
+    std::signal(SIGHUP, requestStop);
+    QTimer stopWatch;
+    QObject::connect(&stopWatch, &QTimer::timeout, &app, [&app] {
+        if (g_stopRequested) app.quit();
+    });
+    stopWatch.start(250);
     int result = app.exec();
-    if (!main.shutDown()) main.exitprog();
+    // exitprog may be refused (mail left in the Outbox): then the program runs on.
+    while (!main.shutDown() && !main.exitprog()) {
+        g_stopRequested = false;
+        result = app.exec();
+    }
     SetErrorReportHandler({});
     return result;
 }
