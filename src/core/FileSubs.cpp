@@ -347,7 +347,7 @@ bool AppendToTextFile(const std::string& path, const std::string& text) {
     });
 }
 
-bool WriteFileAtomically(const std::string& path, const std::string& text) {
+bool WriteFileAtomically(const std::string& path, const std::string& text, bool sync) {
     return guardedValue("WriteFileAtomically", kModule, false, [&] {
         std::string target = ResolvePath(path);
         std::string temp = target + ".part";
@@ -364,7 +364,7 @@ bool WriteFileAtomically(const std::string& path, const std::string& text) {
             }
             done += static_cast<size_t>(n);
         }
-        bool ok = ::fsync(fd) == 0;
+        bool ok = !sync || ::fsync(fd) == 0;
         ok = ::close(fd) == 0 && ok;
         if (!ok || ::rename(temp.c_str(), target.c_str()) != 0) {
             ::unlink(temp.c_str());

@@ -53,8 +53,9 @@ std::string LoadTextFile(const std::string& path);
 bool WriteTextFile(const std::string& path, const std::string& text);
 bool AppendToTextFile(const std::string& path, const std::string& text);
 // Writes to a temporary file beside the target and renames it over, so the
-// target is either the old or the new text, never half of one.
-bool WriteFileAtomically(const std::string& path, const std::string& text);
+// target is either the old or the new text, never half of one. sync waits
+// for the disk first; files that can be rebuilt (tags, caches) skip the wait.
+bool WriteFileAtomically(const std::string& path, const std::string& text, bool sync = true);
 long long CountLines(const std::string& path);
 
 struct FileRecord {

@@ -255,7 +255,7 @@ void clsCache::WriteCache() {
         std::string text = std::string(CacheHeaderLine) + "\r\n";
         for (const auto& entry : items_) text += CacheRow(*entry);
         // A cache that can't be written is simply not written; it is rebuilt next time.
-        WriteFileAtomically(cacheFile_, text);
+        WriteFileAtomically(cacheFile_, text, false);
     });
 }
 

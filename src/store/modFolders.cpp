@@ -122,8 +122,8 @@ void generatefolderini() {
             }
             list += path + "\r\n";
         }
-        WriteFileAtomically(FoldersIniPath, pairs);
-        WriteFileAtomically(FolderListIniPath, list);
+        WriteFileAtomically(FoldersIniPath, pairs, false);
+        WriteFileAtomically(FolderListIniPath, list, false);
     });
 }
 
