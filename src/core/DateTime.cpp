@@ -68,9 +68,8 @@ Parts split(double serial) {
 }
 
 std::string two(int n) {
-    char buf[8];
-    std::snprintf(buf, sizeof buf, "%02d", n);
-    return buf;
+    if (n < 0 || n > 99) return std::to_string(n);
+    return std::string{static_cast<char>('0' + n / 10), static_cast<char>('0' + n % 10)};
 }
 
 } // namespace

@@ -4,6 +4,7 @@
 #include "core/DateTime.h"
 
 #include <array>
+#include <cmath>
 #include <cstdio>
 #include <filesystem>
 
