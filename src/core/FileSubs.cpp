@@ -347,9 +347,8 @@ bool AppendToTextFile(const std::string& path, const std::string& text) {
     });
 }
 
-bool WriteFileAtomically(const std::string& path, const std::string& text, bool sync) {
-    return guardedValue("WriteFileAtomically", kModule, false, [&] {
-        std::string target = ResolvePath(path);
+bool WriteFileExactly(const std::string& target, const std::string& text, bool sync) {
+    return guardedValue("WriteFileExactly", kModule, false, [&] {
         std::string temp = target + ".part";
         int fd = ::open(temp.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
         if (fd < 0) return false;
@@ -372,6 +371,10 @@ bool WriteFileAtomically(const std::string& path, const std::string& text, bool 
         }
         return true;
     });
+}
+
+bool WriteFileAtomically(const std::string& path, const std::string& text, bool sync) {
+    return WriteFileExactly(ResolvePath(path), text, sync);
 }
 
 long long CountLines(const std::string& path) {

@@ -56,6 +56,10 @@ bool AppendToTextFile(const std::string& path, const std::string& text);
 // target is either the old or the new text, never half of one. sync waits
 // for the disk first; files that can be rebuilt (tags, caches) skip the wait.
 bool WriteFileAtomically(const std::string& path, const std::string& text, bool sync = true);
+// The same under exactly the name given, never matched without regard to
+// case: a message file's name carries its read state, and the other spelling
+// may still stand beside it.
+bool WriteFileExactly(const std::string& path, const std::string& text, bool sync = true);
 long long CountLines(const std::string& path);
 
 struct FileRecord {

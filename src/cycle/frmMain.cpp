@@ -62,26 +62,7 @@ std::string accountKey(const char* key, int account) {
 // copy is about to be deleted; otherwise the server still holds the message,
 // and waiting for the disk would cost more than the download itself.
 bool writeMessageFile(const std::string& path, const std::string& text, bool durable) {
-    const std::string part = path + ".part";
-    int fd = ::open(part.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
-    if (fd < 0) return false;
-    size_t done = 0;
-    bool ok = true;
-    while (ok && done < text.size()) {
-        ssize_t n = ::write(fd, text.data() + done, text.size() - done);
-        if (n < 0 && errno == EINTR) continue;
-        if (n <= 0)
-            ok = false;
-        else
-            done += static_cast<size_t>(n);
-    }
-    if (ok && durable) ok = ::fsync(fd) == 0;
-    ok = ::close(fd) == 0 && ok;
-    if (!ok || ::rename(part.c_str(), path.c_str()) != 0) {
-        ::unlink(part.c_str());
-        return false;
-    }
-    return true;
+    return WriteFileExactly(path, text, durable);
 }
 
 } // namespace

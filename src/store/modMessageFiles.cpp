@@ -54,26 +54,7 @@ bool readBytes(const std::string& path, long long limit, std::string& text, long
 // given: resolving it without regard to case would land on the file's other
 // spelling, which is about to be removed.
 void writeExactly(const std::string& path, const std::string& text) {
-    std::string temp = path + ".part";
-    int fd = ::open(temp.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
-    if (fd < 0)
-        throw RunError(Err::PathFileAccess, "Can't write " + path + ": " + std::strerror(errno));
-    size_t done = 0;
-    bool ok = true;
-    while (ok && done < text.size()) {
-        ssize_t n = ::write(fd, text.data() + done, text.size() - done);
-        if (n < 0 && errno == EINTR) continue;
-        if (n <= 0)
-            ok = false;
-        else
-            done += static_cast<size_t>(n);
-    }
-    ok = ::fsync(fd) == 0 && ok;
-    ok = ::close(fd) == 0 && ok;
-    if (!ok || ::rename(temp.c_str(), path.c_str()) != 0) {
-        ::unlink(temp.c_str());
-        throw RunError(Err::DiskFull, "Can't write " + path);
-    }
+    if (!WriteFileExactly(path, text)) throw RunError(Err::DiskFull, "Can't write " + path);
 }
 
 bool isFile(const std::string& path) {
