@@ -8,6 +8,7 @@
 #include "core/mSHAREDSettings.h"
 #include "cycle/frmMain.h"
 #include "platform/Platform.h"
+#include "support/RecordingPlatform.h"
 #include "support/TempDir.h"
 
 #include <gtest/gtest.h>
@@ -18,51 +19,7 @@
 
 namespace corva::test {
 
-class RecordingPrompts : public platform::Prompts {
-public:
-    platform::Answer messageBox(const std::string& text, platform::Buttons buttons, platform::Icon,
-                                const std::string&) override {
-        messages.push_back(text);
-        return buttons == platform::Buttons::Ok ? platform::Answer::Ok : answer;
-    }
-    platform::PasswordReply askPassword(const std::string& prompt) override {
-        passwordPrompts.push_back(prompt);
-        return {"", true, false};
-    }
-    std::optional<std::string> inputBox(const std::string&, const std::string&,
-                                        const std::string&) override {
-        return std::nullopt;
-    }
-    void setCursor(platform::Cursor) override {}
-
-    std::vector<std::string> messages;
-    std::vector<std::string> passwordPrompts;
-    platform::Answer answer = platform::Answer::No;
-};
-
-class RecordingSound : public platform::Sound {
-public:
-    void play(const std::string& file) override { played.push_back(file); }
-    std::vector<std::string> played;
-};
-
-// The platform in force, with prompts and sound replaced by recorders.
-class TestPlatform : public platform::Platform {
-public:
-    TestPlatform() : base_(platform::current()) {}
-    std::unique_ptr<platform::Socket> createSocket() override { return base_.createSocket(); }
-    std::unique_ptr<platform::Timer> createTimer() override { return base_.createTimer(); }
-    platform::EventLoop& eventLoop() override { return base_.eventLoop(); }
-    platform::Prompts& prompts() override { return prompts_; }
-    platform::Clock& clock() override { return base_.clock(); }
-    platform::Sound& sound() override { return sound_; }
-
-    RecordingPrompts prompts_;
-    RecordingSound sound_;
-
-private:
-    platform::Platform& base_;
-};
+using TestPlatform = RecordingPlatform;
 
 class RecordingView : public frmMainView {
 public:

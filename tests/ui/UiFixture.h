@@ -8,6 +8,7 @@
 #include "core/mSHAREDSettings.h"
 #include "cycle/frmMain.h"
 #include "platform/Platform.h"
+#include "support/RecordingPlatform.h"
 #include "support/TempDir.h"
 #include "ui/ScannerListModel.h"
 #include "ui/ScannerWindow.h"
@@ -25,39 +26,7 @@
 
 namespace corva::test {
 
-class RecordingPrompts : public platform::Prompts {
-public:
-    platform::Answer messageBox(const std::string& text, platform::Buttons buttons, platform::Icon,
-                                const std::string&) override {
-        messages.push_back(text);
-        return buttons == platform::Buttons::Ok ? platform::Answer::Ok : answer;
-    }
-    platform::PasswordReply askPassword(const std::string&) override { return {"", true, false}; }
-    std::optional<std::string> inputBox(const std::string&, const std::string&,
-                                        const std::string&) override {
-        return std::nullopt;
-    }
-    void setCursor(platform::Cursor) override {}
-
-    std::vector<std::string> messages;
-    platform::Answer answer = platform::Answer::No;
-};
-
-// The Qt platform with its message boxes replaced by the recorder.
-class UiPlatform : public platform::Platform {
-public:
-    UiPlatform() : base_(platform::current()) {}
-    std::unique_ptr<platform::Socket> createSocket() override { return base_.createSocket(); }
-    std::unique_ptr<platform::Timer> createTimer() override { return base_.createTimer(); }
-    platform::EventLoop& eventLoop() override { return base_.eventLoop(); }
-    platform::Prompts& prompts() override { return prompts_; }
-    platform::Clock& clock() override { return base_.clock(); }
-
-    RecordingPrompts prompts_;
-
-private:
-    platform::Platform& base_;
-};
+using UiPlatform = RecordingPlatform;
 
 // Writes a window's picture to <build>/screenshots/<name>.png for people to look at.
 inline void saveScreenshot(QWidget& widget, const QString& name) {

@@ -1,0 +1,61 @@
+// The platform in force with its prompts and sound replaced by recorders, so
+// a test answers message boxes instead of blocking on them and can read what
+// the user would have been asked or heard.
+#pragma once
+
+#include "platform/Platform.h"
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace corva::test {
+
+class RecordingPrompts : public platform::Prompts {
+public:
+    platform::Answer messageBox(const std::string& text, platform::Buttons buttons, platform::Icon,
+                                const std::string&) override {
+        messages.push_back(text);
+        return buttons == platform::Buttons::Ok ? platform::Answer::Ok : answer;
+    }
+    platform::PasswordReply askPassword(const std::string& prompt) override {
+        passwordPrompts.push_back(prompt);
+        return {"", true, false};
+    }
+    std::optional<std::string> inputBox(const std::string&, const std::string&,
+                                        const std::string&) override {
+        return std::nullopt;
+    }
+    void setCursor(platform::Cursor) override {}
+
+    std::vector<std::string> messages;
+    std::vector<std::string> passwordPrompts;
+    // What every question other than a plain OK is answered with.
+    platform::Answer answer = platform::Answer::No;
+};
+
+class RecordingSound : public platform::Sound {
+public:
+    void play(const std::string& file) override { played.push_back(file); }
+    std::vector<std::string> played;
+};
+
+class RecordingPlatform : public platform::Platform {
+public:
+    RecordingPlatform() : base_(platform::current()) {}
+    std::unique_ptr<platform::Socket> createSocket() override { return base_.createSocket(); }
+    std::unique_ptr<platform::Timer> createTimer() override { return base_.createTimer(); }
+    platform::EventLoop& eventLoop() override { return base_.eventLoop(); }
+    platform::Prompts& prompts() override { return prompts_; }
+    platform::Clock& clock() override { return base_.clock(); }
+    platform::Sound& sound() override { return sound_; }
+
+    RecordingPrompts prompts_;
+    RecordingSound sound_;
+
+private:
+    platform::Platform& base_;
+};
+
+} // namespace corva::test
