@@ -1,6 +1,7 @@
 // The classifier's speed: training through generatefilters over a generated
 // store of N messages, scoring header-only messages, and the load time and
 // memory of a 350,000-token word table.
+#include "BenchSupport.h"
 #include "bayes/frmBayesFilter.h"
 #include "core/Globals.h"
 #include "message/clsMessage.h"
@@ -17,29 +18,11 @@
 #include <vector>
 
 using namespace corva;
-using Clock = std::chrono::steady_clock;
+using namespace corva::bench;
 
 namespace {
 
 std::mt19937 rng(4321);
-
-double seconds(Clock::time_point since) {
-    return std::chrono::duration<double>(Clock::now() - since).count();
-}
-
-double cpuSeconds() {
-    timespec ts{};
-    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &ts);
-    return static_cast<double>(ts.tv_sec) + static_cast<double>(ts.tv_nsec) / 1e9;
-}
-
-long residentKb() {
-    std::ifstream status("/proc/self/status");
-    std::string line;
-    while (std::getline(status, line))
-        if (line.rfind("VmRSS:", 0) == 0) return std::atol(line.c_str() + 6);
-    return 0;
-}
 
 // Words drawn from a large made-up vocabulary, so that tables fill as real mail does.
 std::string word(int range) {
@@ -103,7 +86,7 @@ int main(int argc, char** argv) {
         double cpu = cpuSeconds();
         filter.generatefilters();
         trainCpu = cpuSeconds() - cpu;
-        trainWall = seconds(wall);
+        trainWall = secondsSince(wall);
         goodTokens = filter.GoodTable().MaxIndex;
         badTokens = filter.BadTable().MaxIndex;
         words = filter.WordTable().MaxIndex;
@@ -123,7 +106,7 @@ int main(int argc, char** argv) {
     double loadCpu = cpuSeconds();
     scorer.LoadWordHash();
     double loadTime = cpuSeconds() - loadCpu;
-    double loadWallTime = seconds(loadWall);
+    double loadWallTime = secondsSince(loadWall);
     long rssAfter = residentKb();
 
     // Scoring: header-only messages, parsed beforehand, as a server scan hands them over.
@@ -144,7 +127,7 @@ int main(int argc, char** argv) {
         sum += score;
     }
     double scoreTime = cpuSeconds() - scoreCpu;
-    double scoreWallTime = seconds(scoreWall);
+    double scoreWallTime = secondsSince(scoreWall);
 
     std::printf("messages trained:         %d (%ld good tokens, %ld spam tokens, %ld words)\n", n,
                 goodTokens, badTokens, words);

@@ -2,6 +2,7 @@
 // messages through 200 rules of four conditions, with each of the five lists
 // holding 10,000 entries. Also times loading the lists and one block command,
 // which reads and writes its whole list.
+#include "BenchSupport.h"
 #include "core/Globals.h"
 #include "core/mSHAREDLogging.h"
 #include "core/mSHAREDSettings.h"
@@ -20,23 +21,11 @@
 #include <vector>
 
 using namespace corva;
-using Clock = std::chrono::steady_clock;
+using namespace corva::bench;
 
 namespace {
 
 std::mt19937 rng(1234);
-
-double seconds(Clock::time_point since) {
-    return std::chrono::duration<double>(Clock::now() - since).count();
-}
-
-// The machine is shared, so the figure that counts is the processor time the
-// checks took; the wall time is printed beside it.
-double cpuSeconds() {
-    timespec ts{};
-    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &ts);
-    return static_cast<double>(ts.tv_sec) + static_cast<double>(ts.tv_nsec) / 1e9;
-}
 
 std::string pick(const std::vector<std::string>& pool) {
     return pool[rng() % pool.size()];
@@ -121,7 +110,7 @@ int main(int argc, char** argv) {
     frmFilters filters(dir.path());
     auto start = Clock::now();
     filters.ReloadFilters(false);
-    const double loadTime = seconds(start);
+    const double loadTime = secondsSince(start);
 
     std::vector<clsMessage> messages(static_cast<size_t>(messageCount));
     for (int i = 0; i < messageCount; ++i) {
@@ -145,7 +134,7 @@ int main(int argc, char** argv) {
     for (int p = 0; p < passes; ++p)
         for (clsMessage& m : messages) filters.CheckMessage(m, true);
     const double cpuTime = cpuSeconds() - cpuStart;
-    const double wallTime = seconds(start);
+    const double wallTime = secondsSince(start);
     const double rate = passes * messageCount / cpuTime;
 
     std::map<std::string, int> verdicts;
@@ -153,7 +142,7 @@ int main(int argc, char** argv) {
 
     start = Clock::now();
     filters.BlockSender("one.more@spam.example");
-    const double blockTime = seconds(start);
+    const double blockTime = secondsSince(start);
 
     std::printf("filters: %d rules of 4 conditions, 5 lists of %d entries, loaded in %.1f ms\n",
                 ruleCount, listSize, loadTime * 1000);

@@ -8,6 +8,7 @@
 //
 // Each side runs ROUNDS times (default 3) into an empty folder, alternating,
 // and the best time of each is compared.
+#include "BenchSupport.h"
 #include "core/AppInfo.h"
 #include "core/FileSubs.h"
 #include "core/Globals.h"
@@ -30,22 +31,11 @@
 #include <string>
 #include <sys/resource.h>
 
+using namespace corva::bench;
+
 namespace {
 
 namespace fs = std::filesystem;
-using Clock = std::chrono::steady_clock;
-
-double secondsSince(Clock::time_point start) {
-    return std::chrono::duration<double>(Clock::now() - start).count();
-}
-
-// User and system time of this process so far, in seconds.
-double cpuSeconds() {
-    rusage usage{};
-    getrusage(RUSAGE_SELF, &usage);
-    auto s = [](const timeval& t) { return static_cast<double>(t.tv_sec) + t.tv_usec / 1e6; };
-    return s(usage.ru_utime) + s(usage.ru_stime);
-}
 
 // A message of a few kilobytes with the headers a real one carries.
 std::string makeMessage(int i) {

@@ -7,6 +7,7 @@
 //
 // The rates are measured in this process; each memory figure comes from a
 // scan in a child process of its own, so that its peak is its own.
+#include "BenchSupport.h"
 #include "core/AppInfo.h"
 #include "core/Globals.h"
 #include "core/mSHAREDLogging.h"
@@ -35,27 +36,9 @@
 #include <unistd.h>
 #include <vector>
 
+using namespace corva::bench;
+
 namespace {
-
-using Clock = std::chrono::steady_clock;
-
-double secondsSince(Clock::time_point start) {
-    return std::chrono::duration<double>(Clock::now() - start).count();
-}
-
-long peakKb() {
-    rusage usage{};
-    getrusage(RUSAGE_SELF, &usage);
-    return usage.ru_maxrss;
-}
-
-// User and system time of this process so far, in seconds.
-double cpuSeconds() {
-    rusage usage{};
-    getrusage(RUSAGE_SELF, &usage);
-    auto s = [](const timeval& t) { return static_cast<double>(t.tv_sec) + t.tv_usec / 1e6; };
-    return s(usage.ru_utime) + s(usage.ru_stime);
-}
 
 // A message of a few kilobytes with the headers a real one carries.
 std::string makeMessage(int i) {

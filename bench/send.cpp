@@ -7,6 +7,7 @@
 //
 // The upload runs twice: with no pause between messages (the engine's own
 // speed) and, on a sample, with the stock 250 ms pause of the send timer.
+#include "BenchSupport.h"
 #include "core/FileSubs.h"
 #include "core/Globals.h"
 #include "core/mSHAREDSettings.h"
@@ -27,12 +28,8 @@
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
 using namespace corva;
-
-double secondsSince(Clock::time_point start) {
-    return std::chrono::duration<double>(Clock::now() - start).count();
-}
+using namespace corva::bench;
 
 // The longest time between two ticks of a 5 ms timer: how long the event loop
 // went without a pass.
