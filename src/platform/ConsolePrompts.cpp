@@ -47,17 +47,7 @@ Answer ConsolePrompts::messageBox(const std::string& text, Buttons buttons, Icon
     bool yesNo = buttons == Buttons::YesNo || buttons == Buttons::YesNoCancel;
     if (yesNo && assumeYes_) return Answer::Yes;
     if (buttons == Buttons::Ok) return Answer::Ok;
-    if (!interactive()) {
-        switch (buttons) {
-        case Buttons::YesNo:
-        case Buttons::YesNoCancel:
-            return Answer::No;
-        case Buttons::AbortRetryIgnore:
-            return Answer::Abort;
-        default:
-            return Answer::Cancel;
-        }
-    }
+    if (!interactive()) return cautiousAnswer(buttons);
     switch (buttons) {
     case Buttons::YesNo:
         std::cerr << "[y/N] ";

@@ -71,17 +71,7 @@ public:
 class CautiousPrompts : public Prompts {
 public:
     Answer messageBox(const std::string&, Buttons buttons, Icon, const std::string&) override {
-        switch (buttons) {
-        case Buttons::Ok:
-            return Answer::Ok;
-        case Buttons::YesNo:
-        case Buttons::YesNoCancel:
-            return Answer::No;
-        case Buttons::AbortRetryIgnore:
-            return Answer::Abort;
-        default:
-            return Answer::Cancel;
-        }
+        return cautiousAnswer(buttons);
     }
     PasswordReply askPassword(const std::string&) override { return {"", true, false}; }
     std::optional<std::string> inputBox(const std::string&, const std::string&,
@@ -164,6 +154,20 @@ struct Platform::Defaults {
     SilentSound sound;
     SilentSpeech speech;
 };
+
+Answer cautiousAnswer(Buttons buttons) {
+    switch (buttons) {
+    case Buttons::Ok:
+        return Answer::Ok;
+    case Buttons::YesNo:
+    case Buttons::YesNoCancel:
+        return Answer::No;
+    case Buttons::AbortRetryIgnore:
+        return Answer::Abort;
+    default:
+        return Answer::Cancel;
+    }
+}
 
 Platform::Platform() : defaults_(std::make_unique<Defaults>()) {}
 Platform::~Platform() = default;

@@ -101,6 +101,9 @@ enum class Answer { Ok = 1, Cancel = 2, Abort = 3, Retry = 4, Ignore = 5, Yes = 
 enum class Icon { None, Information, Question, Exclamation, Critical };
 enum class Cursor { Normal, Busy, BusyBackground };
 
+// The answer a question gets when nobody can be asked: Cancel, No or Abort.
+Answer cautiousAnswer(Buttons buttons);
+
 struct PasswordReply {
     std::string text;
     bool cancelled = false;
