@@ -127,8 +127,8 @@ Ssl2DerivedKey Ssl2Crypto::deriveKey(const std::string& material) const {
 
 std::string Ssl2Crypto::randomBytes(std::size_t count) const {
     std::string out(count, '\0');
-    std::random_device seed;
-    std::mt19937 weak(seed());
+    std::random_device entropy;
+    std::mt19937 weak(entropy());
     for (char& c : out) c = static_cast<char>(weak() & 0xff);
     if (count > 0 &&
         RAND_bytes_ex(context_, reinterpret_cast<unsigned char*>(out.data()), count, 0) != 1)

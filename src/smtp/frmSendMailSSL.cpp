@@ -146,7 +146,7 @@ void frmSendMailSSL::socketConnected() {
         sendSequence_ = 0;
         receiveSequence_ = 0;
         dataBuffer_.clear();
-        // CLIENT-HELLO: version 2, one cipher spec (RC4 128 with MD5), no session id.
+        // CLIENT-HELLO: version 2, one cipher kind (RC4 128 with MD5), no session id.
         clientHello_ =
             bytes({0x01, 0x00, 0x02, 0x00, 0x03, 0x00, 0x00, 0x00, 0x10, 0x01, 0x00, 0x80}) +
             challenge_;

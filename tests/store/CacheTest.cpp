@@ -25,7 +25,7 @@ std::set<std::string> subjects(const clsCache& c) {
     return s;
 }
 
-MessageSpec spec(const std::string& subject, const std::string& id, bool read = false) {
+MessageSpec sample(const std::string& subject, const std::string& id, bool read = false) {
     MessageSpec s;
     s.subject = subject;
     s.id = id;
@@ -50,9 +50,9 @@ std::vector<std::string> cacheLines(const std::string& folder) {
 } // namespace
 
 TEST_F(StoreTest, CachedOpenReadsOnlyTheCacheAndFollowsFilesThatCameAndWent) {
-    std::string a = addMessage("Inbox/", "A.EML", spec("Alpha", "<a@x>"));
-    std::string b = addMessage("Inbox/", "B.EML", spec("Beta", "<b@x>", true));
-    addMessage("Inbox/", "C.EML", spec("Gamma", "<c@x>"));
+    std::string a = addMessage("Inbox/", "A.EML", sample("Alpha", "<a@x>"));
+    std::string b = addMessage("Inbox/", "B.EML", sample("Beta", "<b@x>", true));
+    addMessage("Inbox/", "C.EML", sample("Gamma", "<c@x>"));
 
     clsCache first;
     first.fillcache(nullptr, inbox(), "Inbox");
@@ -64,7 +64,7 @@ TEST_F(StoreTest, CachedOpenReadsOnlyTheCacheAndFollowsFilesThatCameAndWent) {
 
     changeSubject(a, "Changed behind the cache");
     EraseFile(b);
-    addMessage("Inbox/", "D.EML", spec("Delta", "<d@x>"));
+    addMessage("Inbox/", "D.EML", sample("Delta", "<d@x>"));
 
     clsCache second;
     second.fillcache(nullptr, inbox(), "Inbox");
@@ -82,7 +82,7 @@ TEST_F(StoreTest, CachedOpenReadsOnlyTheCacheAndFollowsFilesThatCameAndWent) {
 }
 
 TEST_F(StoreTest, CacheRowsKeepTheirColumnsAndProtectOnlyTheSubject) {
-    MessageSpec s = spec("Split |-| here", "<s@x>", true);
+    MessageSpec s = sample("Split |-| here", "<s@x>", true);
     s.from = "Ann <ann@example.com>";
     addMessage("Inbox/", "ROW.EML", s);
     clsCache c;
@@ -119,9 +119,9 @@ TEST_F(StoreTest, CacheRowsKeepTheirColumnsAndProtectOnlyTheSubject) {
 }
 
 TEST_F(StoreTest, OneEntryPerMessageIdAndMadeUpIdsStayOutOfTheFiles) {
-    addMessage("Inbox/", "ONE.EML", spec("One", "<same@x>"));
-    addMessage("Inbox/", "TWO.EML", spec("Two", "<SAME@x>"));
-    std::string noId = addMessage("Inbox/", "NOID.EML", spec("No id", ""));
+    addMessage("Inbox/", "ONE.EML", sample("One", "<same@x>"));
+    addMessage("Inbox/", "TWO.EML", sample("Two", "<SAME@x>"));
+    std::string noId = addMessage("Inbox/", "NOID.EML", sample("No id", ""));
 
     for (int open = 0; open < 2; ++open) {
         ResetLastActions();
@@ -146,7 +146,7 @@ TEST_F(StoreTest, OneEntryPerMessageIdAndMadeUpIdsStayOutOfTheFiles) {
 TEST_F(StoreTest, DamagedCacheFilesCostRowsNotMail) {
     for (int i = 0; i < 4; ++i)
         addMessage("Inbox/", "M" + std::to_string(i) + ".EML",
-                   spec("S" + std::to_string(i), "<" + std::to_string(i) + "@x>"));
+                   sample("S" + std::to_string(i), "<" + std::to_string(i) + "@x>"));
     const std::set<std::string> all{"S0", "S1", "S2", "S3"};
     clsCache c;
     c.fillcache(nullptr, inbox(), "Inbox");
@@ -182,8 +182,8 @@ TEST_F(StoreTest, DamagedCacheFilesCostRowsNotMail) {
 }
 
 TEST_F(StoreTest, DamagedFolderStillOpensWithEverythingReadable) {
-    addMessage("Inbox/", "GOOD1.EML", spec("Good one", "<g1@x>"));
-    addMessage("Inbox/", "GOOD2.EML", spec("Good two", "<g2@x>", true));
+    addMessage("Inbox/", "GOOD1.EML", sample("Good one", "<g1@x>"));
+    addMessage("Inbox/", "GOOD2.EML", sample("Good two", "<g2@x>", true));
     writeFile(inbox() + "ZERO.EML", "");
     fs::create_directories(inbox() + "FOLDER.EML");
     ASSERT_EQ(::mkfifo((inbox() + "PIPE.EML").c_str(), 0600), 0);
@@ -206,8 +206,8 @@ TEST_F(StoreTest, DamagedFolderStillOpensWithEverythingReadable) {
 
 TEST_F(StoreTest, CopiedStoreFindsItsRowsAndReadsNothing) {
     setmessagefolder(home_.path() + "Old/Messages");
-    std::string a = addMessage("Inbox/", "A.EML", spec("Alpha", "<a@x>"));
-    addMessage("Inbox/", "b.eml", spec("Beta", "<b@x>", true));
+    std::string a = addMessage("Inbox/", "A.EML", sample("Alpha", "<a@x>"));
+    addMessage("Inbox/", "b.eml", sample("Beta", "<b@x>", true));
     clsCache c;
     c.fillcache(nullptr, inbox(), "Inbox");
 
@@ -235,8 +235,8 @@ TEST_F(StoreTest, CopiedStoreFindsItsRowsAndReadsNothing) {
 }
 
 TEST_F(StoreTest, CacheEntriesFollowMarksAndRemovalsByFileName) {
-    std::string a = addMessage("Inbox/", "A.EML", spec("Alpha", "<a@x>"));
-    addMessage("Inbox/", "B.EML", spec("Beta", "<b@x>"));
+    std::string a = addMessage("Inbox/", "A.EML", sample("Alpha", "<a@x>"));
+    addMessage("Inbox/", "B.EML", sample("Beta", "<b@x>"));
     clsCache c;
     c.fillcache(nullptr, inbox(), "Inbox");
 
@@ -268,8 +268,8 @@ TEST_F(StoreTest, CacheEntriesFollowMarksAndRemovalsByFileName) {
 }
 
 TEST_F(StoreTest, NamesThatDifferOnlyInCaseAreTwoMessagesMatchedOnceEach) {
-    std::string unread = addMessage("Inbox/", "SAME.EML", spec("Unread one", "<u@x>"));
-    std::string read = addMessage("Inbox/", "same.eml", spec("Read one", "<r@x>", true));
+    std::string unread = addMessage("Inbox/", "SAME.EML", sample("Unread one", "<u@x>"));
+    std::string read = addMessage("Inbox/", "same.eml", sample("Read one", "<r@x>", true));
     clsCache c;
     c.fillcache(nullptr, inbox(), "Inbox");
     ASSERT_EQ(c.Count(), 2);
