@@ -18,6 +18,7 @@
 #include "ui/AccountWizardDialog.h"
 #include "ui/DisplayText.h"
 #include "ui/Icons.h"
+#include "ui/LogViewer.h"
 #include "ui/ScannerListModel.h"
 #include "ui/SettingsDialog.h"
 #include "ui/TextWindow.h"
@@ -193,6 +194,7 @@ void ScannerWindow::buildToolbar() {
     drop->addSeparator();
     entry("reinforce", "Reinforce Bayes from the list");
     entry("settings", "Settings");
+    entry("log", "View log");
     drop->addSeparator();
     entry("close", "Close to tray");
     entry("quit", "Quit");
@@ -309,6 +311,10 @@ void ScannerWindow::act(const QString& key) {
         ReinforceUsingVisible(main_->BayesFilter(), lines, [this] { main_->rescanCachedmail(); });
     } else if (key == "settings") {
         main_->showsettings();
+    } else if (key == "log") {
+        auto* viewer = new LogViewer(this);
+        viewer->setAttribute(Qt::WA_DeleteOnClose);
+        viewer->show();
     } else if (key == "close") {
         // As the close box: the state is kept and the window hides.
         main_->QueryUnload(true);
