@@ -1,6 +1,8 @@
 // The windows' tests need a QApplication, not the QCoreApplication every other
 // test executable runs on; otherwise the same: the Qt platform installed.
+#include "core/AppInfo.h"
 #include "platform/qt/QtPlatform.h"
+#include "support/TempDir.h"
 
 #include <QApplication>
 #include <gtest/gtest.h>
@@ -14,6 +16,8 @@ int main(int argc, char** argv) {
     QApplication::setQuitOnLastWindowClosed(false);
     corva::platform::qt::QtPlatform platform;
     corva::platform::ScopedPlatform installed(platform);
+    corva::test::TempDir home;
+    corva::SetAppPath(home.path());
     ::testing::InitGoogleTest(&argc, argv);
     return RUN_ALL_TESTS();
 }
