@@ -104,30 +104,36 @@ std::string cHtmlToChar(const std::string& text) {
     std::string out;
     out.reserve(text.size());
     const size_t n = text.size();
-    for (size_t i = 0; i < n; ++i) {
-        char c = text[i];
-        if (c == '&') {
-            // A reference runs to ";" within a short reach; anything else stands as it is.
-            size_t j = i + 1;
-            while (j < n && j - i <= 10 && (isAlnum(text[j]) || (j == i + 1 && text[j] == '#')))
-                ++j;
-            if (j < n && text[j] == ';' && j > i + 1) {
-                std::string_view body(text.data() + i + 1, j - i - 1);
-                int byte = -1;
-                if (body[0] == '#') {
-                    byte = numericReference(body.substr(1));
-                } else {
-                    auto it = table.find(body);
-                    if (it != table.end()) byte = it->second;
-                }
-                if (byte > 0) {
-                    out += static_cast<char>(byte);
-                    i = j;
-                    continue;
-                }
+    size_t i = 0;
+    while (i < n) {
+        // Plain runs are copied whole; only an "&" needs a look.
+        size_t amp = text.find('&', i);
+        if (amp == std::string::npos) {
+            out.append(text, i, std::string::npos);
+            break;
+        }
+        out.append(text, i, amp - i);
+        i = amp;
+        // A reference runs to ";" within a short reach; anything else stands as it is.
+        size_t j = i + 1;
+        while (j < n && j - i <= 10 && (isAlnum(text[j]) || (j == i + 1 && text[j] == '#'))) ++j;
+        if (j < n && text[j] == ';' && j > i + 1) {
+            std::string_view body(text.data() + i + 1, j - i - 1);
+            int byte = -1;
+            if (body[0] == '#') {
+                byte = numericReference(body.substr(1));
+            } else {
+                auto it = table.find(body);
+                if (it != table.end()) byte = it->second;
+            }
+            if (byte > 0) {
+                out += static_cast<char>(byte);
+                i = j + 1;
+                continue;
             }
         }
-        out += c;
+        out += '&';
+        ++i;
     }
     return out;
 }
