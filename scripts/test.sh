@@ -9,5 +9,5 @@ cd "$here/.."
 build="${CORVA_BUILD_DIR:-build}"
 ctest --test-dir "$build" -j"$(nproc)" --output-on-failure --timeout 300
 if [ -x "$here/fuzz.sh" ]; then
-    "$here/fuzz.sh" "${CORVA_FUZZ_SECONDS:-30}"
+    "$here/fuzz.sh" "${CORVA_FUZZ_SECONDS:-45}"
 fi
