@@ -35,6 +35,26 @@ private:
         std::chrono::steady_clock::now() + std::chrono::milliseconds(250);
 };
 
+// Adds items 1 to total, yielding now and then, and looks for a stop before
+// and after each; false when stopped partway (the view is then told nothing
+// more).
+template <class Stopped, class AddOne> bool walkItems(long total, Stopped stopped, AddOne addOne) {
+    YieldClock clock;
+    for (long i = 1; i <= total; ++i) {
+        if (stopped()) {
+            DoEvents();
+            return false;
+        }
+        addOne(i);
+        if (stopped()) {
+            DoEvents();
+            return false;
+        }
+        clock.maybeYield();
+    }
+    return true;
+}
+
 } // namespace
 
 void clsMailer::PopulateFolders(bool rebuild) {
@@ -93,27 +113,14 @@ void clsMailer::PopulateFromCache(clsCache& cache, bool unreadOnly) {
         events().ClearMessages();
         events().FolderMessageCount(cache.Count());
         Run run{unreadOnly, 0, 0, false, AgeColours::FromSettings()};
-        YieldClock clock;
         const long total = cache.Count();
-        bool left = false;
         // Entries are held by pointer, so a change of the cache during a yield
         // can't pull one from under the loop.
-        for (long i = 1; i <= total && !left; ++i) {
-            if (stopped()) {
-                DoEvents();
-                left = true;
-                break;
-            }
+        bool whole = walkItems(total, stopped, [&](long i) {
             auto message = cache.Item(i);
             if (message) AddMessage(*message, i, total, run);
-            if (stopped()) {
-                DoEvents();
-                left = true;
-                break;
-            }
-            clock.maybeYield();
-        }
-        if (!left && !stopped()) finish(run);
+        });
+        if (whole && !stopped()) finish(run);
     });
     if (generation == generation_) busy_ = false;
     DoEvents();
@@ -137,15 +144,8 @@ void clsMailer::PopulateMessageList(const std::string& folderPath, bool unreadOn
         const long total = static_cast<long>(files.size());
         events().FolderMessageCount(total);
         if (stopped()) return;
-        YieldClock clock;
-        bool left = false;
-        for (long i = 1; i <= total && !left; ++i) {
+        bool whole = walkItems(total, stopped, [&](long i) {
             const std::string& file = files[static_cast<size_t>(i - 1)];
-            if (stopped()) {
-                DoEvents();
-                left = true;
-                break;
-            }
             if (EqualsNoCase(extonly(file), "qbx")) {
                 clsMessages inside;
                 LoadQBXIndex(withextension(file, ".idx"), inside);
@@ -157,14 +157,8 @@ void clsMailer::PopulateMessageList(const std::string& folderPath, bool unreadOn
                 auto message = readmessageheader(file);
                 AddMessage(*message, i, total, run);
             }
-            if (stopped()) {
-                DoEvents();
-                left = true;
-                break;
-            }
-            clock.maybeYield();
-        }
-        if (!left && !stopped()) finish(run);
+        });
+        if (whole && !stopped()) finish(run);
     });
     if (generation == generation_) busy_ = false;
     DoEvents();

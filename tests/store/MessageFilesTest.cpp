@@ -86,9 +86,9 @@ TEST_F(StoreTest, HeaderReadsKeepOnlyTheHeader) {
     EXPECT_EQ(m->Size, 12.0f); // from the file, not from what was read
 
     // A body is never parsed by a header read.
-    MessageSpec spec;
-    spec.body = "Subject: not this one\r\n\r\n";
-    std::string path = addMessage("Inbox/", "BODY.EML", spec);
+    MessageSpec sample;
+    sample.body = "Subject: not this one\r\n\r\n";
+    std::string path = addMessage("Inbox/", "BODY.EML", sample);
     EXPECT_EQ(readmessageheader(path)->Subject, "Hello");
     EXPECT_TRUE(readmessageheader(path)->MessageBody.find("not this one") == std::string::npos);
     EXPECT_EQ(readfullmessage(path)->Size, 1.0f);

@@ -32,9 +32,9 @@ void StoreTest::TearDown() {
 }
 
 std::string StoreTest::addMessage(const std::string& folder, const std::string& fileName,
-                                  const MessageSpec& spec) {
-    std::string path = MessageFolder + folder + (spec.read ? LCase(fileName) : UCase(fileName));
-    writeFile(path, messageText(spec));
+                                  const MessageSpec& sample) {
+    std::string path = MessageFolder + folder + (sample.read ? LCase(fileName) : UCase(fileName));
+    writeFile(path, messageText(sample));
     return path;
 }
 

@@ -22,7 +22,7 @@ struct MessageSpec {
 };
 
 // The raw CR LF text of a message.
-std::string messageText(const MessageSpec& spec);
+std::string messageText(const MessageSpec& sample);
 
 class StoreTest : public ::testing::Test {
 protected:
@@ -32,7 +32,7 @@ protected:
     // A message file in a folder relative to the root ("Inbox/"), named by
     // its read state: lower case read, upper case unread. Returns the path.
     std::string addMessage(const std::string& folder, const std::string& fileName,
-                           const MessageSpec& spec);
+                           const MessageSpec& sample);
     std::string inbox() const;
     // True when the ring of last actions holds an entry containing text.
     static bool ringHolds(const std::string& text);
