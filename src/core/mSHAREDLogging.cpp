@@ -7,6 +7,7 @@
 #include <cmath>
 #include <cstdio>
 #include <filesystem>
+#include <sys/stat.h>
 
 namespace corva {
 
@@ -22,12 +23,39 @@ std::string clockTime() {
     return DateTime::now().format("hh:nn:ss");
 }
 
+// The run log stays open between lines: opening it for each of the several
+// lines a message produces cost more than writing them. A log removed behind
+// our back (no links left) is opened again by name.
+struct OpenLog {
+    std::string path;
+    FILE* file = nullptr;
+
+    void close() {
+        if (file) std::fclose(file);
+        file = nullptr;
+        path.clear();
+    }
+    ~OpenLog() { close(); }
+};
+
+OpenLog g_open;
+
 bool appendRaw(const std::string& path, const std::string& bytes, bool truncate) {
-    FILE* f = std::fopen(path.c_str(), truncate ? "wb" : "ab");
-    if (!f) return false;
-    std::fwrite(bytes.data(), 1, bytes.size(), f);
-    std::fclose(f);
-    return true;
+    if (truncate || g_open.path != path) g_open.close();
+    if (g_open.file) {
+        struct stat st {};
+        if (::fstat(::fileno(g_open.file), &st) != 0 || st.st_nlink == 0) g_open.close();
+    }
+    if (!g_open.file) {
+        g_open.file = std::fopen(path.c_str(), truncate ? "wb" : "ab");
+        if (!g_open.file) return false;
+        g_open.path = path;
+    }
+    bool ok = std::fwrite(bytes.data(), 1, bytes.size(), g_open.file) == bytes.size();
+    // Whoever reads the log (the viewer, an error report) sees every line at once.
+    ok = std::fflush(g_open.file) == 0 && ok;
+    if (!ok) g_open.close();
+    return ok;
 }
 
 void store(const std::string& text, const std::string& procedure, const std::string& module,
@@ -63,6 +91,7 @@ void LogToFile(const std::string& path, const std::string& text, bool fresh) {
     try {
         if (fresh) {
             std::error_code ec;
+            if (g_open.path == path) g_open.close();
             std::filesystem::remove(path, ec);
             if (std::filesystem::exists(path, ec)) fresh = false;
         }
