@@ -15,8 +15,11 @@
 #include "message/MessageCheck.h"
 #include "message/clsMessage.h"
 
+#include <algorithm>
 #include <cmath>
+#include <fcntl.h>
 #include <set>
+#include <unistd.h>
 
 namespace corva {
 
@@ -237,6 +240,8 @@ void frmGetMail::startTimer1() {
 void frmGetMail::cleanupandexit() {
     Timer1_->setEnabled(false);
     socket_->close();
+    // Whatever the closed connection still had to say is of no use now.
+    deferredData_.clear();
     if (TempFileHandle_ != 0) closeTempFile(true);
     ListLines_.clear();
     progressValue_ = 0;
@@ -318,7 +323,20 @@ void frmGetMail::send(const std::string& command) {
 // message is passed ends the dialogue quietly (servers that don't stop at last).
 
 void frmGetMail::socketDataArrival(const std::string& data) {
+    // A handler that lets events run must not see the next reply before it
+    // has finished with this one: data that comes meanwhile waits, in order.
+    if (inDataArrival_) {
+        deferredData_.push_back(data);
+        return;
+    }
+    inDataArrival_ = true;
     guarded("DataArrival", Module, [&] { DataArrival(data); });
+    while (!deferredData_.empty()) {
+        std::string next = std::move(deferredData_.front());
+        deferredData_.pop_front();
+        guarded("DataArrival", Module, [&] { DataArrival(next); });
+    }
+    inDataArrival_ = false;
 }
 
 void frmGetMail::DataArrival(const std::string& data) {
@@ -592,23 +610,36 @@ void frmGetMail::onRetrText(const std::string& data) {
         return;
     }
 
+    // Unless a DELE may have to go first, the next command leaves before the
+    // message is checked and stored, so that the server prepares its reply
+    // while we work. The wire is the same; the reply waits its turn (see
+    // socketDataArrival).
+    const int32_t number = MessageNumber_;
+    const std::string n = Str(number);
+    const std::string count = Str(MessageCount_);
+    const bool deleting = sget("DELETEONRETRIEVE", 0).toNumber() == 1;
+    if (!deleting) askAfterRetrieve();
+
     if (serverRules_) serverRules_->CheckMessage(msg, true);
     if (localRules_ && !msg.Ignored && !msg.Deleted && !msg.BlockedSender && !msg.BlockedRecip &&
         !msg.Suspicious && msg.DestFolder.empty())
         localRules_->CheckMessage(msg, false);
     events_->MessageReceived(msg);
 
-    const std::string n = Str(MessageNumber_);
-    events_->Progress("Downloaded Message " + n + " of " + Str(MessageCount_) +
+    events_->Progress("Downloaded Message " + n + " of " + count +
                       (msg.DestFolder.empty() ? " to Inbox" : " to " + msg.DestFolder));
-    if (MessageNumber_ > MessageCount_) MessageCount_ = MessageNumber_;
-    progressValue_ = MessageNumber_;
-    progressMax_ = MessageCount_;
+    progressValue_ = number;
+    progressMax_ = std::max(MessageCount_, number);
+    if (!deleting) return;
 
     // No reply is awaited: the next command follows at once, and the server's
     // answer to DELE arrives at the front of the next reply.
-    if (!msg.Ignored && sget("DELETEONRETRIEVE", 0).toNumber() == 1) send("DELE " + n);
+    if (!msg.Ignored) send("DELE " + n);
+    askAfterRetrieve();
+}
 
+void frmGetMail::askAfterRetrieve() {
+    if (MessageNumber_ > MessageCount_) MessageCount_ = MessageNumber_;
     ++MessageNumber_;
     if (stopAtLast_[account_] && MessageNumber_ > MessageCount_) {
         quit();
@@ -638,23 +669,36 @@ void frmGetMail::openTempFile() {
     BytesReceived_ = 0;
     int h = freeFileNumber();
     const std::string path = tempFilePath(h);
-    // A new file rather than a truncated old one: truncating a file just
-    // written makes the file system flush it first, a disk wait per message.
-    std::remove(path.c_str());
-    tempFile_ = std::fopen(path.c_str(), "wb");
-    if (!tempFile_) throw RunError(Err::PathNotFound);
+    // The old file is written over and cut to length when the message is
+    // complete. Truncating a file just written makes the file system flush it
+    // first, and making a new one costs a directory update: either is a disk
+    // wait per message.
+    int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0666);
+    tempFile_ = fd < 0 ? nullptr : ::fdopen(fd, "wb");
+    if (!tempFile_) {
+        if (fd >= 0) ::close(fd);
+        throw RunError(Err::PathNotFound);
+    }
     openFileNumbers().insert(h);
     TempFileHandle_ = static_cast<int16_t>(h);
     LogAction("Saving to " + path + " (File handle: " + Str(h) + ")");
 }
 
 void frmGetMail::closeTempFile(bool remove) {
-    if (tempFile_) std::fclose(tempFile_);
-    tempFile_ = nullptr;
-    if (TempFileHandle_ == 0) return;
-    if (remove) EraseFile(tempFilePath(TempFileHandle_));
-    openFileNumbers().erase(TempFileHandle_);
-    TempFileHandle_ = 0;
+    bool cut = true;
+    if (tempFile_) {
+        // What an earlier, longer message left behind the end goes.
+        cut = remove || (std::fflush(tempFile_) == 0 &&
+                         ::ftruncate(::fileno(tempFile_), ::ftello(tempFile_)) == 0);
+        std::fclose(tempFile_);
+        tempFile_ = nullptr;
+    }
+    if (TempFileHandle_ != 0) {
+        if (remove) EraseFile(tempFilePath(TempFileHandle_));
+        openFileNumbers().erase(TempFileHandle_);
+        TempFileHandle_ = 0;
+    }
+    if (!cut) throw RunError(Err::DeviceIO);
 }
 
 std::string frmGetMail::replyText(const std::string& reply) {

@@ -8,6 +8,7 @@
 #include <array>
 #include <cstdint>
 #include <cstdio>
+#include <deque>
 #include <memory>
 #include <string>
 #include <utility>
@@ -126,6 +127,8 @@ private:
 
     void judgeHeader(clsMessage& msg);
     void nextMessage();
+    // After a retrieved message: TOP of the next one, or QUIT after the last.
+    void askAfterRetrieve();
     void quit();
     void send(const std::string& command);
     float listedSize(long number) const;
@@ -172,6 +175,8 @@ private:
     int64_t BytesReceived_ = 0;
     bool InMultiLine_ = false;
     std::string lastData_;
+    bool inDataArrival_ = false;
+    std::deque<std::string> deferredData_;
 
     std::string caption_ = "Checking mail";
     long progressValue_ = 0;

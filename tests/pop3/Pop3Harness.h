@@ -58,6 +58,7 @@ public:
     void MessageReceived(clsMessage& m) override {
         add("MessageReceived");
         messages.push_back(m);
+        if (onMessage) onMessage(m);
     }
     void SpecificMessage(clsMessage& m) override {
         add("SpecificMessage");
@@ -107,6 +108,8 @@ public:
     int finished = 0;
     std::function<void()> onFinished;
     std::function<void()> onDeleted;
+    std::function<void(clsMessage&)> onMessage;
+    void note(std::string e) { add(std::move(e)); }
 
 private:
     void add(std::string e) { events.push_back(std::move(e)); }

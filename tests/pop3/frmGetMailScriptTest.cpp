@@ -5,6 +5,7 @@
 #include "core/mSHAREDLogging.h"
 #include "support/FakeServer.h"
 
+#include <chrono>
 #include <regex>
 
 namespace corva::test {
@@ -236,6 +237,38 @@ TEST_F(ScriptTest, RetrievingFetchesWhatPassesAndLeavesTheTemporaryFile) {
     EXPECT_EQ(readFile(frmGetMail::tempFilePath(1)),
               "+OK\r\n" + message("l@x", "[folder] b") + ".\r\n");
     expectKeptToScript();
+}
+
+// The next TOP may leave before a retrieved message is handed over, but its
+// reply is only read once the handler is done, even when the handler lets
+// events run. With DELETEONRETRIEVE the DELE must come first, after the handler.
+TEST_F(ScriptTest, RetrievedMessageIsHandledBeforeTheNextReplyIsRead) {
+    SubjectRules rules;
+    pop.setRuleChecks(&rules, nullptr);
+    for (bool deleting : {false, true}) {
+        SCOPED_TRACE(deleting ? "deleting" : "keeping");
+        log = EventLog{};
+        pop.setListener(&log);
+        sset("DELETEONRETRIEVE", deleting ? 1 : 0);
+        log.onMessage = [&](clsMessage&) {
+            auto until = std::chrono::steady_clock::now() + std::chrono::milliseconds(300);
+            platform::current().eventLoop().runUntil(
+                [&] { return std::chrono::steady_clock::now() > until; }, 1000);
+            log.note("handler done");
+        };
+        Steps retr1{Expect("RETR 1\r\n"), Say("+OK\r\n" + message("a@x", "one") + ".\r\n")};
+        if (deleting) retr1.push_back(Expect("DELE 1\r\n"));
+        start(login() + listing({100, 100}) + top(1, message("a@x", "one")) + retr1 +
+              Steps{Expect("TOP 2 1\r\n"),
+                    Say((deleting ? "+OK deleted\r\n" : "") + std::string("+OK\r\n") +
+                        message("i@x", "[ignore] two") + ".\r\n")} +
+              quit());
+        pop.GetMessages(0, false, false);
+        ASSERT_TRUE(waitFinished(log, 5000));
+        EXPECT_EQ(log.outline(), (Outline{"DoingServer: Test", "MessageReceived", "handler done",
+                                          "HeaderReceived", "Finished"}));
+        expectKeptToScript();
+    }
 }
 
 TEST_F(ScriptTest, CancelDuringRetrievalRemovesTheTemporaryFileAndSendsNoQuit) {

@@ -172,9 +172,15 @@ void QtSocket::flush() {
 }
 
 void QtSocket::onReadyRead() {
-    QByteArray data = socket_().readAll();
-    if (data.isEmpty() || !listener_) return;
-    listener_->socketDataArrival(std::string(data.constData(), static_cast<size_t>(data.size())));
+    // Qt announces nothing new while this runs, even to a listener that lets
+    // events run; what came in meanwhile is handed on here, piece by piece.
+    QPointer<QtSocket> alive(this);
+    while (alive && listener_) {
+        QByteArray data = socket_().readAll();
+        if (data.isEmpty()) return;
+        listener_->socketDataArrival(
+            std::string(data.constData(), static_cast<size_t>(data.size())));
+    }
 }
 
 void QtSocket::onError(QAbstractSocket::SocketError error) {
