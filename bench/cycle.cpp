@@ -6,6 +6,8 @@
 //
 //   bench_cycle [N] [ROUNDS]
 //
+// With CORVA_BENCH_CYCLE_ONLY set only the cycle runs, for a profiler.
+//
 // Each side runs ROUNDS times (default 3) into an empty folder, alternating,
 // and the best time of each is compared.
 #include "BenchSupport.h"
@@ -156,8 +158,9 @@ int main(int argc, char** argv) {
         const std::string refFolder = home.string() + "/reference/";
         double bestRef = 1e9, bestTop = 1e9, bestCycle = 1e9;
         for (int r = 0; r < rounds; ++r) {
-            double ref = reference(server.port(), count, refFolder, false);
-            double top = reference(server.port(), count, refFolder, true);
+            const bool cycleOnly = std::getenv("CORVA_BENCH_CYCLE_ONLY") != nullptr;
+            double ref = cycleOnly ? 1 : reference(server.port(), count, refFolder, false);
+            double top = cycleOnly ? 1 : reference(server.port(), count, refFolder, true);
             bestTop = std::min(bestTop, top);
             double cyc = cycle(main, count);
             std::printf("round %d: reference %.3f s (%.3f s CPU here), with TOP %.3f s, cycle %.3f "
