@@ -518,21 +518,23 @@ void frmGetMail::judgeHeader(clsMessage& msg) {
             send("DELE " + n);
             ++MessageNumber_;
         } else {
-            events_->Progress("Skipping message " + n + ofCount + " (" + msg.FilterReason + ")");
-            events_->HeaderReceived(msg);
+            // As after a retrieved message, the next command goes first and
+            // its reply waits until the list has taken this header.
             ++MessageNumber_;
             nextMessage();
+            events_->Progress("Skipping message " + n + ofCount + " (" + msg.FilterReason + ")");
+            events_->HeaderReceived(msg);
         }
     } else if (msg.Ignored) {
-        events_->Progress("Ignoring message " + n + ofCount);
         ++MessageNumber_;
-        events_->HeaderReceived(msg);
         nextMessage();
+        events_->Progress("Ignoring message " + n + ofCount);
+        events_->HeaderReceived(msg);
     } else if (mode_ == GetHeadersMode) {
+        ++MessageNumber_;
+        nextMessage();
         events_->Progress("Passed message " + n + ofCount);
         events_->HeaderReceived(msg);
-        ++MessageNumber_;
-        nextMessage();
     } else if (mode_ == GetMessagesMode) {
         LogAction("Sending RETR " + n);
         state_ = StRetrSent;
@@ -589,6 +591,15 @@ void frmGetMail::onRetrText(const std::string& data) {
 
     const std::string path = tempFilePath(TempFileHandle_);
     closeTempFile(false);
+
+    // Unless a DELE may have to go first, the next command leaves before the
+    // message is read, checked and stored, so that the server prepares its
+    // reply while we work. The wire is the same; the reply waits its turn
+    // (see socketDataArrival).
+    const int32_t number = MessageNumber_;
+    const std::string count = Str(MessageCount_);
+    const bool deleting = sget("DELETEONRETRIEVE", 0).toNumber() == 1;
+    if (mode_ != GetSpecificMode && !deleting) askAfterRetrieve();
     // The temporary file stays: the next message with the same number overwrites it.
     ReplyBuffer_ = LoadTextFile(path);
 
@@ -610,16 +621,7 @@ void frmGetMail::onRetrText(const std::string& data) {
         return;
     }
 
-    // Unless a DELE may have to go first, the next command leaves before the
-    // message is checked and stored, so that the server prepares its reply
-    // while we work. The wire is the same; the reply waits its turn (see
-    // socketDataArrival).
-    const int32_t number = MessageNumber_;
     const std::string n = Str(number);
-    const std::string count = Str(MessageCount_);
-    const bool deleting = sget("DELETEONRETRIEVE", 0).toNumber() == 1;
-    if (!deleting) askAfterRetrieve();
-
     if (serverRules_) serverRules_->CheckMessage(msg, true);
     if (localRules_ && !msg.Ignored && !msg.Deleted && !msg.BlockedSender && !msg.BlockedRecip &&
         !msg.Suspicious && msg.DestFolder.empty())
