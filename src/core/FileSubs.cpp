@@ -7,6 +7,7 @@
 #include "core/mSHAREDLogging.h"
 #include "platform/Platform.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <dirent.h>
@@ -348,28 +349,63 @@ bool AppendToTextFile(const std::string& path, const std::string& text) {
 }
 
 bool WriteFileExactly(const std::string& target, const std::string& text, bool sync) {
-    return guardedValue("WriteFileExactly", kModule, false, [&] {
+    return WriteFileInSlices(target, text, sync ? Durability::Synced : Durability::Cached, false);
+}
+
+bool WriteFileInSlices(const std::string& target, const std::string& text, Durability durability,
+                       bool yield) {
+    return guardedValue("WriteFileInSlices", kModule, false, [&] {
         std::string temp = target + ".part";
         int fd = ::open(temp.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
         if (fd < 0) return false;
-        size_t done = 0;
-        while (done < text.size()) {
-            ssize_t n = ::write(fd, text.data() + done, text.size() - done);
-            if (n < 0 && errno == EINTR) continue;
-            if (n <= 0) {
-                ::close(fd);
-                ::unlink(temp.c_str());
-                return false;
+        const size_t slice = size_t{1} << 20;
+        bool ok = true;
+        for (size_t done = 0; ok && done < text.size();) {
+            size_t end = std::min(text.size(), done + slice);
+            while (ok && done < end) {
+                ssize_t n = ::write(fd, text.data() + done, end - done);
+                if (n < 0 && errno == EINTR) continue;
+                if (n <= 0)
+                    ok = false;
+                else
+                    done += static_cast<size_t>(n);
             }
-            done += static_cast<size_t>(n);
+            // Waiting for the slices before keeps the final wait to the last one.
+            if (ok && durability != Durability::Cached)
+                ::sync_file_range(fd, 0, static_cast<off_t>(done),
+                                  durability == Durability::Synced
+                                      ? SYNC_FILE_RANGE_WAIT_BEFORE | SYNC_FILE_RANGE_WRITE
+                                      : SYNC_FILE_RANGE_WRITE);
+            if (yield && done < text.size()) DoEvents();
         }
-        bool ok = !sync || ::fsync(fd) == 0;
+        if (durability == Durability::Synced) ok = ::fsync(fd) == 0 && ok;
         ok = ::close(fd) == 0 && ok;
         if (!ok || ::rename(temp.c_str(), target.c_str()) != 0) {
             ::unlink(temp.c_str());
             return false;
         }
         return true;
+    });
+}
+
+bool WriteFileInPlace(const std::string& path, const std::string& text) {
+    return guardedValue("WriteFileInPlace", kModule, false, [&] {
+        std::string target = ResolvePath(path);
+        if (FileExists(target)) MakeReadWrite(target);
+        int fd = ::open(target.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0644);
+        if (fd < 0) return false;
+        bool ok = true;
+        for (size_t done = 0; ok && done < text.size();) {
+            ssize_t n =
+                ::pwrite(fd, text.data() + done, text.size() - done, static_cast<off_t>(done));
+            if (n < 0 && errno == EINTR) continue;
+            if (n <= 0)
+                ok = false;
+            else
+                done += static_cast<size_t>(n);
+        }
+        ok = ok && ::ftruncate(fd, static_cast<off_t>(text.size())) == 0;
+        return ::close(fd) == 0 && ok;
     });
 }
 

@@ -60,6 +60,23 @@ bool WriteFileAtomically(const std::string& path, const std::string& text, bool 
 // case: a message file's name carries its read state, and the other spelling
 // may still stand beside it.
 bool WriteFileExactly(const std::string& path, const std::string& text, bool sync = true);
+// Writes over the file where it stands and cuts it to length: no new file,
+// no rename, so no directory update. For small files that can be rebuilt
+// (tags), where a torn write costs a recount and a new file per change would
+// cost a disk wait.
+bool WriteFileInPlace(const std::string& path, const std::string& text);
+
+// How far a written file is taken towards the disk before the call returns.
+enum class Durability {
+    Cached,  // left to the system's own writeback
+    Started, // writeback begun at once, not waited for
+    Synced,  // on the disk before the name appears
+};
+// WriteFileExactly for big texts: written in slices of a megabyte, with an
+// event pass after each when yield is set, and the writeback of each slice
+// begun as soon as it is written, so that no single wait is long.
+bool WriteFileInSlices(const std::string& path, const std::string& text, Durability durability,
+                       bool yield);
 long long CountLines(const std::string& path);
 
 struct FileRecord {

@@ -11,6 +11,7 @@
 #include "support/TempDir.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 using namespace corva;
 using corva::test::TempDir;
@@ -184,6 +185,41 @@ TEST(Waits, MillisecondWaitsYieldOnlyAboveOneSecond) {
     EXPECT_EQ(p.loop.yields, 2);
     WaitSeconds(0.25f);
     EXPECT_EQ(p.loop.yields, 2);
+}
+
+// The writers behind message files and tags: each leaves exactly the new
+// text under the name, with no .part beside it, and says false when it can't.
+TEST(FileWriters, LeaveExactlyTheNewTextOrFail) {
+    TempDir dir;
+    LoopPlatform p;
+    platform::ScopedPlatform use(p);
+
+    // A big text goes in slices with an event pass between them, none after the last.
+    std::string big(2 * 1024 * 1024 + 5, '\0');
+    for (size_t i = 0; i < big.size(); ++i) big[i] = static_cast<char>(i * 7);
+    for (Durability d : {Durability::Cached, Durability::Started, Durability::Synced}) {
+        const std::string path = dir.file("big.eml");
+        p.loop.yields = 0;
+        ASSERT_TRUE(WriteFileInSlices(path, big, d, true));
+        EXPECT_EQ(test::readFile(path), big);
+        EXPECT_EQ(p.loop.yields, 2);
+        EXPECT_FALSE(FileExists(path + ".part"));
+    }
+    EXPECT_FALSE(WriteFileInSlices(dir.file("missing/x.eml"), "x", Durability::Synced, false));
+    EXPECT_FALSE(FileExists(dir.file("missing/x.eml.part")));
+
+    // Written over in place: a shorter text leaves nothing of the longer one,
+    // an empty one empties the file, and a read-only tag is made writable.
+    const std::string tag = dir.file("Unread.tag");
+    ASSERT_TRUE(WriteFileInPlace(tag, "12345"));
+    ASSERT_TRUE(WriteFileInPlace(tag, "7"));
+    EXPECT_EQ(test::readFile(tag), "7");
+    ASSERT_TRUE(WriteFileInPlace(tag, ""));
+    EXPECT_EQ(test::readFile(tag), "");
+    ::chmod(tag.c_str(), 0444);
+    EXPECT_TRUE(WriteFileInPlace(tag, "3"));
+    EXPECT_EQ(test::readFile(tag), "3");
+    EXPECT_FALSE(WriteFileInPlace(dir.file("missing/Unread.tag"), "1"));
 }
 
 TEST(Dates, FormatsAndParsesTheCommonForms) {
