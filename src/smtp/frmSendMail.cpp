@@ -956,7 +956,7 @@ bool frmSendMail::SpoolToFile(const std::string& FileName) {
         writeBody(out, true);
         // Written beside the target, made durable and renamed over it, so that
         // an upload never meets half a message and a crash loses none.
-        if (!WriteFileAtomically(FileName, text))
+        if (!WriteFileInSlices(ResolvePath(FileName), text, Durability::Synced, true))
             throw RunError(Err::PathFileAccess, "Cannot write " + FileName);
         return true;
     });

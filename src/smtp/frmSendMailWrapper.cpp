@@ -101,33 +101,29 @@ std::shared_ptr<clsMessage> readspooled(const std::string& path) {
     return message;
 }
 
-// Writes a message file the way the store does (beside it, made durable,
-// renamed over it), in slices with an event pass between them: a sent
-// message may carry megabytes of attachments.
-bool writeinslices(const std::string& path, const std::string& text) {
-    const std::string partial = path + ".part";
-    int fd = ::open(partial.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
-    if (fd < 0) return false;
-    const size_t slice = 1 << 20;
-    bool ok = true;
-    for (size_t done = 0; ok && done < text.size();) {
-        size_t end = std::min(text.size(), done + slice);
-        while (ok && done < end) {
-            ssize_t n = ::write(fd, text.data() + done, end - done);
-            if (n < 0 && errno == EINTR) continue;
-            if (n <= 0)
-                ok = false;
-            else
-                done += static_cast<size_t>(n);
-        }
-        DoEvents();
-    }
-    ok = ::fsync(fd) == 0 && ok;
-    ok = ::close(fd) == 0 && ok;
-    if (!ok || ::rename(partial.c_str(), path.c_str()) != 0) {
-        ::unlink(partial.c_str());
+// The sent file moves to Sent Items by a rename, which can neither lose it
+// nor leave it in both folders, and then takes its new text (the Date line,
+// the read mark) where it stands. A new copy and an erase would cost two
+// directory updates more per message.
+bool movesent(const std::string& outboxPath, const std::string& target, const std::string& text) {
+    if (::rename(outboxPath.c_str(), target.c_str()) != 0) return false;
+    // A big text goes beside the file and over it, so that what stands under
+    // the name is always whole; a small one is a single write.
+    bool ok = text.size() <= (size_t{1} << 20)
+                  ? WriteFileInPlace(target, text)
+                  : WriteFileInSlices(target, text, Durability::Started, true);
+    if (!ok) LogAction("Can't write " + target);
+    return true;
+}
+
+// Where the rename can't be made (another file system), a copy is written and
+// the Outbox file goes only once the copy stands.
+bool copysent(const std::string& outboxPath, const std::string& target, const std::string& text) {
+    if (!WriteFileInSlices(target, text, Durability::Synced, true)) {
+        LogAction("Can't write " + target);
         return false;
     }
+    EraseFile(outboxPath);
     return true;
 }
 
@@ -484,15 +480,12 @@ void frmSendMailWrapper::SendSuccessful() {
         std::string target = getunusedfilename(true, sentFolder, fileroot(name), ".eml");
         message->setFilename(target);
         message->Read = true;
-        if (!writeinslices(message->Filename(), message->RawMessage()))
-            LogAction("Can't write " + message->Filename());
-        // The Outbox file goes only once its copy is safely in Sent Items.
-        if (target.empty() || !FileExists(message->Filename())) {
-            LogAction("Could not store the sent copy of " + name + "; it stays in the Outbox");
-        } else {
-            EraseFile(outboxPath);
+        const std::string text = message->RawMessage();
+        if (!target.empty() &&
+            (movesent(outboxPath, target, text) || copysent(outboxPath, target, text)))
             removefromunreadtag(outboxfolder(), 0);
-        }
+        else
+            LogAction("Could not store the sent copy of " + name + "; it stays in the Outbox");
         sending_ = false;
         raiseProgress("Sent " + message->Subject + " to " + message->To_Email);
         if (listener_) listener_->messageSent(name, *message);

@@ -23,7 +23,7 @@ std::string tagText(const std::string& folder, const char* tagName) {
 }
 
 void writeTag(const std::string& folder, const char* tagName, const std::string& text) {
-    if (!WriteFileAtomically(tagpath(folder, tagName), text, false))
+    if (!WriteFileInPlace(tagpath(folder, tagName), text))
         throw RunError(Err::PathFileAccess,
                        "Can't write " + std::string(tagName) + " in " + folder);
 }

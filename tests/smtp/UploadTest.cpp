@@ -167,6 +167,31 @@ TEST_F(UploadTest, OneAccountsMessagesShareOneConnection) {
     }
 }
 
+// A message of megabytes is moved and rewritten beside itself rather than in
+// place: the copy must still be whole, with its Date line.
+TEST_F(UploadTest, BigMessageLandsWholeInSentItems) {
+    setAccount(0, server_.port(), "ann@example.com");
+    std::string binary(1536 * 1024, '\0');
+    for (size_t i = 0; i < binary.size(); ++i) binary[i] = static_cast<char>(i * 131 + i / 977);
+    writeFile(home_.file("big.bin"), binary);
+    clsMessage m = composed(0, "bob@example.net", "Big", "See attached.\r\n");
+    m.AddAttachment(home_.file("big.bin"));
+    const std::string spooled = readFile(wrapper_.SpoolMessage(m));
+    ASSERT_GT(spooled.size(), 2u * 1024 * 1024);
+    ASSERT_TRUE(upload(wrapper_));
+
+    EXPECT_TRUE(filesIn(outbox()).empty());
+    std::vector<std::string> sent = filesIn(sentItems());
+    ASSERT_EQ(sent.size(), 1u);
+    const std::string copy = readFile(sentItems() + sent[0]);
+    const size_t blank = copy.find("\r\n\r\n");
+    ASSERT_NE(blank, std::string::npos);
+    EXPECT_TRUE(std::regex_search(copy.substr(0, blank + 2), SentDate));
+    // Everything behind the header is the spooled text, byte for byte.
+    EXPECT_EQ(copy.substr(blank), spooled.substr(spooled.find("\r\n\r\n")));
+    EXPECT_FALSE(FileExists(sentItems() + sent[0] + ".part"));
+}
+
 TEST_F(UploadTest, OnlyAccountsWithMailAreConnected) {
     SmtpServer third, otherAccounts;
     ASSERT_TRUE(third.running() && otherAccounts.running());
