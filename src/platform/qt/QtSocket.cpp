@@ -175,7 +175,7 @@ void QtSocket::onReadyRead() {
     // Qt announces nothing new while this runs, even to a listener that lets
     // events run; what came in meanwhile is handed on here, piece by piece.
     QPointer<QtSocket> alive(this);
-    while (alive && listener_) {
+    while (alive && listener_ && socket_().isOpen()) {
         QByteArray data = socket_().readAll();
         if (data.isEmpty()) return;
         listener_->socketDataArrival(
