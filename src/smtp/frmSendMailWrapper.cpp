@@ -481,6 +481,7 @@ void frmSendMailWrapper::SendSuccessful() {
         message->setFilename(target);
         message->Read = true;
         const std::string text = message->RawMessage();
+        DoEvents();
         if (!target.empty() &&
             (movesent(outboxPath, target, text) || copysent(outboxPath, target, text)))
             removefromunreadtag(outboxfolder(), 0);
