@@ -1,0 +1,191 @@
+// The commands end to end: the corva executable in a child process with a
+// program folder of its own, against a private Dovecot and a recording SMTP
+// server, checked by what it prints, what it leaves on disk and what the
+// servers saw.
+#include "core/FileSubs.h"
+#include "core/Strings.h"
+#include "support/DovecotServer.h"
+#include "support/SmtpServer.h"
+#include "support/TempDir.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <fcntl.h>
+#include <filesystem>
+#include <poll.h>
+#include <string>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <vector>
+
+namespace corva::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+struct Outcome {
+    int status = -1;
+    std::string out;
+    std::string err;
+};
+
+// Runs corva with args, stdin closed, and gathers both outputs to the end.
+Outcome corva(const std::vector<std::string>& args) {
+    int outPipe[2], errPipe[2];
+    if (::pipe(outPipe) != 0 || ::pipe(errPipe) != 0) return {};
+    pid_t pid = ::fork();
+    if (pid == 0) {
+        ::dup2(outPipe[1], 1);
+        ::dup2(errPipe[1], 2);
+        int devnull = ::open("/dev/null", O_RDONLY);
+        ::dup2(devnull, 0);
+        ::close(outPipe[0]);
+        ::close(errPipe[0]);
+        std::vector<char*> argv{const_cast<char*>(CORVA_EXE)};
+        for (const std::string& a : args) argv.push_back(const_cast<char*>(a.c_str()));
+        argv.push_back(nullptr);
+        ::execv(CORVA_EXE, argv.data());
+        ::_exit(127);
+    }
+    ::close(outPipe[1]);
+    ::close(errPipe[1]);
+    Outcome result;
+    pollfd fds[2] = {{outPipe[0], POLLIN, 0}, {errPipe[0], POLLIN, 0}};
+    std::string* sinks[2] = {&result.out, &result.err};
+    int open = 2;
+    while (open > 0) {
+        if (::poll(fds, 2, 60000) <= 0) break;
+        for (int i = 0; i < 2; ++i) {
+            if (fds[i].fd < 0 || !(fds[i].revents & (POLLIN | POLLHUP))) continue;
+            char buf[4096];
+            ssize_t n = ::read(fds[i].fd, buf, sizeof buf);
+            if (n > 0) {
+                sinks[i]->append(buf, static_cast<size_t>(n));
+            } else if (n == 0 || errno != EINTR) {
+                ::close(fds[i].fd);
+                fds[i].fd = -1;
+                --open;
+            }
+        }
+    }
+    int status = 0;
+    ::waitpid(pid, &status, 0);
+    result.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    return result;
+}
+
+std::vector<std::string> emlFiles(const std::string& folder) {
+    std::vector<std::string> names;
+    if (!fs::exists(folder)) return names;
+    for (const auto& e : fs::directory_iterator(folder))
+        if (EndsWith(LCase(e.path().filename().string()), ".eml"))
+            names.push_back(e.path().filename().string());
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+std::string mail(const std::string& from, const std::string& subject) {
+    return "From: " + from + "\r\nTo: ann@example.org\r\nSubject: " + subject +
+           "\r\nMessage-ID: <" + subject + "@example>\r\n\r\nHello.\r\n";
+}
+
+class CommandLine : public ::testing::Test {
+protected:
+    // The settings a user would have made, in the file's own form.
+    void settings(const std::string& lines) { writeFile(home_.file("Corva.ini"), lines); }
+    Outcome run(std::vector<std::string> args) {
+        args.insert(args.begin(), {"--home", home_.path()});
+        return corva(args);
+    }
+    std::string messages(const std::string& folder) const {
+        return home_.file("Messages/" + folder);
+    }
+
+    TempDir home_;
+};
+
+TEST_F(CommandLine, ScanThenFetchStoresWhatPassesAndDeletesWhatIsBlocked) {
+    if (!DovecotServer::available()) GTEST_SKIP() << "Dovecot is not installed";
+    DovecotServer pop;
+    pop.addUser("ann", "secret");
+    pop.addMessage("ann", mail("Friend <friend@example.org>", "Lunch"));
+    pop.addMessage("ann", mail("Pills <offers@junk.example>", "Cheap"));
+    pop.addMessage("ann", mail("Boss <boss@example.org>", "Report"));
+    settings("SERVER0," + pop.address() + "\r\nUNAME0,ann\r\nPWD0,secret\r\nMAILTIMEOUT,20\r\n");
+
+    Outcome blocked = run({"block", "sender", "offers@junk.example"});
+    ASSERT_EQ(blocked.status, 0) << blocked.err;
+
+    // A scan lists all three with their verdicts and changes nothing.
+    Outcome scan = run({"scan", "--tabs", "--quiet"});
+    ASSERT_EQ(scan.status, 0) << scan.err;
+    for (const char* subject : {"Lunch", "Cheap", "Report"})
+        EXPECT_NE(scan.out.find(subject), std::string::npos) << scan.out;
+    EXPECT_EQ(pop.messageCount("ann"), 3);
+    EXPECT_TRUE(emlFiles(messages("Inbox")).empty());
+
+    // Retrieving with delete: the blocked one goes on the server and is never
+    // stored; the other two are stored once and stay on the server.
+    Outcome fetch = run({"fetch", "--delete", "--quiet"});
+    ASSERT_EQ(fetch.status, 0) << fetch.err;
+    EXPECT_EQ(pop.messageCount("ann"), 2);
+    std::vector<std::string> stored = emlFiles(messages("Inbox"));
+    ASSERT_EQ(stored.size(), 2u) << fetch.out;
+    for (const std::string& name : stored) EXPECT_EQ(name, UCase(name)); // unread
+    Outcome list = run({"list", "Inbox"});
+    ASSERT_EQ(list.status, 0) << list.err;
+    EXPECT_NE(list.out.find("Lunch"), std::string::npos) << list.out;
+    EXPECT_NE(list.out.find("Report"), std::string::npos) << list.out;
+    EXPECT_EQ(list.out.find("Cheap"), std::string::npos) << list.out;
+}
+
+TEST_F(CommandLine, ComposedMessageIsSentAndFiledInSentItems) {
+    SmtpServer smtp;
+    ASSERT_TRUE(smtp.running()) << "aiosmtpd did not start";
+    settings("SMTP0,127.0.0.1\r\nSMTPPORT0," + std::to_string(smtp.port()) +
+             "\r\nREPLYADDRESS0,ann@example.com\r\nDISPLAYNAME0,Ann\r\nMAILTIMEOUT,20\r\n");
+    writeFile(home_.file("body.txt"), "First line.\n.hidden dot line\nLast line.\n");
+
+    Outcome compose = run({"compose", "--account", "0", "--to", "bob@example.net", "--subject",
+                           "Hello Bob", "--body-file", home_.file("body.txt")});
+    ASSERT_EQ(compose.status, 0) << compose.err;
+    ASSERT_EQ(emlFiles(messages("Outbox")).size(), 1u);
+    EXPECT_EQ(smtp.messageCount(), 0); // spooling never sends
+
+    Outcome send = run({"send"});
+    ASSERT_EQ(send.status, 0) << send.err;
+    EXPECT_EQ(smtp.messageCount(), 1);
+    const std::string wire = smtp.received(1);
+    EXPECT_NE(wire.find("RCPT TO: <bob@example.net>"), std::string::npos) << wire;
+    EXPECT_NE(wire.find("Subject: Hello Bob\r\n"), std::string::npos) << wire;
+    EXPECT_NE(wire.find("\r\nFirst line.\r\n"), std::string::npos) << wire;
+    EXPECT_TRUE(emlFiles(messages("Outbox")).empty());
+    EXPECT_EQ(emlFiles(messages("Sent Items")).size(), 1u);
+}
+
+// Wrong words get a clear error and a failing status, never a crash, and
+// touch no server.
+TEST_F(CommandLine, BadArgumentsAreRefusedPlainly) {
+    settings("");
+    struct Case {
+        std::vector<std::string> args;
+        const char* says;
+    };
+    for (const Case& c : std::vector<Case>{
+             {{"frobnicate"}, "frobnicate"},
+             {{"scan", "--account", "25"}, "0 to 19"},
+             {{"parse", home_.file("no-such.eml")}, "no-such.eml"},
+             {{"compose", "--account", "0", "--subject", "x"}, "--to"},
+         }) {
+        SCOPED_TRACE(Join(c.args, " "));
+        Outcome o = run(c.args);
+        EXPECT_NE(o.status, 0);
+        EXPECT_GE(o.status, 1) << "crashed: " << o.err;
+        EXPECT_NE(o.err.find(c.says), std::string::npos) << o.err;
+    }
+}
+
+} // namespace
+} // namespace corva::test
