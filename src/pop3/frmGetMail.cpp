@@ -16,6 +16,7 @@
 #include "message/clsMessage.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cmath>
 #include <fcntl.h>
 #include <set>
@@ -672,10 +673,12 @@ void frmGetMail::openTempFile() {
     int h = freeFileNumber();
     const std::string path = tempFilePath(h);
     // The old file is written over and cut to length when the message is
-    // complete. Truncating a file just written makes the file system flush it
+    // complete. Emptying a file just written makes the file system flush it
     // first, and making a new one costs a directory update: either is a disk
-    // wait per message.
+    // wait per message. A leftover we may not write to is replaced.
     int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0666);
+    if (fd < 0 && errno == EACCES && ::unlink(path.c_str()) == 0)
+        fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0666);
     tempFile_ = fd < 0 ? nullptr : ::fdopen(fd, "wb");
     if (!tempFile_) {
         if (fd >= 0) ::close(fd);

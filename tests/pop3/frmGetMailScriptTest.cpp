@@ -7,6 +7,7 @@
 
 #include <chrono>
 #include <regex>
+#include <sys/stat.h>
 
 namespace corva::test {
 namespace {
@@ -204,6 +205,9 @@ TEST_F(ScriptTest, RetrievingFetchesWhatPassesAndLeavesTheTemporaryFile) {
           top(3, message("l@x", "[folder] b")) +
           Steps{Expect("RETR 3\r\n"), Say("+OK\r\n" + message("l@x", "[folder] b") + ".\r\n")} +
           quit());
+    // A longer, read-only leftover of an earlier run is written over and cut to length.
+    writeFile(frmGetMail::tempFilePath(1), std::string(30000, 'L'));
+    ::chmod(frmGetMail::tempFilePath(1).c_str(), 0444);
     pop.GetMessages(0, false, false);
     ASSERT_TRUE(waitFinished(log, 5000));
 
