@@ -600,6 +600,8 @@ void frmGetMail::onRetrText(const std::string& data) {
     const int32_t number = MessageNumber_;
     const std::string count = Str(MessageCount_);
     const bool deleting = sget("DELETEONRETRIEVE", 0).toNumber() == 1;
+    // A count that overflows stops the dialogue before anything more is sent.
+    const int16_t handled = add16(MessagesHandled_, 1);
     if (mode_ != GetSpecificMode && !deleting) askAfterRetrieve();
     // The temporary file stays: the next message with the same number overwrites it.
     ReplyBuffer_ = LoadTextFile(path);
@@ -610,7 +612,7 @@ void frmGetMail::onRetrText(const std::string& data) {
     msg.ReceiveDate = DateTime::now().format("yyyy-mm-dd hh:nn:ss");
     msg.FromAccount = account_;
     msg.Read = false;
-    MessagesHandled_ = add16(MessagesHandled_, 1);
+    MessagesHandled_ = handled;
     msg.MessageNumThisAcc = MessagesHandled_;
     ReplyBuffer_.clear();
 
