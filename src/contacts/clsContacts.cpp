@@ -124,13 +124,7 @@ void clsContacts::LoadContacts() {
             if (started && !current.strName.empty() && !current.email.empty())
                 items_.push_back(current);
         };
-        size_t pos = 0;
-        while (pos < text.size()) {
-            size_t end = text.find('\n', pos);
-            if (end == std::string::npos) end = text.size();
-            std::string line = text.substr(pos, end - pos);
-            pos = end + 1;
-            if (!line.empty() && line.back() == '\r') line.pop_back();
+        for (const std::string& line : SplitLines(text)) {
             size_t blank = line.find(' ');
             std::string key = LCase(line.substr(0, blank));
             if (key == "<contact>") {

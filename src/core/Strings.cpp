@@ -157,6 +157,20 @@ std::vector<std::string> Split(std::string_view s, std::string_view separator) {
     return parts;
 }
 
+std::vector<std::string> SplitLines(std::string_view text) {
+    std::vector<std::string> lines;
+    size_t pos = 0;
+    while (pos < text.size()) {
+        size_t end = text.find('\n', pos);
+        if (end == std::string_view::npos) end = text.size();
+        std::string_view line = text.substr(pos, end - pos);
+        if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
+        lines.emplace_back(line);
+        pos = end + 1;
+    }
+    return lines;
+}
+
 std::string Join(const std::vector<std::string>& parts, std::string_view separator) {
     std::string out;
     for (size_t i = 0; i < parts.size(); ++i) {

@@ -37,6 +37,10 @@ std::string Replace(std::string_view s, std::string_view what, std::string_view 
 std::string ReplaceNoCase(std::string_view s, std::string_view what, std::string_view with);
 // Splits at each separator; an empty text gives one empty piece.
 std::vector<std::string> Split(std::string_view s, std::string_view separator);
+// The lines of a file's text: each ends at LF, a CR before it is dropped (so
+// CR LF files and hand-edited LF files read alike), and a final line end
+// adds no empty line.
+std::vector<std::string> SplitLines(std::string_view text);
 std::string Join(const std::vector<std::string>& parts, std::string_view separator);
 // The number at the front of a text after blanks ("  12abc" is 12, "x" is 0).
 double Val(std::string_view s);

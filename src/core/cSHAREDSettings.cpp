@@ -146,14 +146,12 @@ void cSHAREDSettings::LoadSettings(const std::string& path) {
     if (!FileExists(resolved)) return;
     std::string text;
     if (!LoadTextFile(resolved, text)) return;
-    // Lines end in CR LF; a bare LF from a hand edit is taken as a line end too.
-    std::vector<std::string> lines = Split(text, "\n");
+    std::vector<std::string> lines = SplitLines(text);
     std::string previousKey;
     size_t lineNumber = 0;
     try {
         for (auto& line : lines) {
             ++lineNumber;
-            if (!line.empty() && line.back() == '\r') line.pop_back();
             size_t comma = line.find(',');
             if (comma == std::string::npos) continue;
             std::string key = line.substr(0, comma);

@@ -74,15 +74,8 @@ void clsAddressList::Load(const std::string& path) {
     if (!FileExists(resolved)) return;
     std::string text;
     if (!LoadTextFile(resolved, text)) return;
-    size_t pos = 0;
-    while (pos < text.size()) {
-        size_t end = text.find('\n', pos);
-        if (end == std::string::npos) end = text.size();
-        std::string line = text.substr(pos, end - pos);
-        if (!line.empty() && line.back() == '\r') line.pop_back();
-        pos = end + 1;
+    for (const std::string& line : SplitLines(text))
         guarded("loadlist", "frmFilters", [&] { Add(LCase(line)); });
-    }
 }
 
 bool clsAddressList::Save(const std::string& path) const {

@@ -22,21 +22,6 @@ namespace {
 constexpr const char* Module = "frmFilters";
 constexpr int ObjectNotSet = 91;
 
-std::vector<std::string> fileLines(const std::string& text) {
-    // Lines end in CR LF; a bare LF from a hand edit ends one too.
-    std::vector<std::string> lines;
-    size_t pos = 0;
-    while (pos < text.size()) {
-        size_t end = text.find('\n', pos);
-        if (end == std::string::npos) end = text.size();
-        std::string line = text.substr(pos, end - pos);
-        if (!line.empty() && line.back() == '\r') line.pop_back();
-        lines.push_back(std::move(line));
-        pos = end + 1;
-    }
-    return lines;
-}
-
 int16_t integerValue(const std::string& text) {
     Variant v(text);
     if (!v.isNumeric()) throw RunError(Err::TypeMismatch);
@@ -192,7 +177,7 @@ void frmFilters::LoadFilters(FilterCollection& collection, const std::string& pa
         building.reset();
     };
 
-    for (const std::string& line : fileLines(text)) {
+    for (const std::string& line : SplitLines(text)) {
         // Only the first two pieces count: a value holding ", " is cut there,
         // which is how rules files have always been read.
         const std::vector<std::string> pieces = Split(line, ", ");

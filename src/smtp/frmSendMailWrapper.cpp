@@ -52,9 +52,7 @@ bool createExclusively(const std::string& path) {
 std::string unfoldedHeader(const std::string& headers, const std::string& name) {
     std::string value;
     bool inside = false;
-    for (const std::string& raw : Split(headers, "\n")) {
-        std::string line = raw;
-        if (!line.empty() && line.back() == '\r') line.pop_back();
+    for (const std::string& line : SplitLines(headers)) {
         if (inside && !line.empty() && (line[0] == ' ' || line[0] == '\t')) {
             value += " " + Trim(line);
             continue;

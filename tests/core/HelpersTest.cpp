@@ -50,6 +50,9 @@ TEST(TextHelpers, PositionsCountFromOne) {
     EXPECT_EQ(Replace("aaa", "a", "aa"), "aaaaaa"); // replacements are not rescanned
     EXPECT_EQ(ReplaceNoCase("xAbx", "ab", "-"), "x-x");
     EXPECT_EQ(Split("a,,b", ","), (std::vector<std::string>{"a", "", "b"}));
+    EXPECT_EQ(SplitLines("a\r\nb\n\r\nc\r\n"), (std::vector<std::string>{"a", "b", "", "c"}));
+    EXPECT_EQ(SplitLines("x\ry"), (std::vector<std::string>{"x\ry"})); // a lone CR ends nothing
+    EXPECT_TRUE(SplitLines("").empty());
     EXPECT_DOUBLE_EQ(Val(" 30 "), 30);
     EXPECT_DOUBLE_EQ(Val("12abc"), 12);
     EXPECT_DOUBLE_EQ(Val("abc"), 0);
