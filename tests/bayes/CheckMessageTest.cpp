@@ -4,37 +4,14 @@
 #include "bayes/modMailSubs.h"
 #include "filters/frmFilters.h"
 #include "platform/Platform.h"
+#include "support/RecordingPlatform.h"
 
 #include <memory>
 
 using namespace corva;
 using corva::test::BayesTest;
 
-namespace {
-
-class CountingPrompts : public platform::Prompts {
-public:
-    std::vector<std::string> asked;
-    platform::Answer messageBox(const std::string& text, platform::Buttons, platform::Icon,
-                                const std::string&) override {
-        asked.push_back(text);
-        return platform::Answer::Yes;
-    }
-    platform::PasswordReply askPassword(const std::string&) override { return {"", true, false}; }
-    std::optional<std::string> inputBox(const std::string&, const std::string&,
-                                        const std::string&) override {
-        return std::nullopt;
-    }
-    void setCursor(platform::Cursor) override {}
-};
-
-class CountingPlatform : public platform::Platform {
-public:
-    CountingPrompts counting;
-    platform::Prompts& prompts() override { return counting; }
-};
-
-} // namespace
+namespace {} // namespace
 
 TEST_F(BayesTest, InstalledClassifierScoresTheMessageCheck) {
     corva::Spamminess = 0.99f;
@@ -55,7 +32,8 @@ TEST_F(BayesTest, InstalledClassifierScoresTheMessageCheck) {
 }
 
 TEST_F(BayesTest, ReinforceSortsLinesByColourAndRescans) {
-    CountingPlatform fake;
+    test::RecordingPlatform fake;
+    fake.prompts_.answer = platform::Answer::Yes;
     platform::ScopedPlatform installed(fake);
     auto line = [](int32_t colour, const std::string& subject) {
         auto msg = std::make_shared<clsMessage>();
@@ -70,15 +48,16 @@ TEST_F(BayesTest, ReinforceSortsLinesByColourAndRescans) {
          line(ColourSuspicious, "Cheap watches"), line(ColourDelete, "Cheap pills")},
         [&] { rescanned = true; }));
     EXPECT_TRUE(rescanned);
-    ASSERT_EQ(fake.counting.asked.size(), 3u);
-    EXPECT_NE(fake.counting.asked[1].find("mark 2 messages as Junk"), std::string::npos);
-    EXPECT_NE(fake.counting.asked[2].find("the 2 selected messages"), std::string::npos)
+    ASSERT_EQ(fake.prompts_.messages.size(), 3u);
+    EXPECT_NE(fake.prompts_.messages[1].find("mark 2 messages as Junk"), std::string::npos);
+    EXPECT_NE(fake.prompts_.messages[2].find("the 2 selected messages"), std::string::npos)
         << "grey counts as good";
     EXPECT_FLOAT_EQ(filter_.BadTable().HashFind("SUB*Cheap").Value, 2.0f);
     EXPECT_FLOAT_EQ(filter_.GoodTable().HashFind("SUB*Newsletter").Value, 1.0f);
 
-    fake.counting.asked.clear();
+    fake.prompts_.messages.clear();
     ReinforceUsingVisible(filter_, {line(ColourGood, "Hello there")}, {});
-    ASSERT_EQ(fake.counting.asked.size(), 2u) << "no orange or pink line: only the good question";
-    EXPECT_NE(fake.counting.asked[1].find("'Good'"), std::string::npos);
+    ASSERT_EQ(fake.prompts_.messages.size(), 2u)
+        << "no orange or pink line: only the good question";
+    EXPECT_NE(fake.prompts_.messages[1].find("'Good'"), std::string::npos);
 }

@@ -10,6 +10,7 @@
 #include "platform/Platform.h"
 #include "support/RecordingPlatform.h"
 #include "support/TempDir.h"
+#include "support/TestAccounts.h"
 
 #include <gtest/gtest.h>
 
@@ -113,18 +114,6 @@ protected:
     void stop() {
         if (main) main->exitprog();
         main.reset();
-    }
-
-    // An account on a server of the form "127.0.0.1:port".
-    void setAccount(int i, const std::string& server, const std::string& user,
-                    const std::string& title) {
-        const std::string n = Str(i);
-        sset("SERVER" + n, server);
-        sset("UNAME" + n, user);
-        sset("PWD" + n, "secret");
-        sset("TITLE" + n, title);
-        sset("REPLYADDRESS" + n, user + "@example.test");
-        sset("CHECK" + n, true);
     }
 
     // Runs one cycle to its end; false when it didn't end in time.

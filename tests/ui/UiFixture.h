@@ -10,6 +10,7 @@
 #include "platform/Platform.h"
 #include "support/RecordingPlatform.h"
 #include "support/TempDir.h"
+#include "support/TestAccounts.h"
 #include "ui/ScannerListModel.h"
 #include "ui/ScannerWindow.h"
 
@@ -73,17 +74,6 @@ protected:
         if (main) main->exitprog();
         main.reset();
         window.reset();
-    }
-
-    void setAccount(int i, const std::string& server, const std::string& user,
-                    const std::string& title) {
-        const std::string n = std::to_string(i);
-        sset("SERVER" + n, server);
-        sset("UNAME" + n, user);
-        sset("PWD" + n, "secret");
-        sset("TITLE" + n, title);
-        sset("REPLYADDRESS" + n, user + "@example.test");
-        sset("CHECK" + n, true);
     }
 
     bool scan(int timeoutMs = 30000) {
