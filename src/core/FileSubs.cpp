@@ -348,6 +348,20 @@ bool AppendToTextFile(const std::string& path, const std::string& text) {
     });
 }
 
+namespace {
+// Writes text[from, to) at the same offsets in the file, whatever short
+// writes the system makes of it.
+bool writeRange(int fd, const std::string& text, size_t from, size_t to) {
+    while (from < to) {
+        ssize_t n = ::pwrite(fd, text.data() + from, to - from, static_cast<off_t>(from));
+        if (n < 0 && errno == EINTR) continue;
+        if (n <= 0) return false;
+        from += static_cast<size_t>(n);
+    }
+    return true;
+}
+} // namespace
+
 bool WriteFileExactly(const std::string& target, const std::string& text, bool sync) {
     return WriteFileInSlices(target, text, sync ? Durability::Synced : Durability::Cached, false);
 }
@@ -362,14 +376,8 @@ bool WriteFileInSlices(const std::string& target, const std::string& text, Durab
         bool ok = true;
         for (size_t done = 0; ok && done < text.size();) {
             size_t end = std::min(text.size(), done + slice);
-            while (ok && done < end) {
-                ssize_t n = ::write(fd, text.data() + done, end - done);
-                if (n < 0 && errno == EINTR) continue;
-                if (n <= 0)
-                    ok = false;
-                else
-                    done += static_cast<size_t>(n);
-            }
+            ok = writeRange(fd, text, done, end);
+            done = end;
             // Waiting for the slices before keeps the final wait to the last one.
             if (ok && durability != Durability::Cached)
                 ::sync_file_range(fd, 0, static_cast<off_t>(done),
@@ -394,17 +402,8 @@ bool WriteFileInPlace(const std::string& path, const std::string& text) {
         if (FileExists(target)) MakeReadWrite(target);
         int fd = ::open(target.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0644);
         if (fd < 0) return false;
-        bool ok = true;
-        for (size_t done = 0; ok && done < text.size();) {
-            ssize_t n =
-                ::pwrite(fd, text.data() + done, text.size() - done, static_cast<off_t>(done));
-            if (n < 0 && errno == EINTR) continue;
-            if (n <= 0)
-                ok = false;
-            else
-                done += static_cast<size_t>(n);
-        }
-        ok = ok && ::ftruncate(fd, static_cast<off_t>(text.size())) == 0;
+        bool ok = writeRange(fd, text, 0, text.size()) &&
+                  ::ftruncate(fd, static_cast<off_t>(text.size())) == 0;
         return ::close(fd) == 0 && ok;
     });
 }
