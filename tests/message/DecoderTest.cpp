@@ -10,51 +10,43 @@
 namespace corva {
 namespace {
 
-// ---- quoted-printable ----
+using Cases = std::vector<std::pair<std::string, std::string>>;
 
-TEST(QuotedPrintable, HexEscapesDecodeInEitherCaseAndOddEqualsStay) {
-    EXPECT_EQ(quotedprintabledecode("plain text"), "plain text");
-    EXPECT_EQ(quotedprintabledecode("a=41b"), "aAb");
-    EXPECT_EQ(quotedprintabledecode("=3d and =3D"), "= and =");
-    EXPECT_EQ(quotedprintabledecode("ends with ="), "ends with =");
-    EXPECT_EQ(quotedprintabledecode("=G1 =4"), "=G1 =4");
-    EXPECT_EQ(quotedprintabledecode("=e9t=E9"), "\xE9t\xE9");
-    EXPECT_EQ(quotedprintabledecode("a=00b"), std::string("a\0b", 3)); // NULs are kept
+TEST(QuotedPrintable, EscapesAndSoftBreaksAsSendersUseThem) {
+    for (const auto& [in, out] : Cases{
+             {"plain text", "plain text"},
+             {"a=41b", "aAb"},
+             {"=3d and =3D", "= and ="},
+             {"ends with =", "ends with ="},
+             {"=G1 =4", "=G1 =4"},
+             {"=e9t=E9", "\xE9t\xE9"},
+             {"a=00b", std::string("a\0b", 3)},                 // NULs are kept
+             {"line one=\r\nline two", "line one\r\nline two"}, // an ordinary soft break stays
+             {"Hester Wray says=\r\nhello", "Hester Wray sayshello"}, // named senders are joined
+             // The eBay branch: "=3D" stays a literal "=" that the hex walk must not touch.
+             {"ebay link=\r\nhttp://x?a=3D41&b=20\r\nc=09d", "ebay linkhttp://x?a=41&b cd"},
+             {"a=0D\r\nb=0D\r\nc", "a\r\nb\r\nc"}, // encoded line ends replace the real ones
+             {"x=\ry", "x\ry"},                    // a stray soft break before a lone CR goes
+         }) {
+        SCOPED_TRACE(in);
+        EXPECT_EQ(quotedprintabledecode(in), out);
+    }
 }
 
-TEST(QuotedPrintable, OrdinarySoftBreakStaysALineBreak) {
-    EXPECT_EQ(quotedprintabledecode("line one=\r\nline two"), "line one\r\nline two");
-}
-
-TEST(QuotedPrintable, NamedSendersGetTheirLinesJoined) {
-    EXPECT_EQ(quotedprintabledecode("Hester Wray says=\r\nhello"), "Hester Wray sayshello");
-    // The eBay branch: "=3D" stays a literal "=" that the hex walk must not touch.
-    EXPECT_EQ(quotedprintabledecode("ebay link=\r\nhttp://x?a=3D41&b=20\r\nc=09d"),
-              "ebay linkhttp://x?a=41&b cd");
-}
-
-TEST(QuotedPrintable, EncodedLineEndsReplaceTheRealOnes) {
-    EXPECT_EQ(quotedprintabledecode("a=0D\r\nb=0D\r\nc"), "a\r\nb\r\nc");
-}
-
-TEST(QuotedPrintable, StraySoftBreakBeforeLoneCRGoes) {
-    EXPECT_EQ(quotedprintabledecode("x=\ry"), "x\ry");
-}
-
-// ---- Base64 ----
-
-TEST(Base64, DecodesPaddedUnpaddedAndFoldedText) {
-    EXPECT_EQ(vbDecodeMime64("SGVsbG8="), "Hello");
-    EXPECT_EQ(vbDecodeMime64("SGVs\r\nbG8="), "Hello");
-    EXPECT_EQ(vbDecodeMime64("SGk"), "Hi");
-    EXPECT_EQ(vbDecodeMime64("SGVsbG8h"), "Hello!"); // last byte of an unpadded text survives
-    EXPECT_EQ(vbDecodeMime64("SGk?="), "Hi");        // trailing junk of an encoded word
-}
-
-TEST(Base64, TooShortTextComesBackUndecoded) {
-    EXPECT_EQ(vbDecodeMime64(""), "");
-    EXPECT_EQ(vbDecodeMime64("Q"), "Q");
-    EXPECT_EQ(vbDecodeMime64("\r\nQ"), "Q");
+TEST(Base64, DecodesPaddedUnpaddedFoldedAndLeavesTooShortText) {
+    for (const auto& [in, out] : Cases{
+             {"SGVsbG8=", "Hello"},
+             {"SGVs\r\nbG8=", "Hello"},
+             {"SGk", "Hi"},
+             {"SGVsbG8h", "Hello!"}, // last byte of an unpadded text survives
+             {"SGk?=", "Hi"},        // trailing junk of an encoded word
+             {"", ""},
+             {"Q", "Q"},
+             {"\r\nQ", "Q"},
+         }) {
+        SCOPED_TRACE(in);
+        EXPECT_EQ(vbDecodeMime64(in), out);
+    }
 }
 
 TEST(Base64, EveryByteRoundTripsAtEveryLength) {
@@ -75,48 +67,47 @@ TEST(Base64, StopsAtTheFirstCharacterOutsideTheAlphabet) {
     EXPECT_EQ(cDecode64(in, out, -1), 0);
 }
 
-// ---- Encoded header words ----
-
-TEST(IsoDecode, DecodesBAndQWords) {
-    EXPECT_EQ(isodecode("=?utf-8?B?SGVsbG8=?="), "Hello");
-    EXPECT_EQ(isodecode("=?UTF-8?b?SGk=?= there"), "Hi there");
-    EXPECT_EQ(isodecode("=?koi8-r?B?SGk=?="), "Hi"); // charset it doesn't name
-    EXPECT_EQ(isodecode("=?iso-8859-1?Q?caf=E9_au_lait?="), "caf\xE9_au_lait");
-    EXPECT_EQ(isodecode("=?windows-1252?Q?Price=3A_=8010?="), "Price:_\x80"
-                                                              "10");
-}
-
-TEST(IsoDecode, PlainTextLosesOnlyWhatTheChainTakes) {
-    EXPECT_EQ(isodecode("Re: meeting"), "Re: meeting");
-    EXPECT_EQ(isodecode("\"Ann\" <ann@x>"), "Ann <ann@x>");
-    EXPECT_EQ(isodecode("Why q? Because"), "Because");
-    EXPECT_EQ(isodecode(std::string("ab\x11"
-                                    "c\0def",
-                                    8)),
-              "abc");
-    EXPECT_EQ(isodecode("  padded  "), "padded");
+TEST(IsoDecode, DecodesWordsAndPlainTextLosesOnlyWhatTheChainTakes) {
+    for (const auto& [in, out] : Cases{
+             {"=?utf-8?B?SGVsbG8=?=", "Hello"},
+             {"=?UTF-8?b?SGk=?= there", "Hi there"},
+             {"=?koi8-r?B?SGk=?=", "Hi"}, // a charset it doesn't name
+             {"=?iso-8859-1?Q?caf=E9_au_lait?=", "caf\xE9_au_lait"},
+             {"=?windows-1252?Q?Price=3A_=8010?=", "Price:_\x80"
+                                                   "10"},
+             {"Re: meeting", "Re: meeting"},
+             {"\"Ann\" <ann@x>", "Ann <ann@x>"},
+             {"Why q? Because", "Because"},
+             {std::string("ab\x11"
+                          "c\0def",
+                          8),
+              "abc"},
+             {"  padded  ", "padded"},
+         }) {
+        SCOPED_TRACE(in);
+        EXPECT_EQ(isodecode(in), out);
+    }
 }
 
 TEST(IsoDecode, FarMarkerOverflowsAndLeavesTheWordAlone) {
     std::string text = "utf-8 " + std::string(40000, 'x') + "?B?SGk=";
-    std::string out = isodecode(text);
-    EXPECT_EQ(out.find("Hi"), std::string::npos);
+    EXPECT_EQ(isodecode(text).find("Hi"), std::string::npos);
 }
-
-// ---- Writing parts to disk ----
 
 TEST(WriteFile, DecodesByEncodingAndReplacesTheOldFile) {
     test::TempDir dir;
     std::string path = dir.file("part.bin");
     test::writeFile(path, std::string(1000, 'z'));
-    EXPECT_TRUE(writefile(path, "SGVsbG8=", "base64"));
-    EXPECT_EQ(test::readFile(path), "Hello");
-    EXPECT_TRUE(writefile(path, "a=41", "quoted-printable"));
-    EXPECT_EQ(test::readFile(path), "aA");
-    EXPECT_TRUE(writefile(path, "a=41", "7bit"));
-    EXPECT_EQ(test::readFile(path), "a=41");
-    EXPECT_TRUE(writefile(path, "a=41", "x-unknown"));
-    EXPECT_EQ(test::readFile(path), "a=41");
+    for (const auto& [encoding, in, out] : std::vector<std::array<std::string, 3>>{
+             {"base64", "SGVsbG8=", "Hello"},
+             {"quoted-printable", "a=41", "aA"},
+             {"7bit", "a=41", "a=41"},
+             {"x-unknown", "a=41", "a=41"},
+         }) {
+        SCOPED_TRACE(encoding);
+        EXPECT_TRUE(writefile(path, in, encoding));
+        EXPECT_EQ(test::readFile(path), out);
+    }
     EXPECT_FALSE(writefile(dir.file("missing/folder/x"), "a", "7bit"));
 }
 

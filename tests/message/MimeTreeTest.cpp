@@ -22,6 +22,12 @@ protected:
         m.CreateFromText(text, false);
         return m;
     }
+    // A multipart/mixed message on boundary "b", its first delimiter written.
+    clsMessage mixed(std::initializer_list<std::string> rest) {
+        std::string text = "Content-Type: multipart/mixed; boundary=\"b\"\r\n\r\n--b";
+        for (const auto& line : rest) text += "\r\n" + line;
+        return parse(text);
+    }
     clsMessage parseFile(const std::string& name) {
         return parse(test::readFile(test::dataFile("message/" + name)));
     }
@@ -72,23 +78,18 @@ TEST_F(MimeTree, UnquotedBoundaryKeepsItsParametersAndFindsNothing) {
     EXPECT_NE(extractplainmessage(m).find("never found"), std::string::npos);
 }
 
-TEST_F(MimeTree, BoundaryIsMatchedInExactCase) {
-    clsMessage m = parse(crlf({"Content-Type: multipart/mixed; Boundary=\"b\"", "", "--b",
-                               "Content-Type: text/plain", "", "x", "--b--", ""}));
-    EXPECT_EQ(m.MimePartCount(), 0);
-}
-
-TEST_F(MimeTree, DelimiterThatNeverClosesAddsNoPart) {
-    clsMessage m = parse(crlf({"Content-Type: multipart/mixed; boundary=\"b\"", "", "--b",
-                               "Content-Type: text/plain", "", "never closed"}));
-    EXPECT_EQ(m.MimePartCount(), 0);
+TEST_F(MimeTree, WrongCaseOrUnclosedBoundaryAddsNoPart) {
+    EXPECT_EQ(parse(crlf({"Content-Type: multipart/mixed; Boundary=\"b\"", "", "--b",
+                          "Content-Type: text/plain", "", "x", "--b--", ""}))
+                  .MimePartCount(),
+              0);
+    EXPECT_EQ(mixed({"Content-Type: text/plain", "", "never closed"}).MimePartCount(), 0);
 }
 
 TEST_F(MimeTree, Base64BodyPartIsDecodedAndLosesItsEncoding) {
     // Unpadded data of a length that is a multiple of three: the last byte must survive.
-    clsMessage m = parse(crlf({"Content-Type: multipart/mixed; boundary=\"b\"", "", "--b",
-                               "Content-Type: text/plain", "Content-Transfer-Encoding: base64", "",
-                               "SGVsbG8h", "--b--", ""}));
+    clsMessage m = mixed({"Content-Type: text/plain", "Content-Transfer-Encoding: base64", "",
+                          "SGVsbG8h", "--b--", ""});
     ASSERT_EQ(m.MimePartCount(), 1);
     EXPECT_EQ(m.MimePart(1).Content, "Hello!");
     EXPECT_EQ(m.MimePart(1).Encoding, "");
@@ -105,27 +106,20 @@ TEST_F(MimeTree, ExtensionsFollowTheTypeOnlyWhenTheNameHasNone) {
 }
 
 TEST_F(MimeTree, FileNamesAreWalkedLoosely) {
-    const std::string end = "\r\n\r\n";
-    EXPECT_EQ(clsMessage::extractfilename("Content-Type: text/plain; name=\"a=b.txt\"" + end, ""),
-              "ab.txt");
-    EXPECT_EQ(clsMessage::extractfilename("Content-Disposition: attachment; filename=Notes.TXT; "
-                                          "size=3" +
-                                              end,
-                                          ""),
-              "Notes.TXT");
-    EXPECT_EQ(clsMessage::extractfilename("Content-Disposition: attachment;\r\n filename*1=\"x."
-                                          "pdf\"" +
-                                              end,
-                                          ""),
-              "x.pdf");
-    EXPECT_EQ(clsMessage::extractfilename("X: name=\"Attachment: plan.doc\"" + end, ""),
-              "plan.doc");
-    EXPECT_EQ(clsMessage::extractfilename("Content-Type: text/html" + end, "text/html"),
-              "View email as web page.html");
-    EXPECT_EQ(clsMessage::extractfilename("Content-Type: text/plain" + end, "text/plain"), "");
-    // A name behind the blank line belongs to the body.
-    EXPECT_EQ(clsMessage::extractfilename("Content-Type: text/html" + end + "name=x", "text/html"),
-              "");
+    const std::string cases[][3] = {
+        {"Content-Type: text/plain; name=\"a=b.txt\"", "", "ab.txt"},
+        {"Content-Disposition: attachment; filename=Notes.TXT; size=3", "", "Notes.TXT"},
+        {"Content-Disposition: attachment;\r\n filename*1=\"x.pdf\"", "", "x.pdf"},
+        {"X: name=\"Attachment: plan.doc\"", "", "plan.doc"},
+        {"Content-Type: text/html", "text/html", "View email as web page.html"},
+        {"Content-Type: text/plain", "text/plain", ""},
+        // A name behind the blank line belongs to the body.
+        {"Content-Type: text/html\r\n\r\nname=x", "text/html", ""},
+    };
+    for (const auto& [header, type, name] : cases) {
+        SCOPED_TRACE(header);
+        EXPECT_EQ(clsMessage::extractfilename(header + "\r\n\r\n", type), name);
+    }
 }
 
 TEST_F(MimeTree, ContentTypeAndEncodingExtraction) {
@@ -162,27 +156,27 @@ TEST_F(MimeTree, AddMimePartStripsTheCallersTextToo) {
 
 // ---- Stripped bodies ----
 
-TEST_F(MimeTree, PlainBodyWithEqualsIsDecodedForWordTests) {
-    clsMessage m = parse(crlf({"Subject: s", "", "=41bc", "line &amp; two"}));
-    EXPECT_EQ(m.StrippedBody, "Abc line & two");
-    EXPECT_EQ(m.HtmlStrippedBody, "Abcline & two");
-}
-
-TEST_F(MimeTree, HtmlBodyKeepsTagsInOneAndLosesThemInTheOther) {
-    clsMessage m = parse(
-        crlf({"Content-Type: text/html", "", "<style>p{}</style><p>Hi&amp;", "<b>you</b></p>"}));
-    EXPECT_EQ(m.StrippedBody, "<style>p{}</style><p>Hi& <b>you</b></p>");
-    EXPECT_EQ(m.HtmlStrippedBody, "Hi&you");
-}
-
-TEST_F(MimeTree, BlankFirstPartFallsThroughToDecodedBase64) {
-    clsMessage m = parse(crlf({"Content-Type: multipart/alternative; boundary=\"b\"", "", "--b",
-                               "Content-Type: text/plain", "", "   ", "--b",
-                               "Content-Type: text/html", "Content-Transfer-Encoding: base64", "",
-                               test::encode64("<i>found</i>"), "--b--", ""}));
-    ASSERT_EQ(m.MimePartCount(), 2);
-    EXPECT_EQ(m.StrippedBody, "<i>found</i>");
-    EXPECT_EQ(m.HtmlStrippedBody, "found");
+// The body for word tests keeps tags; the other loses them.
+TEST_F(MimeTree, StrippedBodiesForWordTests) {
+    const struct {
+        std::string text, stripped, htmlStripped;
+    } cases[] = {
+        {crlf({"Subject: s", "", "=41bc", "line &amp; two"}), "Abc line & two", "Abcline & two"},
+        {crlf({"Content-Type: text/html", "", "<style>p{}</style><p>Hi&amp;", "<b>you</b></p>"}),
+         "<style>p{}</style><p>Hi& <b>you</b></p>", "Hi&you"},
+        // A blank first part falls through to the decoded Base64 one.
+        {crlf({"Content-Type: multipart/alternative; boundary=\"b\"", "", "--b",
+               "Content-Type: text/plain", "", "   ", "--b", "Content-Type: text/html",
+               "Content-Transfer-Encoding: base64", "", test::encode64("<i>found</i>"), "--b--",
+               ""}),
+         "<i>found</i>", "found"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.text);
+        clsMessage m = parse(c.text);
+        EXPECT_EQ(m.StrippedBody, c.stripped);
+        EXPECT_EQ(m.HtmlStrippedBody, c.htmlStripped);
+    }
 }
 
 TEST_F(MimeTree, WithoutPartsOnlyTheStrippedBodyIsBuiltAndHugeBodiesAreSkipped) {
@@ -199,22 +193,19 @@ TEST_F(MimeTree, WithoutPartsOnlyTheStrippedBodyIsBuiltAndHugeBodiesAreSkipped) 
 
 // ---- The plain view ----
 
-TEST_F(MimeTree, HtmlFirstWithPlainBeforeTheLastJoinsBoth) {
-    clsMessage m = parse(
-        crlf({"Content-Type: multipart/mixed; boundary=\"b\"", "", "--b", "Content-Type: text/html",
-              "", "<p>Top</p>", "--b", "Content-Type: text/plain", "", "Second", "--b",
-              "Content-Type: application/pdf; name=\"a.pdf\"", "", "PDF", "--b--", ""}));
-    ASSERT_EQ(m.MimePartCount(), 3);
-    EXPECT_EQ(extractplainmessage(m), "Top\r\n\r\nSecond");
-}
-
-TEST_F(MimeTree, EmptyPlainPartStopsTheSearchForPlainText) {
-    clsMessage m = parse(crlf({"Content-Type: multipart/mixed; boundary=\"b\"", "", "--b",
-                               "Content-Type: text/plain", "", "", "--b",
-                               "Content-Type: text/plain", "", "second plain", "--b",
-                               "Content-Type: text/html", "", "from <b>html</b>", "--b--", ""}));
-    ASSERT_EQ(m.MimePartCount(), 3);
-    EXPECT_EQ(extractplainmessage(m), "from html");
+TEST_F(MimeTree, PlainViewPicksItsParts) {
+    // HTML first with plain before the last part: both, joined.
+    EXPECT_EQ(extractplainmessage(
+                  mixed({"Content-Type: text/html", "", "<p>Top</p>", "--b",
+                         "Content-Type: text/plain", "", "Second", "--b",
+                         "Content-Type: application/pdf; name=\"a.pdf\"", "", "PDF", "--b--", ""})),
+              "Top\r\n\r\nSecond");
+    // An empty plain part stops the search for plain text.
+    EXPECT_EQ(extractplainmessage(
+                  mixed({"Content-Type: text/plain", "", "", "--b", "Content-Type: text/plain", "",
+                         "second plain", "--b", "Content-Type: text/html", "", "from <b>html</b>",
+                         "--b--", ""})),
+              "from html");
 }
 
 TEST_F(MimeTree, HtmlConversionKeepsLinkTargetsAndCutsQuotes) {
