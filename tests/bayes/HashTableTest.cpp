@@ -61,16 +61,6 @@ TEST(HashTable, AlterValueCountsResetsAndBottomsOut) {
     EXPECT_EQ(table.HashFind("new").Value, 1.0f) << "a new key starts at 1 whatever the delta";
 }
 
-TEST(HashTable, InsertRecordAddsASecondNodeFoundFirst) {
-    clsHashTable table;
-    table.InitSmall();
-    table.InsertRecord("w", 0.2f);
-    table.InsertRecord("w", 0.7f);
-    EXPECT_EQ(table.MaxIndex, 2);
-    EXPECT_EQ(table.HashFind("w").Value, 0.7f);
-    EXPECT_EQ(table.HashFind("w").Index, 2);
-}
-
 TEST(HashTable, SmallTableGrowsByHalfKeepingEveryNode) {
     clsHashTable table;
     table.InitSmall();
@@ -225,13 +215,4 @@ TEST(HashTable, DeletingTheNewestOfTwoNodesUncoversTheOlderThroughGrowth) {
     table.AlterValue("dup", 4);
     EXPECT_EQ(table.HashFind("dup").Value, 5.0f);
     EXPECT_EQ(table.HashFind("never").Index, 0);
-}
-
-TEST(HashTable, FindRecWithAnotherHashValueMisses) {
-    clsHashTable table;
-    table.InitSmall();
-    table.Insert("here");
-    int32_t own = table.HashValueOf("here");
-    EXPECT_NE(table.FindRec("here", own).Index, 0);
-    EXPECT_EQ(table.FindRec("here", own == 1 ? 2 : 1).Index, 0) << "nodes carry their own value";
 }

@@ -12,28 +12,24 @@ using namespace corva;
 
 namespace {
 
-// Every token with its count.
-std::map<std::string, float> tokensOf(const clsMessage& msg, bool headersOnly = true) {
-    clsHashTable table;
-    table.InitSmall();
-    hashmessage(table, msg, headersOnly);
-    std::map<std::string, float> out;
-    for (int32_t i = 1; i <= table.MaxIndex; ++i)
-        if (!table.KeyAt(i).empty()) out[table.KeyAt(i)] = table.ValueAt(i);
-    return out;
-}
-
-std::map<std::string, float> tokensOf(std::string_view text, std::string_view prefix) {
-    clsHashTable table;
-    table.InitSmall();
-    BreakAndHash(table, text, prefix);
-    std::map<std::string, float> out;
-    for (int32_t i = 1; i <= table.MaxIndex; ++i)
-        if (!table.KeyAt(i).empty()) out[table.KeyAt(i)] = table.ValueAt(i);
-    return out;
-}
-
 using Tokens = std::map<std::string, float>;
+
+// Every token with its count.
+template <typename Hash> Tokens tokensIn(Hash hash) {
+    clsHashTable table;
+    table.InitSmall();
+    hash(table);
+    Tokens out;
+    for (int32_t i = 1; i <= table.MaxIndex; ++i)
+        if (!table.KeyAt(i).empty()) out[table.KeyAt(i)] = table.ValueAt(i);
+    return out;
+}
+Tokens tokensOf(const clsMessage& msg, bool headersOnly = true) {
+    return tokensIn([&](clsHashTable& t) { hashmessage(t, msg, headersOnly); });
+}
+Tokens tokensOf(std::string_view text, std::string_view prefix) {
+    return tokensIn([&](clsHashTable& t) { BreakAndHash(t, text, prefix); });
+}
 
 } // namespace
 

@@ -5,6 +5,7 @@
 #include "core/mSHAREDSettings.h"
 #include "message/clsMessages.h"
 #include "platform/Platform.h"
+#include "support/RecordingPlatform.h"
 
 #include <memory>
 
@@ -20,30 +21,6 @@ clsHashTable counts(int32_t count, const std::map<std::string, float>& values) {
     for (const auto& [k, v] : values) t.InsertRecord(k, v);
     return t;
 }
-
-// Answers every question with one answer and remembers what was asked.
-class ScriptedPrompts : public platform::Prompts {
-public:
-    platform::Answer answer = platform::Answer::Yes;
-    std::vector<std::string> asked;
-    platform::Answer messageBox(const std::string& text, platform::Buttons, platform::Icon,
-                                const std::string& title) override {
-        asked.push_back(title + "|" + text);
-        return answer;
-    }
-    platform::PasswordReply askPassword(const std::string&) override { return {"", true, false}; }
-    std::optional<std::string> inputBox(const std::string&, const std::string&,
-                                        const std::string&) override {
-        return std::nullopt;
-    }
-    void setCursor(platform::Cursor) override {}
-};
-
-class ScriptedPlatform : public platform::Platform {
-public:
-    ScriptedPrompts scripted;
-    platform::Prompts& prompts() override { return scripted; }
-};
 
 const char* SpamText = "From: Pill Shop <deals@pills.example>\r\n"
                        "To: victim@home.example\r\n"
@@ -156,7 +133,8 @@ TEST_F(BayesTest, UpdateFromUnreadAddsOnlyUnreadSpam) {
 }
 
 TEST_F(BayesTest, MarkingTwiceCountsTwiceAndWritesAllThreeFiles) {
-    ScriptedPlatform fake;
+    test::RecordingPlatform fake;
+    fake.prompts_.answer = platform::Answer::Yes;
     platform::ScopedPlatform installed(fake);
     auto msg = parsed(SpamText);
     for (int round = 0; round < 2; ++round) {
@@ -165,7 +143,7 @@ TEST_F(BayesTest, MarkingTwiceCountsTwiceAndWritesAllThreeFiles) {
         filter_.MarkMessagesJunkOrNot(selection, true);
         EXPECT_EQ(selection.Count(), 0);
     }
-    ASSERT_EQ(fake.scripted.asked.size(), 2u);
+    ASSERT_EQ(fake.prompts_.messages.size(), 2u);
     EXPECT_EQ(filter_.BadTable().Count, 2);
     EXPECT_FLOAT_EQ(filter_.BadTable().HashFind("SUB*Cheap").Value, 2.0f);
     EXPECT_EQ(filter_.BadTable().HashFind("URL*pills.example").Index, 0)
@@ -183,7 +161,8 @@ TEST_F(BayesTest, MarkingTwiceCountsTwiceAndWritesAllThreeFiles) {
 }
 
 TEST_F(BayesTest, MarkingEachDistinctTokenOnceAndNeverUnmarking) {
-    ScriptedPlatform fake;
+    test::RecordingPlatform fake;
+    fake.prompts_.answer = platform::Answer::Yes;
     platform::ScopedPlatform installed(fake);
     auto msg = parsed("Subject: spam spam spam\r\n\r\nx");
     clsMessages junk;
@@ -198,8 +177,7 @@ TEST_F(BayesTest, MarkingEachDistinctTokenOnceAndNeverUnmarking) {
 }
 
 TEST_F(BayesTest, RefusedMarkingChangesNothing) {
-    ScriptedPlatform fake;
-    fake.scripted.answer = platform::Answer::No;
+    test::RecordingPlatform fake; // answers No
     platform::ScopedPlatform installed(fake);
     clsMessages selection;
     selection.Add(parsed(SpamText));
@@ -210,7 +188,7 @@ TEST_F(BayesTest, RefusedMarkingChangesNothing) {
 
     clsMessages none;
     filter_.MarkMessagesJunkOrNot(none, true);
-    EXPECT_EQ(fake.scripted.asked.size(), 1u) << "nothing to mark, nothing asked";
+    EXPECT_EQ(fake.prompts_.messages.size(), 1u) << "nothing to mark, nothing asked";
 }
 
 TEST(ConfirmMarkAs, TextsForOneAndMany) {
