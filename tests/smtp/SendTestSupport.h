@@ -19,6 +19,13 @@
 
 namespace corva::test {
 
+// The text with each placeholder replaced, so that a wire layout reads as one block.
+inline std::string filled(std::string text,
+                          std::initializer_list<std::pair<std::string, std::string>> values) {
+    for (const auto& [name, value] : values) text = Replace(text, name, value);
+    return text;
+}
+
 // Records the wrapper's events in order.
 struct UploadEvents : SendMailWrapperListener {
     std::vector<std::string> progress;

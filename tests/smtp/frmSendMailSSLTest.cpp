@@ -2,6 +2,7 @@
 // long sends, the refused send and a server key the client cannot use.
 #include "smtp/frmSendMailSSL.h"
 #include "core/mSHAREDLogging.h"
+#include "support/RecordingPlatform.h"
 #include "support/Ssl2TestHost.h"
 
 #include "frmSendMailSSLEvents.h"
@@ -111,22 +112,8 @@ TEST(SslOverTcp, RefusedConnectionIsAnErrorEvent) {
 }
 
 // Answers Yes to every box and keeps what was asked and opened.
-class AgreeingPlatform : public platform::Platform {
-public:
-    struct Prompts : platform::Prompts {
-        std::vector<std::string> boxes;
-        platform::Answer messageBox(const std::string& text, platform::Buttons, platform::Icon,
-                                    const std::string&) override {
-            boxes.push_back(text);
-            return platform::Answer::Yes;
-        }
-        platform::PasswordReply askPassword(const std::string&) override { return {}; }
-        std::optional<std::string> inputBox(const std::string&, const std::string&,
-                                            const std::string&) override {
-            return std::nullopt;
-        }
-        void setCursor(platform::Cursor) override {}
-    } prompter;
+struct AgreeingPlatform : RecordingPlatform {
+    AgreeingPlatform() { prompts_.answer = platform::Answer::Yes; }
     struct Shell : platform::Shell {
         std::vector<std::string> opened;
         bool open(const std::string& target) override {
@@ -134,7 +121,6 @@ public:
             return true;
         }
     } opener;
-    platform::Prompts& prompts() override { return prompter; }
     platform::Shell& shell() override { return opener; }
 };
 
@@ -148,8 +134,8 @@ TEST(SslSetup, MissingCipherOffersTheDownloadAndConnectDoesNotCrash) {
         platform::ScopedPlatform installed(agreeing);
         frmSendMailSSL client;
         EXPECT_FALSE(client.Setup());
-        ASSERT_EQ(agreeing.prompter.boxes.size(), 1u);
-        EXPECT_EQ(agreeing.prompter.boxes[0],
+        ASSERT_EQ(agreeing.prompts_.messages.size(), 1u);
+        EXPECT_EQ(agreeing.prompts_.messages[0],
                   "LHV has detected that you do not have the required High Encryption Pack "
                   "installed.\nWould like to download this pack from Microsoft's website?");
         EXPECT_EQ(agreeing.opener.opened.size(), 1u);
@@ -157,7 +143,7 @@ TEST(SslSetup, MissingCipherOffersTheDownloadAndConnectDoesNotCrash) {
         client.setListener(&log);
         client.ConnectSSL("127.0.0.1", 1);
         client.CloseSSL();
-        EXPECT_EQ(agreeing.prompter.boxes.size(), 1u) << "the refused setup was offered again";
+        EXPECT_EQ(agreeing.prompts_.messages.size(), 1u) << "the refused setup was offered again";
     }
     if (before)
         setenv("OPENSSL_MODULES", kept.c_str(), 1);

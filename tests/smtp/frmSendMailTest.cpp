@@ -218,26 +218,25 @@ TEST_F(SpoolTest, SpooledFileLayout) {
     mail_.setReceipt(true);
     mail_.setMessage("Hello\r\n.hidden\r\nBye");
     std::string file = spool();
-    EXPECT_EQ(file, "From: \"ann@example.com\" <ann@example.com>\r\n"
-                    "To: \"Bob B\" <bob@example.net>, \r\n"
-                    "    \"carl@example.net\" <carl@example.net>\r\n"
-                    "Cc: \"dee@example.net\" <dee@example.net>\r\n"
-                    "Bcc: <eve@example.net>, \r\n"
-                    "     <fay@example.net>\r\n"
-                    "Reply-to: <replies@example.com>\r\n"
-                    "Subject: Plans\r\n"
-                    "MIME-Version: 1.0\r\n"
-                    "X-Priority: 5\r\n"
-                    "X-MSMail-Priority: Low\r\n"
-                    "X-Mailer: Corva " +
-                        AppVersion() +
-                        "\r\n"
-                        "Disposition-Notification-To: \"ann@example.com\" <ann@example.com>\r\n"
-                        "Content-Type: text/plain;\r\n"
-                        "\tcharset=\"iso-8859-1\"\r\n"
-                        "Content-Transfer-Encoding: 7bit\r\n"
-                        "\r\n"
-                        "Hello\r\n..hidden\r\nBye\r\n\r\n");
+    EXPECT_EQ(file, filled("From: \"ann@example.com\" <ann@example.com>\r\n"
+                           "To: \"Bob B\" <bob@example.net>, \r\n"
+                           "    \"carl@example.net\" <carl@example.net>\r\n"
+                           "Cc: \"dee@example.net\" <dee@example.net>\r\n"
+                           "Bcc: <eve@example.net>, \r\n"
+                           "     <fay@example.net>\r\n"
+                           "Reply-to: <replies@example.com>\r\n"
+                           "Subject: Plans\r\n"
+                           "MIME-Version: 1.0\r\n"
+                           "X-Priority: 5\r\n"
+                           "X-MSMail-Priority: Low\r\n"
+                           "X-Mailer: Corva {V}\r\n"
+                           "Disposition-Notification-To: \"ann@example.com\" <ann@example.com>\r\n"
+                           "Content-Type: text/plain;\r\n"
+                           "\tcharset=\"iso-8859-1\"\r\n"
+                           "Content-Transfer-Encoding: 7bit\r\n"
+                           "\r\n"
+                           "Hello\r\n..hidden\r\nBye\r\n\r\n",
+                           {{"{V}", AppVersion()}}));
 }
 
 TEST_F(SpoolTest, UuencodedMessageHasNoMimeHeaders) {
