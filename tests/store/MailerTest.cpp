@@ -12,7 +12,6 @@
 #include "store/modQBX.h"
 
 #include <chrono>
-#include <cmath>
 #include <filesystem>
 #include <functional>
 #include <map>
@@ -58,9 +57,17 @@ MessageSpec dated(const std::string& subject, int daysBack, bool read) {
     return s;
 }
 
-long today() {
-    return static_cast<long>(std::floor(DateTime::today().serial()));
-}
+// Unread messages m0, m1 ... received yesterday, and the inbox's cache over them.
+class MailerTest : public StoreTest {
+protected:
+    void fill(int n) {
+        for (int i = 0; i < n; ++i)
+            addMessage("Inbox/", "M" + std::to_string(i) + ".EML",
+                       dated("m" + std::to_string(i), 1, false));
+        cache.fillcache(nullptr, inbox(), "Inbox");
+    }
+    clsCache cache;
+};
 
 // An event loop whose yield runs a hook, to stand for a click arriving mid-population.
 class HookedLoop : public platform::EventLoop {
@@ -127,12 +134,8 @@ TEST_F(StoreTest, ListColoursFollowTheAgeOfEachMessage) {
     EXPECT_EQ(std::count(r.log.begin(), r.log.end(), "some"), 1);
 }
 
-TEST_F(StoreTest, StoppingEndsAPopulationWithoutItsFinish) {
-    for (int i = 0; i < 5; ++i)
-        addMessage("Inbox/", "M" + std::to_string(i) + ".EML",
-                   dated("m" + std::to_string(i), 1, false));
-    clsCache cache;
-    cache.fillcache(nullptr, inbox(), "Inbox");
+TEST_F(MailerTest, StoppingEndsAPopulationWithoutItsFinish) {
+    fill(5);
     clsMailer mailer;
     Recorder r;
     mailer.setListener(&r);
@@ -155,12 +158,8 @@ TEST_F(StoreTest, StoppingEndsAPopulationWithoutItsFinish) {
     EXPECT_EQ(std::count(r.log.begin(), r.log.end(), "finished"), 0);
 }
 
-TEST_F(StoreTest, LongPopulationYieldsAndAClickThereCanStopIt) {
-    for (int i = 0; i < 6; ++i)
-        addMessage("Inbox/", "M" + std::to_string(i) + ".EML",
-                   dated("m" + std::to_string(i), 1, false));
-    clsCache cache;
-    cache.fillcache(nullptr, inbox(), "Inbox");
+TEST_F(MailerTest, LongPopulationYieldsAndAClickThereCanStopIt) {
+    fill(6);
 
     HookedPlatform hooked;
     platform::ScopedPlatform installed(hooked);

@@ -10,8 +10,6 @@
 #include "store/modMessageFiles.h"
 #include "store/modTags.h"
 
-#include <cmath>
-
 using namespace corva;
 using namespace corva::test;
 
@@ -29,10 +27,6 @@ std::pair<std::string, clsMessage> saveNew(const std::string& folder, const std:
     m.setFilename(path);
     WriteTextFile(path, m.RawMessage());
     return {path, m};
-}
-
-long today() {
-    return static_cast<long>(std::floor(DateTime::today().serial()));
 }
 
 } // namespace

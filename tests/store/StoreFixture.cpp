@@ -7,6 +7,8 @@
 #include "core/mSHAREDSettings.h"
 #include "store/modFolders.h"
 
+#include <cmath>
+
 namespace corva::test {
 
 std::string messageText(const MessageSpec& s) {
@@ -54,6 +56,10 @@ bool StoreTest::ringHolds(const std::string& text) {
 
 std::string daysAgo(int n) {
     return DateTime::today().addDays(-n).format("yyyy-mm-dd") + " 12:00:00";
+}
+
+long today() {
+    return static_cast<long>(std::floor(DateTime::today().serial()));
 }
 
 } // namespace corva::test

@@ -43,5 +43,7 @@ protected:
 
 // A date n days before today as "YYYY-MM-DD 12:00:00".
 std::string daysAgo(int n);
+// Today's day number, as the tags keep it.
+long today();
 
 } // namespace corva::test

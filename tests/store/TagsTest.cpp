@@ -9,17 +9,10 @@
 #include "store/FolderNode.h"
 #include "store/modTags.h"
 
-#include <cmath>
 #include <filesystem>
 
 using namespace corva;
 using namespace corva::test;
-
-namespace {
-long today() {
-    return static_cast<long>(std::floor(DateTime::today().serial()));
-}
-} // namespace
 
 TEST_F(StoreTest, UnreadCountAddsAndTakesOneForZero) {
     std::string f = inbox();
