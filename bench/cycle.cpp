@@ -102,7 +102,10 @@ double cycle(corva::frmMain& main, int count) {
     long savedBefore = main.MessagesSaved();
     double cpu = cpuSeconds();
     auto start = Clock::now();
-    main.checkmail(false, true, 0, true);
+    corva::CycleRequest request;
+    request.accounts = corva::AccountSet::one(0);
+    request.retrieve = true;
+    main.checkmail(request);
     corva::platform::current().eventLoop().runUntil([&] { return !main.CycleRunning(); }, INT_MAX);
     double s = secondsSince(start);
     cycleCpu = cpuSeconds() - cpu;

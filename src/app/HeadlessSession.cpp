@@ -111,10 +111,11 @@ int RunCycleCommand(CommandArgs& args, bool retrieve, const char* name) {
     frmMain& main = session.main();
     const long savedBefore = main.MessagesSaved();
     const double deletedBefore = main.DeletedThisRun();
-    if (account >= 0)
-        main.checkmail(deleteBlocked, true, account, retrieve);
-    else
-        main.checkmail(deleteBlocked, false, 0, retrieve);
+    CycleRequest request;
+    if (account >= 0) request.accounts = AccountSet::one(account);
+    request.deleteBlocked = deleteBlocked;
+    request.retrieve = retrieve;
+    main.checkmail(request);
     platform::current().eventLoop().runUntil([&] { return !main.CycleRunning() || Interrupted(); },
                                              INT_MAX);
     if (Interrupted()) {

@@ -53,10 +53,6 @@ bool optionIsOne(const char* key) {
     return Trim(sget(key, 0).toText()) == "1";
 }
 
-std::string accountKey(const char* key, int account) {
-    return key + Str(account);
-}
-
 // Writes a stored message whole or not at all: a half-written .eml would pass
 // for a message. The bytes reach the disk before the name only when the server's
 // copy is about to be deleted; otherwise the server still holds the message,
@@ -262,10 +258,10 @@ bool frmMain::exitprog() {
             WaitSeconds(3);
             DoEvents();
         }
-        if (Checking_) {
+        if (Checking()) {
             LogAction("Still checking for mail. Stopping transfer.");
             if (fGetMail_) fGetMail_->CancelMail();
-            Checking_ = false;
+            state_ = CycleState::Idle;
             // The cancelled socket's last events arrive before the objects go.
             WaitSeconds(3);
             DoEvents();
@@ -358,99 +354,113 @@ bool frmMain::outboxHoldsMail() const {
 // ---------------------------------------------------------------------------
 // The cycle
 
-void frmMain::checkmail(bool deleteMode, bool singleAccount, int account, bool retrieve) {
-    if (Checking_ || stopping_ || !fGetMail_) return;
-    if (account < 0 || account >= AccountCount) {
+bool frmMain::checkmail(const CycleRequest& request) {
+    // Asked for even when refused: the running cycle uploads when it ends.
+    if (request.uploadAfter) SendAfterCheck_ = true;
+    if (state_ != CycleState::Idle || stopping_ || !fGetMail_) return false;
+    const int first = request.accounts.first();
+    if (!Account::isNumber(first)) {
         HandleError(RunError(Err::SubscriptOutOfRange), "checkmail", Module);
-        return;
+        return false;
+    }
+    if (request.specific != 0) {
+        // Busy while an upload runs too: the fetched message would wait behind it.
+        if (Sending_) return false;
+        request_ = request;
+        account_ = first;
+        stopRequested_ = false;
+        state_ = CycleState::Account;
+        fGetMail_->GetSpecificMessage(first, request.specific);
+        return true;
     }
     guarded("checkmail", Module, [&] {
         view_->SetToolbarButtonImage("upanddown", "stop");
-        RetrieveMode_ = retrieve;
-        DeleteMode_ = deleteMode;
+        request_ = request;
         NewMailArrived_ = false;
-        cycleRunning_ = true;
+        state_ = CycleState::Account;
+        account_ = first;
+        stopRequested_ = false;
         stopmailtimer();
         starticontimer();
         ServerMessages_.Clear();
         MessagesSeen_ = 0;
         MessagesKept_ = 0;
         setuplistview();
-        CurrentAccount_ = static_cast<int16_t>(account);
-        if (singleAccount) {
-            LastAccount_ = static_cast<int16_t>(account);
-            checknextaccount(true);
-        } else {
-            LastAccount_ = 19;
-            checknextaccount(false);
-        }
+        checknextaccount();
     });
+    return true;
 }
 
-void frmMain::checknextaccount(bool force) {
+int frmMain::CurrentAccount() const {
+    return state_ == CycleState::Account && !stopRequested_ ? account_ : -1;
+}
+
+void frmMain::checknextaccount() {
     guarded("checknextaccount", Module, [&] {
-        int account = CurrentAccount_;
-        if (account < 0 || account >= AccountCount) return;
-        if (Trim(sget(accountKey("SERVER", account), "").toText()).empty()) {
+        Account account(account_);
+        if (account.server().empty()) {
             donextaccount();
             return;
         }
-        Checking_ = true;
-        accountCount_[account] = 0;
+        accountCount_[account_] = 0;
         showmailerstatus("Connecting to server");
-        if (RetrieveMode_)
-            fGetMail_->GetMessages(account, DeleteMode_, force);
+        // Asked for by name, the account is visited even when it isn't included.
+        const bool force = !request_.accounts.isAll();
+        if (request_.retrieve)
+            fGetMail_->GetMessages(account_, request_.deleteBlocked, force);
         else
-            fGetMail_->GetHeaders(account, DeleteMode_, force);
+            fGetMail_->GetHeaders(account_, request_.deleteBlocked, force);
     });
 }
 
 void frmMain::donextaccount() {
+    if (state_ != CycleState::Account) return; // a repeated end event
     guarded("donextaccount", Module, [&] {
-        Checking_ = false;
         flushUnreadTags();
-        if (CurrentAccount_ == -1 || LastAccount_ < 19) {
-            CurrentAccount_ = -1;
-            stopicontimer();
-            startmailtimer();
-            endCycle();
-            notifyfinishedgettingmail("Finished getting mail");
+        const bool oneAccount = !request_.accounts.isAll() && account_ < Account::Last;
+        if (stopRequested_ || request_.specific != 0 || oneAccount) {
+            endcycle(false);
             return;
         }
         saveglobalspamcount();
-        ++CurrentAccount_;
-        if (CurrentAccount_ < AccountCount) {
-            checknextaccount(false);
+        if (++account_ < Account::Count) {
+            checknextaccount();
             return;
         }
-        CurrentAccount_ = -1;
-        stopicontimer();
-        endCycle();
-        if (!anyReplyAddress()) {
-            // The timer stays off on this path: there is nothing to scan yet.
-            if (platform::current().prompts().messageBox(
-                    "You need to set up your email account(s). Would you like to open the "
-                    "settings screen?",
-                    platform::Buttons::YesNo, platform::Icon::Question) == platform::Answer::Yes)
-                showsettings();
-            return;
-        }
-        const std::string chime = AppPath() + "ClockChime.wav";
-        if (NewMailArrived_ && AudioOn_ && FileExists(chime))
-            platform::current().sound().play(chime);
-        startmailtimer();
-        notifyfinishedgettingmail("Process complete");
+        endcycle(true);
     });
+    // A step that failed still leaves the cycle where a new one can start.
+    if (state_ == CycleState::Ending) state_ = CycleState::Idle;
 }
 
-void frmMain::endCycle() {
-    if (!cycleRunning_) return;
-    cycleRunning_ = false;
-    ++cyclesFinished_;
+void frmMain::endcycle(bool complete) {
+    state_ = CycleState::Ending;
+    const bool counted = request_.specific == 0;
+    stopicontimer();
+    // Past the last account with none set up, the timer stays off: there is nothing to scan yet.
+    if (!complete) startmailtimer();
+    if (counted) ++cyclesFinished_;
+    state_ = CycleState::Idle;
+    if (!complete) {
+        notifyfinishedgettingmail("Finished getting mail");
+        return;
+    }
+    if (!anyReplyAddress()) {
+        if (platform::current().prompts().messageBox(
+                "You need to set up your email account(s). Would you like to open the "
+                "settings screen?",
+                platform::Buttons::YesNo, platform::Icon::Question) == platform::Answer::Yes)
+            showsettings();
+        return;
+    }
+    const std::string chime = AppPath() + "ClockChime.wav";
+    if (NewMailArrived_ && AudioOn_ && FileExists(chime)) platform::current().sound().play(chime);
+    startmailtimer();
+    notifyfinishedgettingmail("Process complete");
 }
 
 void frmMain::cancelcheck() {
-    if (Checking_ && fGetMail_) fGetMail_->CancelMail();
+    if (Checking() && fGetMail_) fGetMail_->CancelMail();
     view_->SetToolbarButtonImage("upanddown", "sendreceive");
 }
 
@@ -485,13 +495,13 @@ void frmMain::SendingFinished() {
 }
 
 void frmMain::showsettings() {
-    if (Checking_) return;
+    if (Checking()) return;
     stopmailtimer();
     if (view_->ShowSettingsDialog()) {
         view_->SetupToolbar();
         readsettings();
         if (scanOnStartSet())
-            checkmail(false, false, 0, false);
+            checkmail({});
         else
             startmailtimer();
     } else {
@@ -511,23 +521,50 @@ void frmMain::readsettings() {
 }
 
 // ---------------------------------------------------------------------------
-// The callers of checkmail
+// The callers of checkmail: each names a request.
+
+namespace {
+
+CycleRequest scanAll(bool deleteBlocked) {
+    CycleRequest r;
+    r.deleteBlocked = deleteBlocked;
+    return r;
+}
+
+CycleRequest retrieveAll(bool deleteBlocked, bool uploadAfter = false) {
+    CycleRequest r = scanAll(deleteBlocked);
+    r.retrieve = true;
+    r.uploadAfter = uploadAfter;
+    return r;
+}
+
+CycleRequest scanOne(int account, bool deleteBlocked, bool retrieve = false,
+                     bool uploadAfter = false) {
+    CycleRequest r;
+    r.accounts = AccountSet::one(account);
+    r.deleteBlocked = deleteBlocked;
+    r.retrieve = retrieve;
+    r.uploadAfter = uploadAfter;
+    return r;
+}
+
+} // namespace
 
 void frmMain::mnuScan_Click() {
-    checkmail(NextCycleDeletes_, false, 0, false);
+    checkmail(scanAll(NextCycleDeletes_));
 }
 void frmMain::mnuScanAcc_Click(int account) {
-    checkmail(false, true, account, false);
+    checkmail(scanOne(account, false));
 }
 
 void frmMain::KeyDown(Key key, bool ctrl) {
-    if (Checking_) return;
+    if (Checking()) return;
     switch (key) {
     case Key::F5:
-        checkmail(ctrl, false, 0, false);
+        checkmail(scanAll(ctrl));
         break;
     case Key::F2:
-        checkmail(ctrl, false, 0, true);
+        checkmail(retrieveAll(ctrl));
         break;
     case Key::F3:
         UploadMail();
@@ -536,61 +573,57 @@ void frmMain::KeyDown(Key key, bool ctrl) {
 }
 
 void frmMain::scananddisplayspecific(int account) {
-    checkmail(false, true, account, false);
+    checkmail(scanOne(account, false));
 }
 void frmMain::scananddeletespecific(int account) {
-    checkmail(true, true, account, false);
+    checkmail(scanOne(account, true));
 }
 void frmMain::retrievemailspecific(int account) {
-    checkmail(false, true, account, true);
+    checkmail(scanOne(account, false, true));
 }
 void frmMain::downloadmail(bool deleteBlocked) {
-    checkmail(deleteBlocked, false, 0, true);
+    checkmail(retrieveAll(deleteBlocked));
 }
 void frmMain::DownloadFromAccount(bool deleteBlocked, int account) {
-    checkmail(deleteBlocked, true, account, true);
+    checkmail(scanOne(account, deleteBlocked, true));
 }
 void frmMain::fMailer_Scan() {
-    checkmail(false, false, 0, false);
+    checkmail(scanAll(false));
 }
 void frmMain::fMailer_ScanSpecific(int account) {
-    checkmail(false, true, account, false);
+    checkmail(scanOne(account, false));
 }
 void frmMain::fMailer_ScanDel() {
-    checkmail(true, false, 0, false);
+    checkmail(scanAll(true));
 }
 void frmMain::fMailer_ScanDelSpecific(int account) {
-    checkmail(true, true, account, false);
+    checkmail(scanOne(account, true));
 }
 void frmMain::fMailer_DownloadMail() {
-    SendAfterCheck_ = true;
-    checkmail(false, false, 0, true);
+    checkmail(retrieveAll(false, true));
 }
 void frmMain::fMailer_DownloadMailNoUpload() {
     SendAfterCheck_ = false;
-    checkmail(false, false, 0, true);
+    checkmail(retrieveAll(false));
 }
 void frmMain::fMailer_DLWithClear() {
-    checkmail(true, false, 0, true);
+    checkmail(retrieveAll(true));
 }
 void frmMain::fMailer_DLFrom(int account) {
-    checkmail(false, true, account, true);
+    checkmail(scanOne(account, false, true));
 }
 void frmMain::fMailer_UpDownWithClear() {
-    SendAfterCheck_ = true;
-    checkmail(true, false, 0, true);
+    checkmail(retrieveAll(true, true));
 }
 void frmMain::fMailer_UpDownWithClearFrom(int account) {
-    SendAfterCheck_ = true;
-    checkmail(true, true, account, true);
+    checkmail(scanOne(account, true, true, true));
 }
 void frmMain::fMailer_SendRcvDel() {
-    SendAfterCheck_ = true;
-    checkmail(true, false, 0, true);
+    checkmail(retrieveAll(true, true));
 }
 void frmMain::fMailer_SendRcvDelSpecific(int account) {
-    SendAfterCheck_ = true;
-    checkmail(true, true, account, false);
+    // Scans only, as it always has, though it sends and receives by name.
+    checkmail(scanOne(account, true, false, true));
 }
 
 // ---------------------------------------------------------------------------
@@ -599,9 +632,9 @@ void frmMain::fMailer_SendRcvDelSpecific(int account) {
 void frmMain::HeaderReceived(clsMessage& msg) {
     guarded("fGetMail_HeaderReceived", Module, [&] {
         clsMessages::Ptr kept;
-        if (!msg.Deleted || !DeleteMode_)
+        if (!msg.Deleted || !DeleteMode())
             kept = ServerMessages_.Add(std::make_shared<clsMessage>(msg));
-        countAndShow(kept ? *kept : msg);
+        countAndShow(kept ? *kept : msg, kept ? ServerMessages_.Count() : 0);
     });
 }
 
@@ -616,7 +649,7 @@ void frmMain::MessageReceived(clsMessage& msg) {
         }
         // The list keeps its headers only: a cycle may retrieve far more than fits in memory.
         clsMessages::Ptr kept;
-        if (!msg.Deleted || !DeleteMode_) {
+        if (!msg.Deleted || !DeleteMode()) {
             kept = std::make_shared<clsMessage>(msg);
             kept->HeaderOnly = true;
             kept->ReplaceRawMessage(msg.Headers);
@@ -627,12 +660,15 @@ void frmMain::MessageReceived(clsMessage& msg) {
             kept->DeleteMimeParts();
             ServerMessages_.Add(kept);
         }
-        countAndShow(kept ? *kept : msg);
+        countAndShow(kept ? *kept : msg, kept ? ServerMessages_.Count() : 0);
     });
 }
 
 void frmMain::SpecificMessage(clsMessage& msg) {
     guarded("fGetMail_SpecificMessage", Module, [&] { view_->SpecificMessageArrived(msg); });
+    // The fetch is done once its message is here: the QUIT after it changes nothing,
+    // and the next fetch need not wait for it.
+    if (request_.specific != 0) donextaccount();
 }
 
 void frmMain::Progress(const std::string& text) {
@@ -664,7 +700,7 @@ void frmMain::Finished() {
 
 void frmMain::Cancelled() {
     addnoticetolist("Communications cancelled");
-    CurrentAccount_ = -1;
+    stopRequested_ = true;
     donextaccount();
 }
 
@@ -682,7 +718,7 @@ void frmMain::NoMail(const std::string& title) {
 }
 
 void frmMain::NoConnection() {
-    CurrentAccount_ = -1;
+    if (state_ == CycleState::Account) stopRequested_ = true;
     stopicontimer();
     startmailtimer();
     view_->SetStatusPanel(1, "No Internet Connection");
@@ -693,15 +729,15 @@ void frmMain::NoConnection() {
 // ---------------------------------------------------------------------------
 // The list
 
-void frmMain::countAndShow(clsMessage& msg) {
+void frmMain::countAndShow(clsMessage& msg, long item) {
     add16(MessagesSeen_, 1, "fGetMail_HeaderReceived");
     int account = msg.FromAccount;
     if (account >= 0 && account < AccountCount)
         add16(accountCount_[account], 1, "fGetMail_HeaderReceived");
     if (!msg.Deleted && !msg.Ignored) add16(MessagesKept_, 1, "fGetMail_HeaderReceived");
     if (suppressmessage(msg)) return;
-    if (msg.Deleted && DeleteMode_) return;
-    AddMessageToList(msg);
+    if (msg.Deleted && DeleteMode()) return;
+    AddMessageToList(msg, item);
 }
 
 std::string frmMain::verdictWord(const clsMessage& msg) {
@@ -711,7 +747,7 @@ std::string frmMain::verdictWord(const clsMessage& msg) {
     return "PASS";
 }
 
-void frmMain::AddMessageToList(clsMessage& msg) {
+void frmMain::AddMessageToList(clsMessage& msg, long item) {
     ListLine line;
     line.kind = ListLine::Kind::Message;
     line.Status = verdictWord(msg);
@@ -727,6 +763,7 @@ void frmMain::AddMessageToList(clsMessage& msg) {
     line.Msg = Str(account >= 0 && account < AccountCount ? accountCount_[account] : 0);
     line.MsgNum = Str(MessagesSeen_);
     line.Colour = msg.Colour;
+    line.Item = item;
     view_->AddListLine(line);
     if (view_->MailerVisible()) view_->MailerAddListLine(line);
 }
@@ -764,9 +801,10 @@ void frmMain::rescanCachedmail() {
         MessagesSeen_ = 0;
         MessagesKept_ = 0;
         accountCount_.fill(0);
+        long position = 0;
         for (const auto& item : ServerMessages_) {
             serverFilters_->CheckMessage(*item, true);
-            countAndShow(*item);
+            countAndShow(*item, ++position);
         }
         showlarges();
     });
@@ -904,7 +942,10 @@ void frmMain::TimerAutoScan_Timer() {
         add16(SecondsElapsed_, 1, "TimerAutoScan_Timer");
         if (SecondsElapsed_ > ScanDelay_) {
             stopmailtimer();
-            checkmail(NextCycleDeletes_, false, 0, NextCycleRetrieves_);
+            CycleRequest request;
+            request.deleteBlocked = NextCycleDeletes_;
+            request.retrieve = NextCycleRetrieves_;
+            checkmail(request);
             NextCycleRetrieves_ = false;
         }
     });
@@ -925,14 +966,9 @@ void frmMain::displaytimeleft() {
 // The tray
 
 std::string frmMain::firstAccountTitle(bool& found) const {
-    for (int i = 0; i < AccountCount; ++i) {
-        if (!sget(accountKey("REPLYADDRESS", i), "").toText().empty()) {
-            found = true;
-            return sget(accountKey("TITLE", i), "Account " + Str(i + 1)).toText();
-        }
-    }
-    found = false;
-    return "";
+    int first = Account::firstWithReplyAddress();
+    found = first >= 0;
+    return found ? Account(first).title() : "";
 }
 
 bool frmMain::anyReplyAddress() const {

@@ -4,6 +4,7 @@
 // Whatever the user sees goes through frmMainView.
 #pragma once
 
+#include "core/Account.h"
 #include "cycle/frmMainView.h"
 #include "message/clsMessages.h"
 #include "platform/Platform.h"
@@ -22,9 +23,42 @@ namespace corva {
 class frmBayesFilter;
 class frmFilters;
 
+// Which accounts a cycle visits: every one in turn, or a single one.
+class AccountSet {
+public:
+    static AccountSet all() { return AccountSet(-1); }
+    static AccountSet one(int account) { return AccountSet(account); }
+    bool isAll() const { return single_ < 0; }
+    int first() const { return isAll() ? 0 : single_; }
+    // The account a cycle stops after.
+    int last() const { return isAll() ? Account::Last : single_; }
+
+private:
+    explicit AccountSet(int single) : single_(single) {}
+    int single_;
+};
+
+// Everything one run of the cycle is asked to do.
+struct CycleRequest {
+    AccountSet accounts = AccountSet::all();
+    // Retrieve what passes into the store, rather than list the headers.
+    bool retrieve = false;
+    // Delete blocked mail on the server.
+    bool deleteBlocked = false;
+    // Upload the Outbox once the cycle ends. False leaves standing what an
+    // earlier request asked for and has not happened yet.
+    bool uploadAfter = false;
+    // Not 0: fetch this message of the one account on its own (read, view
+    // source, download) instead of running a cycle.
+    long specific = 0;
+};
+
+// Where the cycle stands; see the table above frmMain::checkmail.
+enum class CycleState { Idle, Account, Ending };
+
 class frmMain : private frmGetMailEvents, private SendMailWrapperListener {
 public:
-    static constexpr int AccountCount = 20;
+    static constexpr int AccountCount = Account::Count;
 
     // Who decides whether the auto-scan timer runs.
     enum class AutoScan {
@@ -62,9 +96,36 @@ public:
     bool shutDown() const { return shutDown_; }
 
     // ---- The cycle ----
-    void checkmail(bool deleteMode, bool singleAccount, int account, bool retrieve);
-    void checknextaccount(bool force);
-    void donextaccount();
+    //
+    // One request runs at a time. The session's events move the cycle between
+    // three states:
+    //
+    //   state     | checkmail     | Finished, NoMailServer, | Cancelled     | NoConnection
+    //             |               | TimedOut                |               |
+    //   ----------+---------------+-------------------------+---------------+---------------
+    //   Idle      | Account first | nothing                 | nothing       | nothing
+    //   Account n | refused       | Account n+1, passing    | Ending, the   | stays, and the
+    //             |               | those without a server; | short way     | next end event
+    //             |               | or Ending               |               | takes the short way
+    //   Ending    | refused       | nothing                 | nothing       | nothing
+    //
+    // A request for one message starts the same way and ends when the message
+    // arrives (SpecificMessage). Ending the short way ("Finished getting mail")
+    // follows a stop, a one-account cycle or a fetched message; past the last
+    // account the cycle
+    // ends the long way ("Process complete", or the settings question when
+    // no account has a reply address). A one-account cycle of the last account
+    // has always ended the long way, and still does. Ending lasts until the
+    // cycle is counted finished; the notices and the upload after it run in
+    // Idle, where the settings question may start the next cycle.
+    //
+    // One failed account raises Cancelled, Finished and TimedOut in turn: the
+    // first ends the cycle and the others find it Idle. What each event shows
+    // (its notice, its status text) it shows in every state.
+    //
+    // False when the request was refused: a transfer is under way (for a
+    // fetched message, an upload too), or the program is stopping.
+    bool checkmail(const CycleRequest& request);
     // Stops a running transfer (the stop and delete buttons while Checking).
     void cancelcheck();
     // Applies changed lists to the headers of the last scan, with no connection.
@@ -101,6 +162,10 @@ public:
     void fMailer_SendRcvDel();
     void fMailer_SendRcvDelSpecific(int account);
 
+    // The session's events as the session raises them, for driving the cycle
+    // without a server.
+    frmGetMailEvents& sessionEvents() { return *this; }
+
     // ---- Automatic scanning ----
     void setmailtimerinterval();
     void startmailtimer();
@@ -118,12 +183,16 @@ public:
     void showlarges();
 
     // ---- State, for views, commands and tests ----
-    bool Checking() const { return Checking_; }
+    CycleState State() const { return state_; }
+    // A transfer is under way.
+    bool Checking() const { return state_ == CycleState::Account; }
     bool Sending() const { return Sending_; }
-    bool RetrieveMode() const { return RetrieveMode_; }
-    bool DeleteMode() const { return DeleteMode_; }
-    int16_t CurrentAccount() const { return CurrentAccount_; }
-    int16_t LastAccount() const { return LastAccount_; }
+    const CycleRequest& Request() const { return request_; }
+    bool RetrieveMode() const { return request_.retrieve; }
+    bool DeleteMode() const { return request_.deleteBlocked; }
+    // The account being visited; -1 outside a cycle and once it was told to stop.
+    int CurrentAccount() const;
+    int LastAccount() const { return request_.accounts.last(); }
     int16_t ScanDelay() const { return ScanDelay_; }
     int16_t SecondsElapsed() const { return SecondsElapsed_; }
     bool NextCycleDeletes() const { return NextCycleDeletes_; }
@@ -141,8 +210,8 @@ public:
     const clsMessages& ServerMessages() const { return ServerMessages_; }
     // Messages written to the store since the program started.
     long MessagesSaved() const { return MessagesSaved_; }
-    // True between checkmail and the end of its cycle.
-    bool CycleRunning() const { return cycleRunning_; }
+    // True between checkmail and the end of its cycle (a fetched message is no cycle).
+    bool CycleRunning() const { return state_ != CycleState::Idle && request_.specific == 0; }
     // Cycles that reached their end since the program started.
     long CyclesFinished() const { return cyclesFinished_; }
     bool autoScanTimerEnabled() const;
@@ -189,10 +258,17 @@ private:
     void runFirstRun();
     void applyWindowGeometry();
     void showProgramInTray();
-    // Counts a message of this cycle and shows it, as a header report does.
-    void countAndShow(clsMessage& msg);
-    void endCycle();
-    void AddMessageToList(clsMessage& msg);
+    // Counts a message of this cycle and shows it, as a header report does;
+    // item is its position in ServerMessages, 0 when it isn't kept there.
+    void countAndShow(clsMessage& msg, long item);
+    // Starts the transfer of the account the cycle stands at, or passes it by
+    // when it has no server.
+    void checknextaccount();
+    // The transfer of the current account is over: the next one, or the ending.
+    void donextaccount();
+    // The ending steps; the long way past the last account.
+    void endcycle(bool complete);
+    void AddMessageToList(clsMessage& msg, long item);
     void addservertolist(const std::string& title);
     void addnoticetolist(const std::string& text);
     void setuplistview();
@@ -224,12 +300,12 @@ private:
     std::unique_ptr<platform::Timer> TimerIconFlash_;
 
     // The cycle. The widths are those the counts have always had.
-    bool Checking_ = false;
+    CycleState state_ = CycleState::Idle;
+    CycleRequest request_;
+    int account_ = 0; // while in Account
+    // Cancelled or lost connection: the next end event ends the cycle.
+    bool stopRequested_ = false;
     bool Sending_ = false;
-    bool RetrieveMode_ = false;
-    bool DeleteMode_ = false;
-    int16_t CurrentAccount_ = -1;
-    int16_t LastAccount_ = 19;
     int16_t ScanDelay_ = 0;
     int16_t SecondsElapsed_ = 0;
     bool NextCycleDeletes_ = false;
@@ -243,7 +319,6 @@ private:
     bool AudioOn_ = false;
     bool NewMailArrived_ = false;
     bool SendAfterCheck_ = false;
-    bool cycleRunning_ = false;
     // Shutdown has begun: no new cycle starts and the timer stays off.
     bool stopping_ = false;
 

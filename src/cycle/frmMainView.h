@@ -28,6 +28,10 @@ struct ListLine {
     std::string Msg;
     std::string MsgNum;
     int32_t Colour = 0; // red in the low byte
+    // The message's position in the cycle's ServerMessages, from 1; 0 on a
+    // server or notice line. MsgNum counts what the servers reported, which
+    // includes what was deleted and never kept.
+    long Item = 0;
 };
 
 // The list's column captions, in order.

@@ -1,11 +1,118 @@
 #include "cycle/modScannerCommands.h"
 
+#include "core/Account.h"
 #include "core/Strings.h"
 #include "core/mSHAREDSettings.h"
 #include "core/modSubs.h"
+#include "cycle/frmMain.h"
 #include "message/clsMessage.h"
+#include "platform/Platform.h"
+#include "smtp/frmSendMailWrapper.h"
 
 namespace corva {
+
+namespace {
+
+void tell(const std::string& text, platform::Icon icon) {
+    platform::current().prompts().messageBox(text, platform::Buttons::Ok, icon, "Corva");
+}
+
+} // namespace
+
+bool RunScannerCommand(frmMain& main, const std::string& key) {
+    auto orCancel = [&](auto start) {
+        if (main.Checking())
+            main.cancelcheck();
+        else
+            start();
+    };
+    if (key == "scan") {
+        main.mnuScan_Click();
+    } else if (key == "delete") {
+        orCancel([&] {
+            CycleRequest request;
+            request.deleteBlocked = true;
+            main.checkmail(request);
+        });
+    } else if (key == "upanddown") {
+        orCancel([&] { main.KeyDown(frmMain::Key::F3, false); });
+    } else if (key == "sendrcvdel") {
+        orCancel([&] {
+            main.setSendAfterCheck(true);
+            main.downloadmail(true);
+        });
+    } else if (key == "updownwithclear") {
+        main.fMailer_UpDownWithClear();
+    } else if (key == "stop") {
+        main.cancelcheck();
+    } else if (key == "upload") {
+        main.UploadMail();
+    } else if (key == "download") {
+        main.downloadmail(false);
+    } else if (key == "settings") {
+        main.showsettings();
+    } else {
+        return false;
+    }
+    return true;
+}
+
+std::shared_ptr<clsMessage> MessageOfLine(const frmMain& main, const ListLine& line) {
+    const clsMessages& messages = main.ServerMessages();
+    if (line.kind != ListLine::Kind::Message || line.Item < 1 || line.Item > messages.Count())
+        return nullptr;
+    return messages.Item(line.Item);
+}
+
+bool FetchMessageOfLine(frmMain& main, const ListLine& line, bool toRead) {
+    if (main.Checking() || main.Sending()) {
+        main.View().SetStatusPanel(1, "BUSY: Cannot open message");
+        return false;
+    }
+    auto msg = MessageOfLine(main, line);
+    if (!msg) return false;
+    if (toRead) main.View().SetStatusPanel(1, "Fetching selected message");
+    CycleRequest request;
+    request.accounts = AccountSet::one(msg->FromAccount);
+    request.specific = msg->MessageNumThisAcc;
+    return main.checkmail(request);
+}
+
+bool ReadLineOnServer(frmMain& main, const ListLine& line) {
+    if (sget("DISPLAYNAME", "").toText().empty()) {
+        tell("Before sending mail you must specify a Reply-To email address in the settings.",
+             platform::Icon::Information);
+        return false;
+    }
+    return FetchMessageOfLine(main, line, true);
+}
+
+int BounceLines(frmMain& main, const std::vector<ListLine>& lines) {
+    int bounced = 0;
+    for (const ListLine& line : lines) {
+        auto msg = MessageOfLine(main, line);
+        if (!msg) continue;
+        auto bounce = BuildBounce(*msg, Account(msg->FromAccount).replyAddress());
+        if (!bounce) {
+            tell("Couldn't bounce message - can't determine the sender's email.",
+                 platform::Icon::Exclamation);
+            continue;
+        }
+        clsMessage out;
+        out.From = bounce->From;
+        out.To_Email = bounce->To;
+        out.Subject = bounce->Subject;
+        out.MessageBody = bounce->Body;
+        out.FromAccount = msg->FromAccount;
+        main.SendMailWrapper().SpoolMessage(out, bounce->From, "");
+        ++bounced;
+    }
+    if (bounced)
+        tell("Selected messages have been bounced. If you change your mind, delete the outbound "
+             "messages before you do another 'send/receive mail'",
+             platform::Icon::Information);
+    return bounced;
+}
 
 const std::vector<std::string>& RightClickEntries() {
     static const std::vector<std::string> entries{"Mark as Junk",

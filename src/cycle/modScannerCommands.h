@@ -1,7 +1,10 @@
-// The scanner's commands on one line that need no window: the right-click
-// menu as tailored to the line, and the faked failure notice of a bounce.
+// The scanner's commands that need no window: the toolbar's, those on the
+// selected lines (fetching one message, bouncing), the right-click menu as
+// tailored to a line, and the faked failure notice of a bounce. The window
+// only says which lines and which command.
 #pragma once
 
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -9,6 +12,29 @@
 namespace corva {
 
 class clsMessage;
+class frmMain;
+struct ListLine;
+
+// A toolbar or drop-down command by its key ("scan", "delete", "upanddown",
+// "sendrcvdel", "updownwithclear", "stop", "upload", "download", "settings");
+// false when the key is none of these. Those that start a transfer cancel the
+// running one instead.
+bool RunScannerCommand(frmMain& main, const std::string& key);
+
+// The message a list line shows; null for a server or notice line.
+std::shared_ptr<clsMessage> MessageOfLine(const frmMain& main, const ListLine& line);
+
+// Fetches the line's message on its own (to read, view or download it); says
+// "BUSY: Cannot open message" while a transfer or an upload runs. True when
+// the fetch began.
+bool FetchMessageOfLine(frmMain& main, const ListLine& line, bool toRead);
+// A double click: reading needs the unnumbered DISPLAYNAME (only a hand edit
+// sets it), and says so when it is missing.
+bool ReadLineOnServer(frmMain& main, const ListLine& line);
+
+// Spools a failure notice for each message line, saying when a sender can't
+// be told, and at the end that they were bounced. The number spooled.
+int BounceLines(frmMain& main, const std::vector<ListLine>& lines);
 
 // The entries of the right-click menu, in order, as captions before tailoring.
 const std::vector<std::string>& RightClickEntries();

@@ -2,6 +2,7 @@
 
 #include "bayes/frmBayesFilter.h"
 #include "bayes/modMailSubs.h"
+#include "core/Account.h"
 #include "core/AppInfo.h"
 #include "core/FileSubs.h"
 #include "core/Globals.h"
@@ -55,12 +56,6 @@ constexpr double kTwipsPerPixel = 15.0;
 
 bool darkPalette() {
     return QApplication::palette().color(QPalette::Window).lightness() < 128;
-}
-
-// Message boxes go through the platform, like the logic's own, so that a
-// replaced platform (tests, the command line) answers them.
-void tell(const std::string& text, platform::Icon icon) {
-    platform::current().prompts().messageBox(text, platform::Buttons::Ok, icon, "Corva");
 }
 
 QPixmap splashPicture() {
@@ -242,9 +237,7 @@ void ScannerWindow::buildMenus() {
     // The entries name the first four accounts as they are titled now.
     connect(scanAccountMenu_, &QMenu::aboutToShow, this, [this] {
         const auto entries = scanAccountMenu_->actions();
-        for (int i = 0; i < entries.size(); ++i)
-            entries[i]->setText(toDisplay(
-                sget("TITLE" + std::to_string(i), "Account " + std::to_string(i + 1)).toText()));
+        for (int i = 0; i < entries.size(); ++i) entries[i]->setText(toDisplay(Account(i).title()));
     });
     for (int i = 0; i < 4; ++i) {
         QAction* a = scanAccountMenu_->addAction(QStringLiteral("Account %1").arg(i + 1));
@@ -283,34 +276,12 @@ QAction* ScannerWindow::toolbarAction(const QString& key) const {
 }
 
 void ScannerWindow::act(const QString& key) {
-    if (!main_) return;
-    if (key == "scan") {
-        main_->mnuScan_Click();
-    } else if (key == "delete") {
-        if (main_->Checking())
-            main_->cancelcheck();
-        else
-            main_->checkmail(true, false, 0, false);
-    } else if (key == "upanddown") {
-        if (main_->Checking())
-            main_->cancelcheck();
-        else
-            main_->KeyDown(frmMain::Key::F3, false);
-    } else if (key == "updownwithclear") {
-        main_->fMailer_UpDownWithClear();
-    } else if (key == "stop") {
-        main_->cancelcheck();
-    } else if (key == "upload") {
-        main_->UploadMail();
-    } else if (key == "download") {
-        main_->downloadmail(false);
-    } else if (key == "reinforce") {
+    if (!main_ || RunScannerCommand(*main_, key.toStdString())) return;
+    if (key == "reinforce") {
         std::vector<std::shared_ptr<clsMessage>> lines;
         for (long i = 1; i <= main_->ServerMessages().Count(); ++i)
             lines.push_back(main_->ServerMessages().Item(i));
         ReinforceUsingVisible(main_->BayesFilter(), lines, [this] { main_->rescanCachedmail(); });
-    } else if (key == "settings") {
-        main_->showsettings();
     } else if (key == "log") {
         auto* viewer = new LogViewer(this);
         viewer->setAttribute(Qt::WA_DeleteOnClose);
@@ -517,15 +488,21 @@ void ScannerWindow::selectRow(int row) {
                                                                QItemSelectionModel::Rows);
 }
 
-clsMessage* ScannerWindow::selectedMessage() const {
-    if (!main_) return nullptr;
+const ListLine* ScannerWindow::selectedLine() const {
     QModelIndex current = list_->currentIndex();
-    if (!current.isValid()) return nullptr;
-    const ListLine& line = model_->line(current.row());
-    if (line.kind != ListLine::Kind::Message) return nullptr;
-    long n = std::atol(line.MsgNum.c_str());
-    if (n < 1 || n > main_->ServerMessages().Count()) return nullptr;
-    return main_->ServerMessages().Item(n).get();
+    return current.isValid() ? &model_->line(current.row()) : nullptr;
+}
+
+clsMessage* ScannerWindow::selectedMessage() const {
+    const ListLine* line = selectedLine();
+    return main_ && line ? MessageOfLine(*main_, *line).get() : nullptr;
+}
+
+std::vector<ListLine> ScannerWindow::selectedLines() const {
+    std::vector<ListLine> lines;
+    for (const QModelIndex& row : list_->selectionModel()->selectedRows())
+        lines.push_back(model_->line(row.row()));
+    return lines;
 }
 
 void ScannerWindow::onSelectionChanged() {
@@ -540,11 +517,9 @@ void ScannerWindow::onSelectionChanged() {
     clsMessage* msg = selectedMessage();
     if (!msg) return;
     headers_->setPlainText(toDisplay(msg->Headers));
-    std::string title = sget("TITLE" + std::to_string(msg->FromAccount),
-                             "Account " + std::to_string(msg->FromAccount + 1))
-                            .toText();
-    lblMessageNumber_->setText(
-        QStringLiteral("Msg: %1 on %2").arg(msg->MessageNumThisAcc).arg(toDisplay(title)));
+    lblMessageNumber_->setText(QStringLiteral("Msg: %1 on %2")
+                                   .arg(msg->MessageNumThisAcc)
+                                   .arg(toDisplay(Account(msg->FromAccount).title())));
 }
 
 QString ScannerWindow::headersText() const {
@@ -552,27 +527,19 @@ QString ScannerWindow::headersText() const {
 }
 
 void ScannerWindow::onDoubleClick() {
-    if (!readOnServerEnabled_ || !list_->currentIndex().isValid()) return;
-    // The unnumbered key is read as it stands: only a hand edit sets it.
-    if (sget("DISPLAYNAME", "").toText().empty()) {
-        tell("Before sending mail you must specify a Reply-To email address in the settings.",
-             platform::Icon::Information);
-        return;
-    }
-    fetchSelected(FetchPurpose::Read);
+    const ListLine* line = selectedLine();
+    if (!main_ || !readOnServerEnabled_ || !line) return;
+    // Set before the fetch: the message may arrive before it returns.
+    fetchPurpose_ = FetchPurpose::Read;
+    if (!ReadLineOnServer(*main_, *line)) fetchPurpose_ = FetchPurpose::None;
 }
 
 void ScannerWindow::fetchSelected(FetchPurpose purpose) {
-    if (!main_) return;
-    if (main_->Checking() || main_->Sending()) {
-        SetStatusPanel(1, "BUSY: Cannot open message");
-        return;
-    }
-    clsMessage* msg = selectedMessage();
-    if (!msg) return;
-    if (purpose == FetchPurpose::Read) SetStatusPanel(1, "Fetching selected message");
+    const ListLine* line = selectedLine();
+    if (!main_ || !line) return;
+    const FetchPurpose before = fetchPurpose_;
     fetchPurpose_ = purpose;
-    main_->GetMail().GetSpecificMessage(msg->FromAccount, msg->MessageNumThisAcc);
+    if (!FetchMessageOfLine(*main_, *line, purpose == FetchPurpose::Read)) fetchPurpose_ = before;
 }
 
 void ScannerWindow::SpecificMessageArrived(clsMessage& message) {
@@ -610,12 +577,7 @@ QMenu* ScannerWindow::buildRightClickMenu() {
     auto* menu = new QMenu(this);
     clsMessage* msg = selectedMessage();
     TailoredMenu tailored;
-    if (msg) {
-        std::string title = sget("TITLE" + std::to_string(msg->FromAccount),
-                                 "Account " + std::to_string(msg->FromAccount + 1))
-                                .toText();
-        tailored = TailorRightClickMenu(*msg, title);
-    }
+    if (msg) tailored = TailorRightClickMenu(*msg, Account(msg->FromAccount).title());
     for (const std::string& entry : RightClickEntries()) {
         QString caption = QString::fromStdString(entry);
         if (entry == "Read Message" && msg) caption = toDisplay(tailored.readCaption);
@@ -681,13 +643,8 @@ void ScannerWindow::runLineCommand(const QString& entry) {
         bounceSelected();
     else if (entry == "Mark as Junk" || entry == "Mark as Not Junk") {
         clsMessages chosen;
-        for (const QModelIndex& row : list_->selectionModel()->selectedRows()) {
-            const ListLine& line = model_->line(row.row());
-            long n = std::atol(line.MsgNum.c_str());
-            if (line.kind == ListLine::Kind::Message && n >= 1 &&
-                n <= main_->ServerMessages().Count())
-                chosen.Add(main_->ServerMessages().Item(n));
-        }
+        for (const ListLine& line : selectedLines())
+            if (auto chosenMsg = MessageOfLine(*main_, line)) chosen.Add(chosenMsg);
         main_->BayesFilter().MarkMessagesJunkOrNot(chosen, entry == "Mark as Junk");
     } else if (entry == "Show Bayes Breakdown") {
         // One line per token in rising order of probability.
@@ -701,33 +658,7 @@ void ScannerWindow::runLineCommand(const QString& entry) {
 }
 
 void ScannerWindow::bounceSelected() {
-    int bounced = 0;
-    for (const QModelIndex& row : list_->selectionModel()->selectedRows()) {
-        const ListLine& line = model_->line(row.row());
-        long n = std::atol(line.MsgNum.c_str());
-        if (line.kind != ListLine::Kind::Message || n < 1 || n > main_->ServerMessages().Count())
-            continue;
-        clsMessage& msg = *main_->ServerMessages().Item(n);
-        std::string reply = sget("REPLYADDRESS" + std::to_string(msg.FromAccount), "").toText();
-        auto bounce = BuildBounce(msg, reply);
-        if (!bounce) {
-            tell("Couldn't bounce message - can't determine the sender's email.",
-                 platform::Icon::Exclamation);
-            continue;
-        }
-        clsMessage out;
-        out.From = bounce->From;
-        out.To_Email = bounce->To;
-        out.Subject = bounce->Subject;
-        out.MessageBody = bounce->Body;
-        out.FromAccount = msg.FromAccount;
-        main_->SendMailWrapper().SpoolMessage(out, bounce->From, "");
-        ++bounced;
-    }
-    if (bounced)
-        tell("Selected messages have been bounced. If you change your mind, delete the outbound "
-             "messages before you do another 'send/receive mail'",
-             platform::Icon::Information);
+    BounceLines(*main_, selectedLines());
 }
 
 // ---- Window events ----

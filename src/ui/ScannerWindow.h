@@ -102,7 +102,9 @@ private:
     void onSelectionChanged();
     void onDoubleClick();
     void showContextMenu(const QPoint& pos);
+    const ListLine* selectedLine() const;
     clsMessage* selectedMessage() const;
+    std::vector<ListLine> selectedLines() const;
     void fetchSelected(FetchPurpose purpose);
     void bounceSelected();
     TextWindow* showTextWindow(const QString& title, const QString& text);

@@ -197,9 +197,12 @@ TEST_F(CycleFaultTest, ASecondCheckWhileOneRunsIsRefused) {
     start();
     sset("MailTimeout", 1);
     setAccount(0, silent.address(), "ann", "Ann");
-    main->checkmail(false, false, 0, false);
+    main->checkmail({});
     ASSERT_TRUE(main->Checking());
-    main->checkmail(true, false, 0, true);
+    CycleRequest second;
+    second.deleteBlocked = true;
+    second.retrieve = true;
+    main->checkmail(second);
     EXPECT_FALSE(main->RetrieveMode());
     EXPECT_FALSE(main->DeleteMode());
     EXPECT_EQ(view.toolbarImage, "stop");

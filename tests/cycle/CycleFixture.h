@@ -14,6 +14,7 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -51,6 +52,11 @@ public:
         ++settingsDialogs;
         return false;
     }
+    bool MailerLoaded() const override { return mailerLoaded; }
+    void MailerFinishedGettingMail(const std::string& text) override {
+        mailerNotices.push_back(text);
+        if (onMailerNotice) onMailerNotice(text);
+    }
 
     // Lines of one kind in the list as it stands.
     std::vector<ListLine> lines(ListLine::Kind kind) const {
@@ -84,6 +90,9 @@ public:
     int wizardRuns = 0;
     int hides = 0;
     int settingsDialogs = 0;
+    bool mailerLoaded = false;
+    std::vector<std::string> mailerNotices;
+    std::function<void(const std::string&)> onMailerNotice;
 };
 
 // A message as a server keeps it.
@@ -118,7 +127,10 @@ protected:
 
     // Runs one cycle to its end; false when it didn't end in time.
     bool cycle(bool deleteMode, bool retrieve, int timeoutMs = 30000) {
-        main->checkmail(deleteMode, false, 0, retrieve);
+        CycleRequest request;
+        request.deleteBlocked = deleteMode;
+        request.retrieve = retrieve;
+        main->checkmail(request);
         return waitForCycle(timeoutMs);
     }
     bool waitForCycle(int timeoutMs = 30000) {

@@ -218,7 +218,9 @@ TEST_F(DovecotCycleTest, DeleteOnRetrieveRemovesOnlyWhatWasStored) {
 }
 
 TEST_F(DovecotCycleTest, OneAccountCycleVisitsOnlyThatAccount) {
-    main->checkmail(false, true, 1, false);
+    CycleRequest one;
+    one.accounts = AccountSet::one(1);
+    main->checkmail(one);
     ASSERT_TRUE(waitForCycle());
     EXPECT_EQ(view.texts(Kind::Server), (std::vector<std::string>{"Bob"}));
     EXPECT_EQ(main->MessagesSeen(), 2);
