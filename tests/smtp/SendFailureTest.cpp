@@ -9,16 +9,6 @@
 namespace corva::test {
 namespace {
 
-struct EngineEvents : SendMailListener {
-    std::vector<std::string> status;
-    std::vector<std::string> failures;
-    void Status(const std::string& text) override { status.push_back(text); }
-    void SendFailed(const std::string& text) override { failures.push_back(text); }
-    bool said(const std::string& text) const {
-        return std::find(status.begin(), status.end(), text) != status.end();
-    }
-};
-
 class LoginTest : public SendFixture {
 protected:
     // Connects with AUTH LOGIN as ann/secret and hangs up again.

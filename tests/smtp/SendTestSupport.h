@@ -26,6 +26,17 @@ inline std::string filled(std::string text,
     return text;
 }
 
+// Records the engine's events in order.
+struct EngineEvents : SendMailListener {
+    std::vector<std::string> status;
+    std::vector<std::string> failures;
+    void Status(const std::string& text) override { status.push_back(text); }
+    void SendFailed(const std::string& text) override { failures.push_back(text); }
+    bool said(const std::string& text) const {
+        return std::find(status.begin(), status.end(), text) != status.end();
+    }
+};
+
 // Records the wrapper's events in order.
 struct UploadEvents : SendMailWrapperListener {
     std::vector<std::string> progress;

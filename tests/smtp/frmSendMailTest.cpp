@@ -11,13 +11,6 @@
 namespace corva::test {
 namespace {
 
-struct EngineEvents : SendMailListener {
-    std::vector<std::string> failures;
-    int successes = 0;
-    void SendFailed(const std::string& text) override { failures.push_back(text); }
-    void SendSuccessful() override { ++successes; }
-};
-
 std::string bytesUpTo(int n) {
     std::string s;
     for (int i = 0; i < n; ++i) s += static_cast<char>(i & 0xFF);
