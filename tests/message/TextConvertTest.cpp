@@ -107,31 +107,21 @@ TEST(HtmlConstToChar, SinglePassAgreesWithTheLiteralLoop) {
     EXPECT_GT(checked, 3000);
 }
 
-TEST(Replace, CaseRulesOfEachVariant) {
-    std::string s = "Foo foo FOO";
-    myreplace(s, "foo", "x", false);
-    EXPECT_EQ(s, "x x x");
-    s = "Foo foo FOO";
-    myreplace(s, "foo", "x", true);
-    EXPECT_EQ(s, "Foo x FOO");
-    s = "Foo foo";
-    myreplacenocaps(s, "Foo", "y"); // the exact one, whatever the name says
-    EXPECT_EQ(s, "y foo");
-    s = "aaa";
-    myreplace(s, "a", "aa", true); // replacements aren't scanned again
-    EXPECT_EQ(s, "aaaaaa");
-}
-
-TEST(RemoveCharTest, UsesFirstCharacterAndCutsAtNul) {
-    std::string s = "a-b-c";
-    RemoveChar(s, "-x");
-    EXPECT_EQ(s, "abc");
-    s = "a-b";
-    RemoveChar(s, "");
-    EXPECT_EQ(s, "a-b");
-    s = std::string("ab\0cd", 5);
-    RemoveChar(s, "x");
-    EXPECT_EQ(s, "ab");
+TEST(Replace, EachVariantKeepsItsOwnCaseAndNulRules) {
+    auto replaced = [](std::string s, auto replace) {
+        replace(s);
+        return s;
+    };
+    EXPECT_EQ(replaced("Foo foo FOO", [](auto& s) { myreplace(s, "foo", "x", false); }), "x x x");
+    EXPECT_EQ(replaced("Foo foo FOO", [](auto& s) { myreplace(s, "foo", "x", true); }),
+              "Foo x FOO");
+    // The exact one, whatever the name says.
+    EXPECT_EQ(replaced("Foo foo", [](auto& s) { myreplacenocaps(s, "Foo", "y"); }), "y foo");
+    // Replacements aren't scanned again.
+    EXPECT_EQ(replaced("aaa", [](auto& s) { myreplace(s, "a", "aa", true); }), "aaaaaa");
+    EXPECT_EQ(replaced("a-b-c", [](auto& s) { RemoveChar(s, "-x"); }), "abc");
+    EXPECT_EQ(replaced("a-b", [](auto& s) { RemoveChar(s, ""); }), "a-b");
+    EXPECT_EQ(replaced(std::string("ab\0cd", 5), [](auto& s) { RemoveChar(s, "x"); }), "ab");
 }
 
 TEST(CleanWordTest, UndoesDisguises) {

@@ -66,30 +66,24 @@ TEST_F(StoreTest, TagsAreFoundWhateverTheirCaseOnDisk) {
 }
 
 TEST_F(StoreTest, LastMessageTagMovesOnlyForwardAndOnlyForUnreadMail) {
-    std::string f = inbox();
-    clsMessage m;
-    m.ReceiveDate = daysAgo(3);
-    AddToLastMessageTag(f, m);
-    EXPECT_EQ(readlastmessagetag(f), today() - 3);
-
-    m.ReceiveDate = daysAgo(5);
-    AddToLastMessageTag(f, m);
-    EXPECT_EQ(readlastmessagetag(f), today() - 3);
-
-    m.ReceiveDate = daysAgo(1);
-    m.Read = true;
-    AddToLastMessageTag(f, m);
-    EXPECT_EQ(readlastmessagetag(f), today() - 3);
-
-    m.Read = false;
-    m.ReceiveDate = "";
-    AddToLastMessageTag(f, m);
-    EXPECT_EQ(readlastmessagetag(f), today());
-
+    const struct {
+        std::string receiveDate;
+        bool read;
+        long expectedDaysBack;
+    } steps[] = {
+        {daysAgo(3), false, 3},   {daysAgo(5), false, 3},
+        {daysAgo(1), true, 3},    {"", false, 0}, // no date is today
+        {"not a date", false, 0},
+    };
     ResetLastActions();
-    m.ReceiveDate = "not a date";
-    AddToLastMessageTag(f, m);
-    EXPECT_EQ(readlastmessagetag(f), today());
+    for (const auto& step : steps) {
+        SCOPED_TRACE(step.receiveDate);
+        clsMessage m;
+        m.ReceiveDate = step.receiveDate;
+        m.Read = step.read;
+        AddToLastMessageTag(inbox(), m);
+        EXPECT_EQ(readlastmessagetag(inbox()), today() - step.expectedDaysBack);
+    }
     EXPECT_TRUE(ringHolds("AddToLastMessageTag"));
 }
 
