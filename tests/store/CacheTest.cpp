@@ -25,6 +25,13 @@ std::set<std::string> subjects(const clsCache& c) {
     return s;
 }
 
+// Opens the inbox as the mailer does; what it lists.
+std::set<std::string> openInbox() {
+    clsCache c;
+    c.fillcache(nullptr, MessageFolder + "Inbox/", "Inbox");
+    return subjects(c);
+}
+
 MessageSpec sample(const std::string& subject, const std::string& id, bool read = false) {
     MessageSpec s;
     s.subject = subject;
@@ -66,19 +73,14 @@ TEST_F(StoreTest, CachedOpenReadsOnlyTheCacheAndFollowsFilesThatCameAndWent) {
     EraseFile(b);
     addMessage("Inbox/", "D.EML", sample("Delta", "<d@x>"));
 
-    clsCache second;
-    second.fillcache(nullptr, inbox(), "Inbox");
-    EXPECT_EQ(subjects(second), (std::set<std::string>{"Alpha", "Gamma", "Delta"}));
+    EXPECT_EQ(openInbox(), (std::set<std::string>{"Alpha", "Gamma", "Delta"}));
     std::string csv = readFile(inbox() + "cache.csv");
     EXPECT_EQ(csv.find("<b@x>"), std::string::npos) << "a row whose file went is dropped";
     EXPECT_NE(csv.find("<d@x>"), std::string::npos);
 
     // With the cache gone the files are read again.
     fs::remove(inbox() + "cache.csv");
-    clsCache third;
-    third.fillcache(nullptr, inbox(), "Inbox");
-    EXPECT_EQ(subjects(third),
-              (std::set<std::string>{"Changed behind the cache", "Gamma", "Delta"}));
+    EXPECT_EQ(openInbox(), (std::set<std::string>{"Changed behind the cache", "Gamma", "Delta"}));
 }
 
 TEST_F(StoreTest, CacheRowsKeepTheirColumnsAndProtectOnlyTheSubject) {
@@ -148,16 +150,13 @@ TEST_F(StoreTest, DamagedCacheFilesCostRowsNotMail) {
         addMessage("Inbox/", "M" + std::to_string(i) + ".EML",
                    sample("S" + std::to_string(i), "<" + std::to_string(i) + "@x>"));
     const std::set<std::string> all{"S0", "S1", "S2", "S3"};
-    clsCache c;
-    c.fillcache(nullptr, inbox(), "Inbox");
+    openInbox();
     const std::string good = readFile(inbox() + "cache.csv");
 
     // Cut in the middle of the last row.
     writeFile(inbox() + "cache.csv", good.substr(0, good.size() - 20));
     ResetLastActions();
-    clsCache truncated;
-    truncated.fillcache(nullptr, inbox(), "Inbox");
-    EXPECT_EQ(subjects(truncated), all);
+    EXPECT_EQ(openInbox(), all);
     EXPECT_TRUE(ringHolds("in readcache")) << ringText();
 
     // A row with too few fields.
@@ -165,18 +164,14 @@ TEST_F(StoreTest, DamagedCacheFilesCostRowsNotMail) {
     lines[2] = "0|-|0|-|1";
     writeFile(inbox() + "cache.csv", Join(lines, "\r\n"));
     ResetLastActions();
-    clsCache shortRow;
-    shortRow.fillcache(nullptr, inbox(), "Inbox");
-    EXPECT_EQ(subjects(shortRow), all);
+    EXPECT_EQ(openInbox(), all);
     EXPECT_TRUE(ringHolds("fields(9) in readcache")) << ringText();
 
     // Empty, or written by an older version without an "id" column: erased and rebuilt.
     for (std::string old : {std::string(), std::string("Read|-|Subject\r\n0|-|x\r\n"),
                             std::string("Id|-|Read\r\n<0@x>|-|0\r\n")}) {
         writeFile(inbox() + "cache.csv", old);
-        clsCache rebuilt;
-        rebuilt.fillcache(nullptr, inbox(), "Inbox");
-        EXPECT_EQ(subjects(rebuilt), all);
+        EXPECT_EQ(openInbox(), all);
         EXPECT_EQ(cacheLines(inbox())[0], CacheHeaderLine);
     }
 }
@@ -198,9 +193,7 @@ TEST_F(StoreTest, DamagedFolderStillOpensWithEverythingReadable) {
     EXPECT_TRUE(ringHolds("Empty message file")) << ringText();
     EXPECT_TRUE(ringHolds("PIPE.EML is not a message file")) << ringText();
 
-    clsCache again;
-    again.fillcache(nullptr, inbox(), "Inbox");
-    s = subjects(again);
+    s = openInbox();
     EXPECT_TRUE(s.count("Good one") && s.count("Good two"));
 }
 
@@ -208,8 +201,7 @@ TEST_F(StoreTest, CopiedStoreFindsItsRowsAndReadsNothing) {
     setmessagefolder(home_.path() + "Old/Messages");
     std::string a = addMessage("Inbox/", "A.EML", sample("Alpha", "<a@x>"));
     addMessage("Inbox/", "b.eml", sample("Beta", "<b@x>", true));
-    clsCache c;
-    c.fillcache(nullptr, inbox(), "Inbox");
+    openInbox();
 
     fs::create_directories(home_.path() + "New");
     fs::copy(home_.path() + "Old", home_.path() + "New/Place", fs::copy_options::recursive);
