@@ -95,17 +95,18 @@ TEST_F(BayesTest, SubjectHidingPharmaOrMedsIsBlacklisted) {
 
 class SenderTest : public BayesTest {
 protected:
-    // A sender whose tokens all score p, and whose name isn't in the address.
-    clsMessage from(float p) {
-        writeWordTable({{"FRM*Ann Smith", p},
-                        {"FRM*Ann", p},
-                        {"FRM*Smith", p},
+    // A sender "First Last <bob@x.com>" whose tokens all score p.
+    clsMessage from(float p, const std::string& first = "Ann", const std::string& last = "Smith") {
+        const std::string name = first + " " + last;
+        writeWordTable({{"FRM*" + name, p},
+                        {"FRM*" + first, p},
+                        {"FRM*" + last, p},
                         {"FRM*bob@x.com", p},
                         {"FRM*x.com", p}});
         filter_.ForceRefresh();
         filter_.WordTable().HashClear();
         clsMessage msg;
-        msg.From = "Ann Smith <bob@x.com>";
+        msg.From = name + " <bob@x.com>";
         return msg;
     }
     void knownAsGood(const std::string& address) {
@@ -138,13 +139,7 @@ TEST_F(SenderTest, SenderAddressCountsOnceBeforeFrom) {
 }
 
 TEST_F(SenderTest, NameInAddressMarksUpThenClampsAtTheEnds) {
-    clsMessage msg = from(0.98f);
-    msg.From = "Bob Ward <bob@x.com>";
-    writeWordTable({{"FRM*Bob Ward", 0.98f},
-                    {"FRM*Bob", 0.98f},
-                    {"FRM*Ward", 0.98f},
-                    {"FRM*bob@x.com", 0.98f},
-                    {"FRM*x.com", 0.98f}});
+    clsMessage msg = from(0.98f, "Bob", "Ward");
     EXPECT_FLOAT_EQ(scoreOf(msg), 0.99f) << "1.23 is cut back";
 
     clsMessage top = from(0.99f);
