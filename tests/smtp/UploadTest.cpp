@@ -6,8 +6,6 @@
 #include "support/FakeServer.h"
 #include "support/SmtpServer.h"
 
-#include <QByteArray>
-
 #include <regex>
 
 namespace corva::test {
@@ -54,6 +52,7 @@ TEST_F(UploadTest, TwoAttachmentsArriveInTheExactLayout) {
     std::smatch found;
     ASSERT_TRUE(std::regex_search(file, found, std::regex(R"(----_=_NextPart_000_\d{8}\.\d{8})")));
     const std::string b = found.str();
+    // The encoder's own lines are pinned with the encoder.
     std::string dataLines = frmSendMail::encodebase64byte(binary);
     // {B} is the boundary, {V} the version, {D} the attachment's lines.
     const std::string expected = filled("From: \"Ann Example\" <ann@example.com>\r\n"
@@ -96,10 +95,6 @@ TEST_F(UploadTest, TwoAttachmentsArriveInTheExactLayout) {
                                         "--{B}--\r\n",
                                         {{"{B}", b}, {"{V}", AppVersion()}, {"{D}", dataLines}});
     EXPECT_EQ(file, expected);
-    // 200 bytes: three lines of 76 characters and one of 40.
-    ASSERT_EQ(count(dataLines, "\r\n"), 4u);
-    EXPECT_EQ(dataLines.find("\r\n"), 76u);
-    EXPECT_EQ(QByteArray::fromBase64(QByteArray::fromStdString(dataLines)).toStdString(), binary);
 
     // Every recipient on the folded Cc lines is offered, not only the last.
     ASSERT_TRUE(upload(wrapper_));
