@@ -9,17 +9,19 @@
 namespace corva {
 namespace {
 
-std::string stripped(std::string s) {
-    striphtml(s);
+// The text after an in-place converter has run on it.
+template <typename Convert> std::string after(std::string s, Convert convert) {
+    convert(s);
     return s;
+}
+std::string stripped(std::string s) {
+    return after(std::move(s), striphtml);
 }
 std::string entities(std::string s) {
-    htmltochar(s);
-    return s;
+    return after(std::move(s), htmltochar);
 }
 std::string constants(std::string s) {
-    htmlconsttochar(s);
-    return s;
+    return after(std::move(s), htmlconsttochar);
 }
 
 TEST(StripHtml, TextWithoutBothBracketsIsOnlyCutAtNul) {
@@ -108,20 +110,15 @@ TEST(HtmlConstToChar, SinglePassAgreesWithTheLiteralLoop) {
 }
 
 TEST(Replace, EachVariantKeepsItsOwnCaseAndNulRules) {
-    auto replaced = [](std::string s, auto replace) {
-        replace(s);
-        return s;
-    };
-    EXPECT_EQ(replaced("Foo foo FOO", [](auto& s) { myreplace(s, "foo", "x", false); }), "x x x");
-    EXPECT_EQ(replaced("Foo foo FOO", [](auto& s) { myreplace(s, "foo", "x", true); }),
-              "Foo x FOO");
+    EXPECT_EQ(after("Foo foo FOO", [](auto& s) { myreplace(s, "foo", "x", false); }), "x x x");
+    EXPECT_EQ(after("Foo foo FOO", [](auto& s) { myreplace(s, "foo", "x", true); }), "Foo x FOO");
     // The exact one, whatever the name says.
-    EXPECT_EQ(replaced("Foo foo", [](auto& s) { myreplacenocaps(s, "Foo", "y"); }), "y foo");
+    EXPECT_EQ(after("Foo foo", [](auto& s) { myreplacenocaps(s, "Foo", "y"); }), "y foo");
     // Replacements aren't scanned again.
-    EXPECT_EQ(replaced("aaa", [](auto& s) { myreplace(s, "a", "aa", true); }), "aaaaaa");
-    EXPECT_EQ(replaced("a-b-c", [](auto& s) { RemoveChar(s, "-x"); }), "abc");
-    EXPECT_EQ(replaced("a-b", [](auto& s) { RemoveChar(s, ""); }), "a-b");
-    EXPECT_EQ(replaced(std::string("ab\0cd", 5), [](auto& s) { RemoveChar(s, "x"); }), "ab");
+    EXPECT_EQ(after("aaa", [](auto& s) { myreplace(s, "a", "aa", true); }), "aaaaaa");
+    EXPECT_EQ(after("a-b-c", [](auto& s) { RemoveChar(s, "-x"); }), "abc");
+    EXPECT_EQ(after("a-b", [](auto& s) { RemoveChar(s, ""); }), "a-b");
+    EXPECT_EQ(after(std::string("ab\0cd", 5), [](auto& s) { RemoveChar(s, "x"); }), "ab");
 }
 
 TEST(CleanWordTest, UndoesDisguises) {
