@@ -63,26 +63,25 @@ TEST_F(HeaderTable, FoldedLinesReplaceExceptForTheJoinedFields) {
     EXPECT_EQ(m.XSpamReport, "r1r2");
 }
 
-TEST_F(HeaderTable, ContinuationWithColonStartsAnUnknownHeader) {
-    clsMessage m = parse(crlf({"Subject: one", " two: three", " four", "", "x"}));
-    EXPECT_EQ(m.Subject, "one");
-}
-
-TEST_F(HeaderTable, SecondSubjectJoinsOnlyWhenAdjacent) {
+TEST_F(HeaderTable, RepeatsNamesAndContinuationsDecideTheField) {
+    // A continuation with a colon starts an unknown header.
+    EXPECT_EQ(parse(crlf({"Subject: one", " two: three", " four", "", "x"})).Subject, "one");
+    // A second subject joins only when adjacent.
     EXPECT_EQ(parse(crlf({"Subject: a", "Subject: b", "", "x"})).Subject, "a b");
     EXPECT_EQ(parse(crlf({"Subject: a", "To: t", "Subject: b", "", "x"})).Subject, "b");
-}
-
-TEST_F(HeaderTable, DomainKeyKeepsItsFoldedReceivedList) {
+    // Names are lower-cased but not trimmed.
+    EXPECT_EQ(parse(crlf({"ReCeIvEd: x", "", "b"})).Received, " x");
+    EXPECT_EQ(parse(crlf({"Received : x", "", "b"})).Received, "");
+    // The first content type wins, without its semicolon.
+    EXPECT_EQ(parse(crlf({"Content-Type: multipart/mixed;", " boundary=abc",
+                          "Content-Type: text/plain", "", "b"}))
+                  .ContentTypeMain,
+              "multipart/mixed");
+    // A DomainKey keeps its folded list of signed headers, which is no Received line.
     clsMessage m = parse(crlf(
         {"DomainKey-Signature: a=rsa;", " h=Received:From:To;", " b=xyz", "Subject: s", "", "x"}));
     EXPECT_EQ(m.DomainKey, "a=rsa;From:To;b=xyz");
     EXPECT_EQ(m.Received, "");
-}
-
-TEST_F(HeaderTable, NamesAreLowerCasedButNotTrimmed) {
-    EXPECT_EQ(parse(crlf({"ReCeIvEd: x", "", "b"})).Received, " x");
-    EXPECT_EQ(parse(crlf({"Received : x", "", "b"})).Received, "");
 }
 
 TEST_F(HeaderTable, FlagLinesCountOnlyExactlyOne) {
@@ -92,12 +91,6 @@ TEST_F(HeaderTable, FlagLinesCountOnlyExactlyOne) {
     clsMessage m = parse(crlf({"X-Message-HighPriority: 1", "X-Message-Replied: 1", "", "b"}));
     EXPECT_TRUE(m.HighPriority);
     EXPECT_TRUE(m.Replied);
-}
-
-TEST_F(HeaderTable, FirstContentTypeWinsWithoutSemicolons) {
-    clsMessage m = parse(crlf(
-        {"Content-Type: multipart/mixed;", " boundary=abc", "Content-Type: text/plain", "", "b"}));
-    EXPECT_EQ(m.ContentTypeMain, "multipart/mixed");
 }
 
 TEST_F(HeaderTable, SecondParseKeepsWhatTheResetDoesNotCover) {
@@ -114,18 +107,16 @@ TEST_F(HeaderTable, SecondParseKeepsWhatTheResetDoesNotCover) {
     EXPECT_EQ(m.Subject, "second");
 }
 
-TEST_F(HeaderTable, EmptyBodyParses) {
+TEST_F(HeaderTable, EmptyBodyParsesAndHeaderOnlyLeavesPartsAlone) {
     clsMessage m = parse("Subject: x\r\n\r\n", false);
     EXPECT_EQ(m.Subject, "x");
     EXPECT_EQ(m.MessageBody, "");
     EXPECT_EQ(m.Messagetext, "Subject: x\r\n\r\n");
-}
 
-TEST_F(HeaderTable, HeaderOnlyLeavesPartsAlone) {
-    clsMessage m = parse(crlf({"Content-Type: text/plain", "", "hello"}), true);
-    EXPECT_TRUE(m.HeaderOnly);
-    EXPECT_EQ(m.MimePartCount(), 0);
-    EXPECT_EQ(m.StrippedBody, "");
+    clsMessage head = parse(crlf({"Content-Type: text/plain", "", "hello"}), true);
+    EXPECT_TRUE(head.HeaderOnly);
+    EXPECT_EQ(head.MimePartCount(), 0);
+    EXPECT_EQ(head.StrippedBody, "");
     clsMessage full = parse(crlf({"Content-Type: text/plain", "", "hello"}), false);
     EXPECT_EQ(full.MimePartCount(), 1);
     EXPECT_EQ(full.StrippedBody, "hello");
