@@ -215,6 +215,13 @@ TEST_F(StoreTest, CopiedStoreFindsItsRowsAndReadsNothing) {
     EXPECT_EQ(subjects(moved), (std::set<std::string>{"Alpha", "Beta"}));
     for (const auto& m : moved) EXPECT_TRUE(StartsWith(m->Filename(), inbox())) << m->Filename();
     EXPECT_EQ(readFile(inbox() + "cache.csv").find("/Old/"), std::string::npos);
+
+    // Rows written on another system, with backslashes and the folder in another case.
+    writeFile(inbox() + "cache.csv",
+              std::string(CacheHeaderLine) +
+                  "\r\n0|-|0|-|1|-|f|-|t|-|s|-|2024-03-01 10:00:00|-|0|-|0|-|"
+                  "C:\\Corva\\MESSAGES\\Inbox\\A.EML|-|<a@x>|-|From Windows\r\n");
+    EXPECT_EQ(openInbox(), (std::set<std::string>{"From Windows", "Read again"}));
 }
 
 TEST_F(StoreTest, CacheEntriesFollowMarksAndRemovalsByFileName) {
