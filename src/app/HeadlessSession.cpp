@@ -96,7 +96,7 @@ int RunCycleCommand(CommandArgs& args, bool retrieve, const char* name) {
         std::string t = Trim(*accountText);
         bool digits =
             !t.empty() && t.size() <= 2 && t.find_first_not_of("0123456789") == std::string::npos;
-        if (!digits || std::stoi(t) >= frmMain::AccountCount) {
+        if (!digits || std::stoi(t) >= Account::Count) {
             std::cerr << "corva " << name << ": --account takes an account number from 0 to 19\n";
             return 2;
         }

@@ -2,6 +2,7 @@
 // through the program's own filters, lists and word table.
 #include "app/Command.h"
 #include "app/HeadlessSession.h"
+#include "core/Account.h"
 #include "core/FileSubs.h"
 #include "core/Strings.h"
 #include "filters/frmFilters.h"
@@ -32,7 +33,7 @@ int run(CommandArgs& args) {
     int accountNumber = 0;
     if (account) {
         accountNumber = static_cast<int>(Val(*account));
-        if (accountNumber < 0 || accountNumber > 19 || Trim(*account).empty()) {
+        if (!Account::isNumber(accountNumber) || Trim(*account).empty()) {
             std::cerr << "The account is a number from 0 to 19\n";
             return 2;
         }

@@ -2,6 +2,7 @@
 // "corva send" then uploads it.
 #include "app/Command.h"
 #include "app/HeadlessSession.h"
+#include "core/Account.h"
 #include "core/FileSubs.h"
 #include "core/Strings.h"
 #include "core/mSHAREDSettings.h"
@@ -71,7 +72,7 @@ int run(CommandArgs& args) {
     }
     if (!account || !to || !subject) return usage();
     int n = static_cast<int>(Val(*account));
-    if (Trim(*account).empty() || n < 0 || n > 19 || Str(n) != Trim(*account)) {
+    if (Trim(*account).empty() || !Account::isNumber(n) || Str(n) != Trim(*account)) {
         std::cerr << "The account is a number from 0 to 19\n";
         return 2;
     }
@@ -86,7 +87,7 @@ int run(CommandArgs& args) {
     }
 
     HeadlessSession session;
-    if (sget("ReplyAddress" + Str(n), "").toText().empty()) {
+    if (Account(n).replyAddress().empty()) {
         std::cerr << "Account " << n << " has no reply address (REPLYADDRESS" << n << ")\n";
         return 1;
     }

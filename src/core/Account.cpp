@@ -19,7 +19,11 @@ std::string Account::key(const std::string& name) const {
 }
 
 std::string Account::title() const {
-    return sget(key("TITLE"), "Account " + std::to_string(number_ + 1)).toText();
+    return sget(key("TITLE"), defaultTitle(number_)).toText();
+}
+
+std::string Account::defaultTitle(int number) {
+    return "Account " + std::to_string(number + 1);
 }
 
 std::string Account::server() const {
@@ -34,12 +38,12 @@ std::string Account::password() const {
     return text(*this, "PWD");
 }
 
-bool Account::checked() const {
-    return sget(key("CHECK"), true).toBool();
+bool Account::checked(bool ifMissing) const {
+    return sget(key("CHECK"), ifMissing).toBool();
 }
 
-bool Account::stopAtLast() const {
-    return sget(key("STOPATLAST"), true).toBool();
+bool Account::stopAtLast(bool ifMissing) const {
+    return sget(key("STOPATLAST"), ifMissing).toBool();
 }
 
 std::string Account::smtpServer() const {

@@ -19,17 +19,20 @@ public:
     // The key name with this account's number on it.
     std::string key(const std::string& name) const;
 
-    // "Account " and the number plus 1 when no title was given.
+    // The title; defaultTitle when none was given.
     std::string title() const;
+    // "Account " and the number plus 1.
+    static std::string defaultTitle(int number);
     // The POP3 host, trimmed; may name its port after a colon.
     std::string server() const;
     std::string userName() const;
     // Empty means ask at each connection.
     std::string password() const;
-    // Include this account when checking mail; a missing key includes it.
-    bool checked() const;
-    // Time out after the last message; a missing key says yes.
-    bool stopAtLast() const;
+    // Include this account when checking mail. The session takes a missing
+    // key as yes, the settings dialog as no.
+    bool checked(bool ifMissing = true) const;
+    // Time out after the last message; a missing key as for checked.
+    bool stopAtLast(bool ifMissing = true) const;
 
     std::string smtpServer() const;
     int smtpPort() const; // 25 unless set

@@ -1,5 +1,6 @@
 #include "core/modSubs.h"
 
+#include "core/Account.h"
 #include "core/Strings.h"
 #include "core/mSHAREDSettings.h"
 #include "platform/Platform.h"
@@ -29,9 +30,8 @@ std::string extractname(const std::string& text) {
 }
 
 int defaultaccount(int fromIndex) {
-    for (int i = fromIndex < 0 ? 0 : fromIndex; i <= 19; ++i)
-        if (!sget("REPLYADDRESS" + std::to_string(i), "").toText().empty()) return i;
-    return 0;
+    int found = Account::firstWithReplyAddress(fromIndex);
+    return found < 0 ? 0 : found;
 }
 
 void websitevisit(const std::string& address) {

@@ -9,7 +9,7 @@ namespace corva {
 std::string extractemail(const std::string& text);
 // The display name before "<", without quotes.
 std::string extractname(const std::string& text);
-// From index up to 19, the first account with a reply address; 0 when none.
+// From index on, the first account with a reply address; 0 when none.
 int defaultaccount(int fromIndex = 0);
 // Opens a link with the desktop; a failure says "There was an ERROR?".
 void websitevisit(const std::string& address);

@@ -437,7 +437,8 @@ void frmMain::endcycle(bool complete) {
     state_ = CycleState::Ending;
     const bool counted = request_.specific == 0;
     stopicontimer();
-    // Past the last account with none set up, the timer stays off: there is nothing to scan yet.
+    // The long way starts the timer further on, and not at all while no
+    // account is set up: there is nothing to scan yet.
     if (!complete) startmailtimer();
     if (counted) ++cyclesFinished_;
     state_ = CycleState::Idle;
@@ -732,8 +733,7 @@ void frmMain::NoConnection() {
 void frmMain::countAndShow(clsMessage& msg, long item) {
     add16(MessagesSeen_, 1, "fGetMail_HeaderReceived");
     int account = msg.FromAccount;
-    if (account >= 0 && account < AccountCount)
-        add16(accountCount_[account], 1, "fGetMail_HeaderReceived");
+    if (Account::isNumber(account)) add16(accountCount_[account], 1, "fGetMail_HeaderReceived");
     if (!msg.Deleted && !msg.Ignored) add16(MessagesKept_, 1, "fGetMail_HeaderReceived");
     if (suppressmessage(msg)) return;
     if (msg.Deleted && DeleteMode()) return;
@@ -760,7 +760,7 @@ void frmMain::AddMessageToList(clsMessage& msg, long item) {
     line.To = msg.To_Email;
     line.Accnt = Str(msg.FromAccount);
     int account = msg.FromAccount;
-    line.Msg = Str(account >= 0 && account < AccountCount ? accountCount_[account] : 0);
+    line.Msg = Str(Account::isNumber(account) ? accountCount_[account] : 0);
     line.MsgNum = Str(MessagesSeen_);
     line.Colour = msg.Colour;
     line.Item = item;
@@ -811,7 +811,7 @@ void frmMain::rescanCachedmail() {
 }
 
 int16_t frmMain::AccountMessages(int account) const {
-    return account >= 0 && account < AccountCount ? accountCount_[account] : 0;
+    return Account::isNumber(account) ? accountCount_[account] : 0;
 }
 
 // ---------------------------------------------------------------------------

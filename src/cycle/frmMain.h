@@ -58,8 +58,6 @@ enum class CycleState { Idle, Account, Ending };
 
 class frmMain : private frmGetMailEvents, private SendMailWrapperListener {
 public:
-    static constexpr int AccountCount = Account::Count;
-
     // Who decides whether the auto-scan timer runs.
     enum class AutoScan {
         Settings, // ScanOnStart, as the window program has it
@@ -315,7 +313,7 @@ private:
     double TotalDeleted_ = 0;
     double DeletedThisRun_ = 0;
     clsMessages ServerMessages_;
-    std::array<int16_t, AccountCount> accountCount_{};
+    std::array<int16_t, Account::Count> accountCount_{};
     bool AudioOn_ = false;
     bool NewMailArrived_ = false;
     bool SendAfterCheck_ = false;

@@ -72,22 +72,23 @@ void frmSettings::Load() {
 
     for (int i = 0; i < AccountCount; ++i) {
         AccountFields& a = accounts_[static_cast<size_t>(i)];
-        std::string n = num(i);
-        a.Title = text("TITLE" + n, "Account " + num(i + 1));
-        a.Server = text("SERVER" + n, "");
-        a.UName = text("UNAME" + n, "");
-        a.Pwd = text("PWD" + n, "");
-        a.Check = sget("CHECK" + n, false).toBool();
-        a.StopAtLast = sget("STOPATLAST" + n, false).toBool();
-        a.Smtp = text("SMTP" + n, "");
-        a.SmtpAuth = sget("SMTPAuth" + n, false).toBool();
-        a.SmtpUName = text("SMTPUNAME" + n, "");
-        a.SmtpPwd = text("SMTPPWD" + n, "");
-        a.ReplyAddress = text("REPLYADDRESS" + n, "");
-        a.DisplayName = text("DISPLAYNAME" + n, "");
-        a.Exclusive0 = text("EXCLUSIVE0_" + n, "");
-        a.Exclusive1 = text("EXCLUSIVE1_" + n, "");
-        a.SmtpPort = numberField("SMTPPort" + n, "25");
+        const corva::Account account(i);
+        a.Title = account.title();
+        // The field shows the server as it was typed.
+        a.Server = text(account.key("SERVER"), "");
+        a.UName = account.userName();
+        a.Pwd = account.password();
+        a.Check = account.checked(false);
+        a.StopAtLast = account.stopAtLast(false);
+        a.Smtp = account.smtpServer();
+        a.SmtpAuth = account.smtpAuth();
+        a.SmtpUName = account.smtpUserName();
+        a.SmtpPwd = account.smtpPassword();
+        a.ReplyAddress = account.replyAddress();
+        a.DisplayName = account.displayName();
+        a.Exclusive0 = account.exclusive(0);
+        a.Exclusive1 = account.exclusive(1);
+        a.SmtpPort = numberField(account.key("SMTPPort"), "25");
     }
     selected_ = 0;
 }
@@ -148,21 +149,21 @@ bool frmSettings::cmdOK(GlobalFields& g, const AccountFields& shown) {
     accounts_[static_cast<size_t>(selected_)] = shown;
     for (int i = 0; i < AccountCount; ++i) {
         const AccountFields& a = accounts_[static_cast<size_t>(i)];
-        std::string n = num(i);
-        sset("TITLE" + n, a.Title);
-        sset("SERVER" + n, a.Server);
-        sset("UNAME" + n, a.UName);
-        sset("PWD" + n, a.Pwd);
-        sset("CHECK" + n, a.Check);
-        sset("STOPATLAST" + n, a.StopAtLast);
-        sset("SMTP" + n, a.Smtp);
-        sset("SMTPAuth" + n, a.SmtpAuth);
-        sset("SMTPUNAME" + n, a.SmtpUName);
-        sset("SMTPPWD" + n, a.SmtpPwd);
-        sset("REPLYADDRESS" + n, a.ReplyAddress);
-        sset("DISPLAYNAME" + n, a.DisplayName);
-        sset("EXCLUSIVE0_" + n, a.Exclusive0);
-        sset("EXCLUSIVE1_" + n, a.Exclusive1);
+        const corva::Account account(i);
+        sset(account.key("TITLE"), a.Title);
+        sset(account.key("SERVER"), a.Server);
+        sset(account.key("UNAME"), a.UName);
+        sset(account.key("PWD"), a.Pwd);
+        sset(account.key("CHECK"), a.Check);
+        sset(account.key("STOPATLAST"), a.StopAtLast);
+        sset(account.key("SMTP"), a.Smtp);
+        sset(account.key("SMTPAuth"), a.SmtpAuth);
+        sset(account.key("SMTPUNAME"), a.SmtpUName);
+        sset(account.key("SMTPPWD"), a.SmtpPwd);
+        sset(account.key("REPLYADDRESS"), a.ReplyAddress);
+        sset(account.key("DISPLAYNAME"), a.DisplayName);
+        sset(account.key("EXCLUSIVE0_"), a.Exclusive0);
+        sset(account.key("EXCLUSIVE1_"), a.Exclusive1);
     }
 
     sset("DELETEONRETRIEVE", g.DeleteOnRetrieve ? 1 : 0);
@@ -229,14 +230,15 @@ std::string frmAccountWizard::PageProblem(int page, const WizardFields& f) {
 
 void frmAccountWizard::Finish(const WizardFields& f) {
     LoadSettings(SettingsFilePath());
-    sset("PWD0", std::string());
-    sset("UNAME0", Trim(f.LoginName));
-    sset("SERVER0", Trim(f.InboundServer));
-    sset("TITLE0", Trim(f.Title));
-    sset("CHECK0", true);
-    sset("SMTP0", Trim(f.OutboundServer));
-    sset("REPLYADDRESS0", Trim(f.EmailAddress));
-    sset("DISPLAYNAME0", Trim(f.UserName));
+    const Account first(0);
+    sset(first.key("PWD"), std::string());
+    sset(first.key("UNAME"), Trim(f.LoginName));
+    sset(first.key("SERVER"), Trim(f.InboundServer));
+    sset(first.key("TITLE"), Trim(f.Title));
+    sset(first.key("CHECK"), true);
+    sset(first.key("SMTP"), Trim(f.OutboundServer));
+    sset(first.key("REPLYADDRESS"), Trim(f.EmailAddress));
+    sset(first.key("DISPLAYNAME"), Trim(f.UserName));
     savesettings();
 }
 

@@ -3,6 +3,8 @@
 // The Qt dialog shows these fields and forwards the user's commands.
 #pragma once
 
+#include "core/Account.h"
+
 #include <array>
 #include <string>
 #include <vector>
@@ -59,7 +61,7 @@ struct GlobalFields {
 
 class frmSettings {
 public:
-    static constexpr int AccountCount = 20;
+    static constexpr int AccountCount = corva::Account::Count;
 
     // Opening the dialog: every global key and all 20 accounts into the fields.
     void Load();

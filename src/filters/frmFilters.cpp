@@ -1,6 +1,7 @@
 // Rules files, the five lists and the message check.
 #include "filters/frmFilters.h"
 
+#include "core/Account.h"
 #include "core/ErrorHandler.h"
 #include "core/FileSubs.h"
 #include "core/Globals.h"
@@ -333,9 +334,8 @@ bool frmFilters::UnBlockRecip(const std::string& address) {
 
 bool frmFilters::suppressmessage(const clsMessage& msg) const {
     return guardedValue("suppressmessage", Module, false, [&] {
-        const std::string account = Str(msg.FromAccount);
-        const std::string only[2] = {sget("EXCLUSIVE0_" + account, "").toText(),
-                                     sget("EXCLUSIVE1_" + account, "").toText()};
+        const Account account(msg.FromAccount);
+        const std::string only[2] = {account.exclusive(0), account.exclusive(1)};
         if (only[0].empty() && only[1].empty()) return false;
         for (const std::string& text : only) {
             if (text.empty()) continue;

@@ -3,6 +3,7 @@
 // no line assembly underneath, and the decisions below rely on that.
 #include "pop3/frmGetMail.h"
 
+#include "core/Account.h"
 #include "core/DateTime.h"
 #include "core/ErrorHandler.h"
 #include "core/FileSubs.h"
@@ -77,7 +78,7 @@ frmGetMail::frmGetMail()
     for (int i = 0; i < AccountCount; ++i) {
         active_[i] = true;
         stopAtLast_[i] = true;
-        title_[i] = "Account " + Str(i + 1);
+        title_[i] = Account::defaultTitle(i);
     }
 }
 
@@ -165,9 +166,9 @@ void frmGetMail::Begintransfer(int account, bool deleteBlocked, bool force) {
         if (account < 0 || account >= AccountCount) throw RunError(Err::SubscriptOutOfRange);
         readAccounts();
         SecondsWaited_ = 0;
-        const std::string n = Str(account);
         // An account without a server can't be active: say so in the settings.
-        if (server_[account].empty() && active_[account]) sset("CHECK" + n, false);
+        if (server_[account].empty() && active_[account])
+            sset(Account(account).key("CHECK"), false);
         if (server_[account].empty() || (!active_[account] && !force)) {
             events_->NoMailServer();
             return;
@@ -195,18 +196,17 @@ void frmGetMail::Begintransfer(int account, bool deleteBlocked, bool force) {
 
 void frmGetMail::readAccounts() {
     for (int i = 0; i < AccountCount; ++i) {
-        const std::string n = Str(i);
-        password_[i] = sget("PWD" + n, "").toText();
-        userName_[i] = sget("UNAME" + n, "").toText();
-        server_[i] = Trim(sget("SERVER" + n, "").toText());
-        active_[i] = sget("CHECK" + n, true).toBool();
-        stopAtLast_[i] = sget("STOPATLAST" + n, true).toBool();
-        title_[i] = sget("TITLE" + n, "Account " + Str(i + 1)).toText();
+        const Account account(i);
+        password_[i] = account.password();
+        userName_[i] = account.userName();
+        server_[i] = account.server();
+        active_[i] = account.checked();
+        stopAtLast_[i] = account.stopAtLast();
+        title_[i] = account.title();
     }
 }
 
 void frmGetMail::askPassword(int account) {
-    const std::string n = Str(account);
     platform::PasswordReply reply = platform::current().prompts().askPassword(
         "Enter password for '" + userName_[account] + "' on account '" + title_[account] + "'");
     // A cancelled prompt goes on with the empty password: the server refuses it
@@ -214,7 +214,7 @@ void frmGetMail::askPassword(int account) {
     if (reply.cancelled) return;
     password_[account] = reply.text;
     if (reply.remember) {
-        sset("PWD" + n, reply.text);
+        sset(Account(account).key("PWD"), reply.text);
         savesettings();
     }
 }

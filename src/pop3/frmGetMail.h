@@ -3,6 +3,7 @@
 // message, and tells its owner everything through frmGetMailEvents.
 #pragma once
 
+#include "core/Account.h"
 #include "platform/Platform.h"
 
 #include <array>
@@ -50,7 +51,7 @@ public:
 
 class frmGetMail : private platform::SocketListener {
 public:
-    static constexpr int AccountCount = 20;
+    static constexpr int AccountCount = Account::Count;
     static constexpr int DefaultPort = 110;
 
     enum Mode : int16_t {

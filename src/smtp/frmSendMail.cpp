@@ -2,6 +2,7 @@
 // sets, with the event loop running, so callers must expect re-entry there.
 #include "smtp/frmSendMail.h"
 
+#include "core/Account.h"
 #include "core/AppInfo.h"
 #include "core/DateTime.h"
 #include "core/ErrorHandler.h"
@@ -88,21 +89,21 @@ frmSendMail::~frmSendMail() {
 
 void frmSendMail::Initialise(int account) {
     guarded("Initialise", Module, [&] {
-        const std::string n = Str(account);
+        const Account settings(account);
         account_ = account;
-        host_ = sget("SMTP" + n, "").toText();
+        host_ = settings.smtpServer();
         port_ = static_cast<int32_t>(sget("RemotePort", 25).toLong());
-        if (port_ == 25) port_ = static_cast<int32_t>(sget("SMTPPort" + n, 25).toLong());
+        if (port_ == 25) port_ = settings.smtpPort();
         connectTimeout_ = static_cast<int32_t>(sget("ConnectTimeout", 10).toLong());
         connectRetry_ = static_cast<int32_t>(sget("ConnectRetry", 3).toLong());
         messageTimeout_ = static_cast<int32_t>(sget("MessageTimeout", 60).toLong());
         encodeType_ = static_cast<int32_t>(sget("EncodeType", 0).toLong());
         useAuthentication_ = sget("UseAuthentication", false).toBool();
-        username_ = sget("Uname" + n, "").toText();
+        username_ = settings.userName();
         password_.clear();
         persistentSettings_ = false;
-        from_ = sget("ReplyAddress" + n, "").toText();
-        fromDisplayName_ = sget("DisplayName" + n, "").toText();
+        from_ = settings.replyAddress();
+        fromDisplayName_ = settings.displayName();
         recipients_.clear();
         recipientNames_.clear();
         ccRecipients_.clear();

@@ -2,6 +2,7 @@
 // Outbox only after its copy stands in Sent Items.
 #include "smtp/frmSendMailWrapper.h"
 
+#include "core/Account.h"
 #include "core/DateTime.h"
 #include "core/ErrorHandler.h"
 #include "core/FileSubs.h"
@@ -236,9 +237,9 @@ bool frmSendMailWrapper::Sendmail(clsMessage& message, bool Spool, const std::st
 bool frmSendMailWrapper::connect(int account) {
     return guardedValue("connect", Module, false, [&] {
         frmSendMail& mail = poSendMail_;
-        const std::string n = Str(account);
+        const Account settings(account);
         mail.Initialise(account);
-        server_ = sget("SMTP" + n, "").toText();
+        server_ = settings.smtpServer();
         LogAction("Using server: " + server_);
         if (server_.empty()) {
             LogAction("Error, server not defined. Sendmail cancelled.");
@@ -251,9 +252,9 @@ bool frmSendMailWrapper::connect(int account) {
         }
         mail.setConnectTimeout(static_cast<int32_t>(sget("MailTimeout", 30).toLong()));
         mail.setSMTPHost(server_);
-        if (sget("SMTPAuth" + n, false).toBool()) {
-            user_ = sget("SMTPUname" + n, "").toText();
-            password_ = sget("SMTPPwd" + n, "").toText();
+        if (settings.smtpAuth()) {
+            user_ = settings.smtpUserName();
+            password_ = settings.smtpPassword();
         } else {
             user_.clear();
             password_.clear();

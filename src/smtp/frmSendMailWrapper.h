@@ -3,6 +3,7 @@
 // account, moving each sent file to Sent Items.
 #pragma once
 
+#include "core/Account.h"
 #include "message/clsMessage.h"
 #include "platform/Platform.h"
 #include "smtp/frmSendMail.h"
@@ -36,7 +37,7 @@ class frmSendMailWrapper : private SendMailListener {
 public:
     // Account value meaning "no further account".
     static constexpr int NoAccount = 65535;
-    static constexpr int AccountCount = 20;
+    static constexpr int AccountCount = Account::Count;
 
     frmSendMailWrapper();
     ~frmSendMailWrapper() override;
