@@ -1,6 +1,9 @@
 #include "cycle/modScannerCommands.h"
 
 #include "core/Account.h"
+#include "core/AppInfo.h"
+#include "core/FileSubs.h"
+#include "core/Globals.h"
 #include "core/Strings.h"
 #include "core/mSHAREDSettings.h"
 #include "core/modSubs.h"
@@ -8,6 +11,7 @@
 #include "message/clsMessage.h"
 #include "platform/Platform.h"
 #include "smtp/frmSendMailWrapper.h"
+#include "store/modMessageFiles.h"
 
 namespace corva {
 
@@ -85,6 +89,20 @@ bool ReadLineOnServer(frmMain& main, const ListLine& line) {
         return false;
     }
     return FetchMessageOfLine(main, line, true);
+}
+
+std::string SaveDownloadedMessage(const clsMessage& message) {
+    clsMessage copy = message;
+    copy.Read = false;
+    copy.setFilename(getunusedfilename(false, MessageFolder + InboxFolder, "download", ".eml"));
+    savemessage(copy);
+    return copy.Filename();
+}
+
+std::string WriteSourceFile(const clsMessage& message) {
+    std::string file = getunusedfilename(true, AppPath(), "temp", ".eml");
+    WriteTextFile(file, message.RawMessage());
+    return file;
 }
 
 int BounceLines(frmMain& main, const std::vector<ListLine>& lines) {

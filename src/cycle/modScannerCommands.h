@@ -32,6 +32,12 @@ bool FetchMessageOfLine(frmMain& main, const ListLine& line, bool toRead);
 // sets it), and says so when it is missing.
 bool ReadLineOnServer(frmMain& main, const ListLine& line);
 
+// Where a fetched message goes. A download is stored in the Inbox as a new
+// message; a source view writes the text to a temporary file in the program
+// folder. Each returns the path written.
+std::string SaveDownloadedMessage(const clsMessage& message);
+std::string WriteSourceFile(const clsMessage& message);
+
 // Spools a failure notice for each message line, saying when a sender can't
 // be told, and at the end that they were bounced. The number spooled.
 int BounceLines(frmMain& main, const std::vector<ListLine>& lines);

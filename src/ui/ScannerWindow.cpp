@@ -3,9 +3,6 @@
 #include "bayes/frmBayesFilter.h"
 #include "bayes/modMailSubs.h"
 #include "core/Account.h"
-#include "core/AppInfo.h"
-#include "core/FileSubs.h"
-#include "core/Globals.h"
 #include "core/mSHAREDSettings.h"
 #include "cycle/frmMain.h"
 #include "cycle/modScannerCommands.h"
@@ -15,7 +12,6 @@
 #include "message/clsMessages.h"
 #include "platform/Platform.h"
 #include "smtp/frmSendMailWrapper.h"
-#include "store/modMessageFiles.h"
 #include "ui/AccountWizardDialog.h"
 #include "ui/DisplayText.h"
 #include "ui/Icons.h"
@@ -547,8 +543,7 @@ void ScannerWindow::SpecificMessageArrived(clsMessage& message) {
     fetchPurpose_ = FetchPurpose::None;
     if (purpose == FetchPurpose::Source) {
         SetStatusPanel(1, "Viewing source");
-        std::string file = getunusedfilename(true, AppPath(), "temp", ".eml");
-        WriteTextFile(file, message.RawMessage());
+        WriteSourceFile(message);
         showTextWindow(QStringLiteral("Message source"), toDisplay(message.RawMessage()));
     } else if (purpose == FetchPurpose::Read) {
         SetStatusPanel(1, "Viewing email");
@@ -558,10 +553,7 @@ void ScannerWindow::SpecificMessageArrived(clsMessage& message) {
                                  "\nSubject: " + message.Subject + "\n\n" + message.MessageBody))
             ->setWordWrap(true);
     } else if (purpose == FetchPurpose::Download) {
-        clsMessage copy = message;
-        copy.Read = false;
-        copy.setFilename(getunusedfilename(false, MessageFolder + "Inbox", "download", ".eml"));
-        savemessage(copy);
+        SaveDownloadedMessage(message);
         SetStatusPanel(1, "Selected message downloaded");
     }
 }
