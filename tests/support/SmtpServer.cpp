@@ -48,8 +48,11 @@ SmtpServer::SmtpServer(const std::string& user, const std::string& password) {
     if (!::mkdtemp(pattern)) return;
     folder_ = pattern;
 
+    // Found from the data folder's absolute path: a compiler cache may leave
+    // __FILE__ relative to a build folder the tests don't run in.
     std::string script =
-        (std::filesystem::path(__FILE__).parent_path() / "smtp_server.py").string();
+        (std::filesystem::path(CORVA_TEST_DATA).parent_path() / "support" / "smtp_server.py")
+            .string();
     std::vector<std::string> args = {"/usr/bin/python3", script, "--folder", folder_};
     if (!user.empty()) {
         args.insert(args.end(), {"--user", user, "--password", password});
