@@ -47,13 +47,13 @@ else
     ninja -C "$BUILD" -j"$(nproc)" "${targets[@]/#/fuzz_}"
 fi
 
-# Starting corpora: the inputs kept with each target, and the test data of
-# the same kind of file.
+# Starting corpora: the inputs kept with each target, the mails that every
+# reader of messages shares, and the test data of the same kind of file.
 starting() {
     local data="$ROOT/tests/data"
     [ -d "$ROOT/fuzz/corpus/$1" ] && echo "$ROOT/fuzz/corpus/$1"
     case "$1" in
-    message_* | check | tokeniser) echo "$data/message" "$data/store" ;;
+    message_* | check | tokeniser) echo "$ROOT/fuzz/corpus/mail" "$data/message" "$data/store" ;;
     contacts | contacts_csv) echo "$data/contacts" ;;
     word_table) echo "$data/bayes" ;;
     rules) echo "$data/filters" ;;
