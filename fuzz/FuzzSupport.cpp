@@ -2,6 +2,7 @@
 // log, so all paths point into a folder of our own, removed at exit.
 #include "FuzzSupport.h"
 
+#include "core/AppInfo.h"
 #include "core/Globals.h"
 #include "core/mSHAREDLogging.h"
 
@@ -73,6 +74,8 @@ std::vector<std::string_view> split(std::string_view input, std::string_view sep
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
     umask(077);
     corva::SetLogFileOverride("/dev/null");
+    // Settings and logs that a library saves on its own go there too.
+    corva::SetAppPath(corva::fuzz::folder());
     corva::UseDefaultFolders(corva::fuzz::folder());
     return 0;
 }
