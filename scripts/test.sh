@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
 # Installs what is missing, builds, and runs every test: the unit and server
-# tests under CTest, then a short run of each fuzz target in the sanitizer
-# build. The whole run must stay within CI's time on two cores: the fuzz
-# seconds are per target, two targets at a time.
+# tests under CTest, then the same tests again in the sanitizer build, which
+# also holds the fuzz targets, and a short run of each target. The whole run
+# must stay within CI's time on two cores: the fuzz seconds are per target,
+# two targets at a time.
 set -euo pipefail
 here="$(cd "$(dirname "$0")" && pwd)"
 cd "$here/.."
@@ -11,5 +12,5 @@ cd "$here/.."
 build="${CORVA_BUILD_DIR:-build}"
 ctest --test-dir "$build" -j"$(nproc)" --output-on-failure --timeout 300
 if [ -x "$here/fuzz.sh" ]; then
-    "$here/fuzz.sh" --jobs "$(nproc)" "${CORVA_FUZZ_SECONDS:-15}"
+    "$here/fuzz.sh" --unit --jobs "$(nproc)" "${CORVA_FUZZ_SECONDS:-10}"
 fi
