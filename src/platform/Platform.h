@@ -9,6 +9,8 @@
 #include <optional>
 #include <string>
 
+#include "platform/TextDecoder.h"
+
 namespace corva::platform {
 
 // Socket error numbers the logic reacts to. They keep the classic numbering so
@@ -174,6 +176,8 @@ public:
     virtual Shell& shell();
     virtual Sound& sound();
     virtual Speech& speech();
+    // Defined with the plain decoder in TextDecoder.cpp.
+    virtual const TextDecoder& textDecoder();
 
 private:
     struct Defaults;

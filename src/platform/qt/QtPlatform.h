@@ -21,6 +21,7 @@ public:
     Shell& shell() override;
     Sound& sound() override;
     Speech& speech() override;
+    const TextDecoder& textDecoder() override;
     // Replaces the prompts (the command line installs its console prompts).
     void setPrompts(Prompts* prompts) { promptsOverride_ = prompts; }
 
