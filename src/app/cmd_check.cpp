@@ -5,6 +5,7 @@
 #include "core/Account.h"
 #include "core/FileSubs.h"
 #include "core/Strings.h"
+#include "core/TerminalText.h"
 #include "filters/frmFilters.h"
 #include "filters/modBlockCommands.h"
 #include "message/clsMessage.h"
@@ -15,9 +16,9 @@
 namespace corva::app {
 namespace {
 
-// A value on one line, line ends shown as \r and \n.
-std::string oneLine(const std::string& text) {
-    return Replace(Replace(text, "\r", "\\r"), "\n", "\\n");
+// A value on one line for the terminal, line ends shown as \r and \n.
+std::string oneLine(const std::string& text, const std::string& charset = "") {
+    return terminalText(Replace(Replace(text, "\r", "\\r"), "\n", "\\n"), charset);
 }
 
 int run(CommandArgs& args) {
@@ -57,10 +58,10 @@ int run(CommandArgs& args) {
     o << "BlockedRecip: " << (msg.BlockedRecip ? "True" : "False") << "\n";
     o << "Ignored: " << (msg.Ignored ? "True" : "False") << "\n";
     o << "Suspicious: " << (msg.Suspicious ? "True" : "False") << "\n";
-    o << "Subject: " << oneLine(msg.Subject) << "\n";
+    o << "Subject: " << oneLine(msg.Subject, headerCharset(msg.Headers, "Subject")) << "\n";
     o << "Size: " << singleText(msg.Size) << "kb\n";
-    o << "Filters: " << (local ? "local (" : "server (") << filters.CurrentRulesPath() << ", "
-      << filters.Filters().size() << " filters)\n";
+    o << "Filters: " << (local ? "local (" : "server (") << oneLine(filters.CurrentRulesPath())
+      << ", " << filters.Filters().size() << " filters)\n";
     return 0;
 }
 

@@ -4,6 +4,7 @@
 #include "contacts/clsContacts.h"
 #include "contacts/modContacts.h"
 #include "core/FileSubs.h"
+#include "core/TerminalText.h"
 
 #include <iostream>
 
@@ -36,7 +37,8 @@ int run(CommandArgs& args) {
     clsContacts& book = Contacts();
     if (what == "list") {
         for (long i = 1; i <= book.Count(); ++i)
-            std::cout << book.Contact(i).strName << " <" << book.Contact(i).email << ">\n";
+            std::cout << terminalLine(book.Contact(i).strName) << " <"
+                      << terminalLine(book.Contact(i).email) << ">\n";
         std::cout << book.Count() << (book.Count() == 1 ? " contact\n" : " contacts\n");
         return 0;
     }
@@ -53,7 +55,8 @@ int run(CommandArgs& args) {
             std::cerr << "Could not write " << book.FilePath() << "\n";
             return 1;
         }
-        std::cout << "Added " << contact.strName << " <" << contact.email << ">\n";
+        std::cout << "Added " << terminalLine(contact.strName) << " <"
+                  << terminalLine(contact.email) << ">\n";
         return 0;
     }
     long taken = ImportContactsCsv(book, words[1]);

@@ -5,6 +5,7 @@
 #include "core/FileSubs.h"
 #include "core/Globals.h"
 #include "core/Strings.h"
+#include "core/TerminalText.h"
 #include "store/FolderNode.h"
 #include "store/clsMailer.h"
 #include "store/modFolders.h"
@@ -78,7 +79,8 @@ int run(CommandArgs& args) {
                 text = node.Text;
             }
         }
-        std::cout << std::string(static_cast<size_t>(n.depth) * 2, ' ') << text << "\n";
+        std::cout << std::string(static_cast<size_t>(n.depth) * 2, ' ') << terminalLine(text)
+                  << "\n";
     }
     return 0;
 }

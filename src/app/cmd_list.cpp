@@ -6,6 +6,7 @@
 #include "core/FileSubs.h"
 #include "core/Globals.h"
 #include "core/Strings.h"
+#include "core/TerminalText.h"
 #include "store/FolderCaches.h"
 #include "store/clsMailer.h"
 #include "store/modFolders.h"
@@ -50,9 +51,10 @@ public:
         char size[32], colour[16];
         std::snprintf(size, sizeof size, "%.2f KB", static_cast<double>(m.Size));
         std::snprintf(colour, sizeof colour, "%06X", static_cast<unsigned>(m.Colour) & 0xFFFFFF);
-        std::cout << iconKey(m) << "\t" << (showTo_ ? m.To_Email : m.From) << "\t" << m.Subject
-                  << "\t" << m.ReceiveDate << "\t" << m.SendDate << "\t" << size << "\t" << colour
-                  << "\t" << m.Filename() << "\n";
+        std::cout << iconKey(m) << "\t" << terminalLine(showTo_ ? m.To_Email : m.From) << "\t"
+                  << terminalLine(m.Subject, headerCharset(m.Headers, "Subject")) << "\t"
+                  << terminalLine(m.ReceiveDate) << "\t" << terminalLine(m.SendDate) << "\t" << size
+                  << "\t" << colour << "\t" << terminalLine(m.Filename()) << "\n";
         ++total;
     }
     void FinishedAddingMessages(long unreadCount, long mostRecentUnread) override {
@@ -103,9 +105,9 @@ int run(CommandArgs& args) {
     caches.populatelistview(mailer, &printer, folder, name, unreadOnly);
 
     std::cout << (printer.total == 0 ? std::string("No") : Str(printer.total))
-              << (printer.total == 1 ? " message in " : " messages in ") << name << ", "
-              << printer.unread << " unread" << (unreadOnly ? " (only unread mail shown)" : "")
-              << "\n";
+              << (printer.total == 1 ? " message in " : " messages in ") << terminalLine(name)
+              << ", " << printer.unread << " unread"
+              << (unreadOnly ? " (only unread mail shown)" : "") << "\n";
     return 0;
 }
 

@@ -3,6 +3,7 @@
 #include "app/Command.h"
 #include "core/FileSubs.h"
 #include "core/Strings.h"
+#include "core/TerminalText.h"
 #include "core/mSHAREDSettings.h"
 #include "message/clsMessage.h"
 #include "message/modMIME.h"
@@ -163,13 +164,21 @@ void printJson(const std::string& file, const clsMessage& m, const std::string& 
     o << "],\n  \"plainText\": " << jsonString(plain) << "\n}\n";
 }
 
+// A value on one line for the terminal, line ends shown as \r and \n, long
+// ones cut (in characters) with their size in bytes.
+std::string shown(const std::string& bytes, size_t limit, const std::string& charset = "") {
+    std::string text = terminalText(Replace(Replace(bytes, "\r", "\\r"), "\n", "\\n"), charset);
+    if (displayWidth(text) <= limit) return text;
+    return cutToWidth(text, limit) + "... (" + std::to_string(bytes.size()) + " bytes)";
+}
+
 void printText(const std::string& file, const clsMessage& m, const std::string& plain) {
     std::ostream& o = std::cout;
-    o << "File: " << EscapeBytes(file) << "\n";
+    o << "File: " << shown(file, std::string::npos) << "\n";
     for (const auto& f : fieldsOf(m)) {
         o << f.name << ": ";
         if (f.kind == FieldValue::Kind::Text)
-            o << EscapeBytes(f.text, 300);
+            o << shown(f.text, 300, headerCharset(m.Headers, f.name));
         else if (f.kind == FieldValue::Kind::Bool)
             o << (f.flag ? "True" : "False");
         else
@@ -179,14 +188,15 @@ void printText(const std::string& file, const clsMessage& m, const std::string& 
     o << "Parts:\n";
     for (int i = 1; i <= m.MimePartCount(); ++i) {
         const clsMimeType& p = m.MimePart(i);
-        o << "  " << i << ". type=" << EscapeBytes(p.ContentType, 200)
-          << " name=" << EscapeBytes(p.SectionName, 200)
-          << " encoding=" << EscapeBytes(p.Encoding, 200) << " size=" << p.Size << "\n";
+        o << "  " << i << ". type=" << shown(p.ContentType, 200)
+          << " name=" << shown(p.SectionName, 200) << " encoding=" << shown(p.Encoding, 200)
+          << " size=" << p.Size << "\n";
     }
     o << "Attachments:\n";
-    for (const auto& name : m.AttachmentNames()) o << "  " << EscapeBytes(name, 300) << "\n";
-    o << "Plain text:\n" << plain;
-    if (!plain.empty() && plain.back() != '\n') o << "\n";
+    for (const auto& name : m.AttachmentNames()) o << "  " << shown(name, 300) << "\n";
+    std::string text = terminalText(plain);
+    o << "Plain text:\n" << text;
+    if (!text.empty() && text.back() != '\n') o << "\n";
 }
 
 int run(CommandArgs& args) {

@@ -4,6 +4,7 @@
 #include "bayes/modMailSubs.h"
 #include "core/FileSubs.h"
 #include "core/Globals.h"
+#include "core/TerminalText.h"
 #include "message/clsMessage.h"
 
 #include <charconv>
@@ -33,14 +34,15 @@ int run(CommandArgs& args) {
     float score = 0;
     filter.Spamminess(msg, headersOnly, score);
     std::cout << "Score: " << singleText(score) << "\n";
-    if (!msg.FilterReason.empty()) std::cout << "Reason: " << msg.FilterReason << "\n";
+    if (!msg.FilterReason.empty())
+        std::cout << "Reason: " << terminalLine(msg.FilterReason) << "\n";
     if (filter.WordTable().MaxIndex == 0)
         std::cout << "No word table yet: run 'corva train' first.\n";
     if (breakdown) {
         std::vector<std::string> lines = filter.ShowBayesBreakdown(msg);
         if (lines.empty())
             std::cout << "No breakdown: fewer than " << corva::HeaderWords << " tokens.\n";
-        for (const auto& line : lines) std::cout << line << "\n";
+        for (const auto& line : lines) std::cout << terminalLine(line) << "\n";
     }
     return 0;
 }

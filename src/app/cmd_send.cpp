@@ -3,6 +3,7 @@
 #include "app/Command.h"
 #include "app/HeadlessSession.h"
 #include "core/FileSubs.h"
+#include "core/TerminalText.h"
 #include "smtp/frmSendMailWrapper.h"
 
 #include <climits>
@@ -19,11 +20,11 @@ class SendReport : public SendMailWrapperListener {
 public:
     SendReport(bool quiet, SendMailWrapperListener* next) : quiet_(quiet), next_(next) {}
     void Progress(const std::string& text) override {
-        if (!quiet_) std::cerr << text << "\n";
+        if (!quiet_) std::cerr << terminalLine(text) << "\n";
         if (next_) next_->Progress(text);
     }
     void Failed(const std::string& text) override {
-        std::cout << "Failed: " << text << "\n";
+        std::cout << "Failed: " << terminalLine(text) << "\n";
         ++failures;
         if (next_) next_->Failed(text);
     }
@@ -35,16 +36,13 @@ public:
     }
     void messageSent(const std::string& file, const clsMessage& message) override {
         if (next_) next_->messageSent(file, message);
-        std::cout << "Sent     " << file << "  " << message.Subject << "  to " << message.To_Email
-                  << "\n";
+        std::cout << "Sent     " << terminalLine(file) << "  " << terminalLine(message.Subject)
+                  << "  to " << terminalLine(message.To_Email) << "\n";
         ++sent;
     }
     void messageFailed(const std::string& file, const std::string& explanation) override {
         if (next_) next_->messageFailed(file, explanation);
-        std::string oneLine = explanation;
-        for (char& c : oneLine)
-            if (c == '\r' || c == '\n') c = ' ';
-        std::cout << "Not sent " << file << "  " << oneLine << "\n";
+        std::cout << "Not sent " << terminalLine(file) << "  " << terminalLine(explanation) << "\n";
         ++failures;
     }
     SendMailWrapperListener* next() const { return next_; }

@@ -3,6 +3,7 @@
 
 #include "core/AppInfo.h"
 #include "core/Strings.h"
+#include "core/TerminalText.h"
 #include "core/Variant.h"
 #include "core/mSHAREDSettings.h"
 #include "cycle/frmMain.h"
@@ -22,11 +23,12 @@ const Column Columns[] = {{"Status", 7},   {"Size", 6},         {"From", 28},
                           {"Subject", 36}, {"Filtered By", 18}, {"To", 24},
                           {"Accnt", 5},    {"Msg", 5},          {"MsgNum", 6}};
 
+// Texts come from mail and servers: one line, no control characters, cut in
+// terminal cells so that wide characters keep the columns straight.
 std::string fit(const std::string& text, size_t width, bool last) {
-    std::string flat = Replace(Replace(Replace(text, "\r", " "), "\n", " "), "\t", " ");
-    if (last) return flat;
-    if (flat.size() > width) flat = flat.substr(0, width - 1) + "~";
-    return flat + std::string(width - flat.size() + 1, ' ');
+    std::string shown = terminalLine(text);
+    if (last) return shown;
+    return fitToWidth(shown, width) + " ";
 }
 
 // Terminal colours standing for the list colours.
@@ -84,11 +86,11 @@ void frmMainTextView::RunAccountWizard() {
 void frmMainTextView::AddListLine(const ListLine& line) {
     switch (line.kind) {
     case ListLine::Kind::Server:
-        out_ << "== " << line.Status << " ==\n";
+        out_ << "== " << terminalLine(line.Status) << " ==\n";
         break;
     case ListLine::Kind::Notice:
         if (StartsWith(line.Status, "Timed out after")) ++problems_;
-        out_ << "-- " << line.Status << "\n";
+        out_ << "-- " << terminalLine(line.Status) << "\n";
         break;
     case ListLine::Kind::Message: {
         if (!headerPrinted_) {
@@ -107,7 +109,7 @@ void frmMainTextView::SetStatusPanel(int panel, const std::string& text) {
     // Only the progress panel speaks; the others are the window's furniture.
     if (panel != 1 || text.empty() || quiet_ || text == lastStatus_) return;
     lastStatus_ = text;
-    status_ << text << "\n";
+    status_ << terminalLine(text) << "\n";
     status_.flush();
 }
 

@@ -1,4 +1,5 @@
 // The command line's list: columns that line up whatever the texts hold.
+#include "core/TerminalText.h"
 #include "cycle/frmMainTextView.h"
 #include "cycle/frmMainView.h"
 
@@ -36,6 +37,18 @@ TEST(TextView, ColumnsStayInPlaceAndTextsStayOnOneLine) {
     EXPECT_EQ(line.substr(heading.find("Accnt"), 1), "3");
     EXPECT_EQ(line.substr(heading.find("MsgNum")), "42");
     EXPECT_NE(line.find("~"), std::string::npos) << "a cut text is marked";
+
+    // Wide characters take two cells and escapes are shown, and still the
+    // columns start where their captions do.
+    ListLine wide = sample();
+    wide.From = "\x1b[2J\xe5\xbc\xa0\xe4\xbc\x9f <zhang@example.cn>";
+    wide.Subject = std::string(22, 'x') +
+                   "\xe6\x97\xa5\xe6\x9c\xac\xe8\xaa\x9e\xe3\x81\xae\xe4\xbb\xb6\xe5\x90\x8d"
+                   "\xe3\x81\xa7\xe3\x81\x99";
+    line = frmMainTextView::formatLine(wide);
+    EXPECT_EQ(line.find('\x1b'), std::string::npos);
+    EXPECT_EQ(line.find("\\x1b[2J"), heading.find("From"));
+    EXPECT_EQ(displayWidth(line.substr(0, line.rfind("42"))), heading.find("MsgNum")) << line;
 }
 
 TEST(TextView, TabsKeepWholeTexts) {
