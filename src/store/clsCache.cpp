@@ -92,17 +92,27 @@ std::string clsCache::MakeMessageID() {
 }
 
 std::string clsCache::CacheRow(const clsMessage& m) {
-    std::string line = flag16(m.Read) + CacheSeparator + flag16(m.Replied) + CacheSeparator +
-                       singleText(m.Size) + CacheSeparator + m.From + CacheSeparator + m.To_Email +
-                       CacheSeparator + m.SendDate + CacheSeparator + m.ReceiveDate +
-                       CacheSeparator + singleText(m.Bayes) + CacheSeparator +
-                       flag16(m.HighPriority) + CacheSeparator + m.Filename() + CacheSeparator +
-                       m.MessageID + CacheSeparator + Replace(m.Subject, CacheSeparator, "--");
+    const std::string sep = CacheSeparator;
+    std::string line =
+        flag16(m.Read) + sep + flag16(m.Replied) + sep + singleText(m.Size) + sep +
+        CacheField(m.From) + sep + CacheField(m.To_Email) + sep + CacheField(m.SendDate) + sep +
+        CacheField(m.ReceiveDate) + sep + singleText(m.Bayes) + sep + flag16(m.HighPriority) + sep +
+        CacheField(m.Filename()) + sep + CacheField(m.MessageID) + sep + CacheField(m.Subject);
+    return line + "\r\n";
+}
+
+std::string clsCache::CacheField(const std::string& text) {
+    // Line ends go (a folded header keeps its blank, so the words stay apart),
+    // and so does NUL, which ends a line for some readers.
     std::string out;
-    out.reserve(line.size() + 2);
-    for (char c : line)
-        if (c != '\r' && c != '\n') out += c;
-    return out + "\r\n";
+    out.reserve(text.size());
+    for (char c : text)
+        if (c != '\r' && c != '\n' && c != '\0') out += c;
+    out = Replace(out, CacheSeparator, "--");
+    // "x|-" before the separator would read as "x" and a field starting "-|".
+    if (out.size() >= 2 && out.compare(out.size() - 2, 2, "|-") == 0)
+        out.replace(out.size() - 2, 1, "-");
+    return out;
 }
 
 void clsCache::fillcache(CacheView* view, const std::string& folderPath,

@@ -67,6 +67,9 @@ public:
 
     // One line of cache.csv for a message, with its CR LF.
     static std::string CacheRow(const clsMessage& message);
+    // A text as a cache field: no line ends, NUL or separator, so that no
+    // header can split or shift its row.
+    static std::string CacheField(const std::string& text);
     // A made-up identifier for a message that has none.
     std::string MakeMessageID();
 

@@ -120,6 +120,46 @@ TEST_F(StoreTest, CacheRowsKeepTheirColumnsAndProtectOnlyTheSubject) {
     EXPECT_EQ(m->Bayes, 0.25f);
 }
 
+// Headers are written by strangers: no text may split a row or shift its
+// columns, and what is read back is the text without its line ends.
+TEST_F(StoreTest, HostileHeadersNeitherSplitNorShiftTheirRow) {
+    struct Case {
+        std::string text, readBack;
+    };
+    const Case cases[] = {
+        {"Split |-| here", "Split -- here"},
+        {"Folded\r\n\tline", "Folded\tline"},
+        {"Bare\rCR\nLF", "BareCRLF"},
+        {std::string("NUL\0inside", 10), "NULinside"},
+        {"Ends in |-", "Ends in --"},
+        {"|-|-|-|", "-----"},
+        {"\x1b]0;title\x07", "\x1b]0;title\x07"}, // bytes stay bytes
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.readBack);
+        fs::remove_all(inbox());
+        fs::create_directories(inbox());
+        addMessage("Inbox/", "ROW.EML", sample("Plain", "<row@x>"));
+        clsCache first;
+        first.fillcache(nullptr, inbox(), "Inbox");
+        ASSERT_EQ(first.Count(), 1);
+        auto m = first.Item(1);
+        m->From = m->To_Email = m->SendDate = m->Subject = c.text;
+        first.WriteCache();
+        ASSERT_EQ(cacheLines(inbox()).size(), 3u) << "header, one row, and the last line end";
+
+        clsCache back;
+        back.fillcache(nullptr, inbox(), "Inbox");
+        ASSERT_EQ(back.Count(), 1);
+        auto r = back.Item(1);
+        EXPECT_EQ(r->Subject, c.readBack) << "the row was taken as written, not read again";
+        EXPECT_EQ(r->From, c.readBack);
+        EXPECT_EQ(r->To_Email, c.readBack);
+        EXPECT_EQ(r->MessageID, "<row@x>");
+        EXPECT_EQ(r->Filename(), inbox() + "ROW.EML");
+    }
+}
+
 TEST_F(StoreTest, OneEntryPerMessageIdAndMadeUpIdsStayOutOfTheFiles) {
     addMessage("Inbox/", "ONE.EML", sample("One", "<same@x>"));
     addMessage("Inbox/", "TWO.EML", sample("Two", "<SAME@x>"));
