@@ -1,12 +1,12 @@
 // Entry point: "corva" alone opens the windows; "corva COMMAND ..." runs the
 // same logic headless, on Qt's event loop without a display.
 #include "app/Command.h"
+#include "app/CommandLine.h"
 #include "platform/ConsolePrompts.h"
 #include "platform/qt/QtPlatform.h"
 
 #include <QCoreApplication>
 
-#include <cstring>
 #include <iostream>
 
 #if __has_include("ui/RunWindows.h")
@@ -51,36 +51,34 @@ int printCommandHelp(const std::string& name) {
 } // namespace
 
 int main(int argc, char** argv) {
-    std::vector<std::string> words;
-    for (int i = 1; i < argc; ++i) {
-        if (std::strcmp(argv[i], "--home") == 0 && i + 1 < argc) {
-            corva::app::SetHomeOption(argv[++i]);
-        } else if (std::strncmp(argv[i], "--home=", 7) == 0) {
-            corva::app::SetHomeOption(argv[i] + 7);
-        } else {
-            words.emplace_back(argv[i]);
-        }
-    }
-
-    if (words.empty()) {
+    using Face = corva::app::Invocation::Face;
+    const corva::app::Invocation call =
+        corva::app::ParseCommandLine(std::vector<std::string>(argv + 1, argv + argc));
+    corva::app::SetHomeOption(call.home);
+    switch (call.face) {
+    case Face::Error:
+        std::cerr << "corva: " << call.error << ". Try 'corva --help'.\n";
+        return 2;
+    case Face::Windows:
 #ifdef CORVA_HAS_WINDOWS
-        return corva::ui::RunWindows(argc, argv);
+        return corva::ui::RunWindows(argc, argv, call.home, call.startLine);
 #else
         printUsage(std::cout);
         return 0;
 #endif
-    }
-    const std::string first = words.front();
-    if (first == "--help" || first == "-h" || first == "help") {
-        if (first == "help" && words.size() > 1) return printCommandHelp(words[1]);
+    case Face::Help:
+        if (!call.words.empty()) return printCommandHelp(call.words.front());
         printUsage(std::cout);
         return 0;
-    }
-    if (first == "--version") {
+    case Face::Version:
         std::cout << "Corva " << CORVA_VERSION << "\n";
         return 0;
+    case Face::Command:
+        break;
     }
 
+    std::vector<std::string> words = call.words;
+    const std::string first = words.front();
     for (const auto& c : corva::app::Commands()) {
         if (first != c.name) continue;
         words.erase(words.begin());

@@ -1,6 +1,5 @@
 #include "ui/RunWindows.h"
 
-#include "app/Command.h"
 #include "core/AppInfo.h"
 #include "core/ErrorReport.h"
 #include "cycle/frmMain.h"
@@ -24,7 +23,7 @@ extern "C" void requestStop(int) {
 }
 } // namespace
 
-int RunWindows(int argc, char** argv) {
+int RunWindows(int argc, char** argv, const std::string& home, const std::string& startLine) {
     QApplication app(argc, argv);
     QApplication::setApplicationName(QStringLiteral("Corva"));
     QApplication::setWindowIcon(appIcon());
@@ -32,22 +31,14 @@ int RunWindows(int argc, char** argv) {
     QApplication::setQuitOnLastWindowClosed(false);
     platform::qt::QtPlatform platform;
     platform::ScopedPlatform installed(platform);
-    SetAppPath(ChooseProgramFolder(app::HomeOption()));
+    SetAppPath(ChooseProgramFolder(home));
     SetErrorReportHandler([](const std::string& text) { ErrorReportWindow::showerr(text); });
 
     ScannerWindow window;
     frmMain main(&window);
     window.attach(&main);
     frmMain::StartOptions options;
-    QStringList args = app.arguments();
-    for (int i = 1; i < args.size(); ++i) {
-        if (args[i] == QLatin1String("--home")) {
-            ++i;
-            continue;
-        }
-        if (!options.commandLine.empty()) options.commandLine += " ";
-        options.commandLine += args[i].toStdString();
-    }
+    options.commandLine = startLine;
     main.StartProgram(options);
     // STARTMIN hides the window during start-up; otherwise it shows now.
     if (!window.hiddenAtStart()) window.show();

@@ -2,6 +2,7 @@
 // program folder of its own, against a private Dovecot and a recording SMTP
 // server, checked by what it prints, what it leaves on disk and what the
 // servers saw.
+#include "app/CommandLine.h"
 #include "core/FileSubs.h"
 #include "core/Strings.h"
 #include "support/DovecotServer.h"
@@ -163,6 +164,81 @@ TEST_F(CommandLine, ComposedMessageIsSentAndFiledInSentItems) {
     EXPECT_NE(wire.find("\r\nFirst line.\r\n"), std::string::npos) << wire;
     EXPECT_TRUE(emlFiles(messages("Outbox")).empty());
     EXPECT_EQ(emlFiles(messages("Sent Items")).size(), 1u);
+}
+
+// A stranger's subject carrying terminal escapes (set the title, colour, then
+// move the cursor) is shown, never obeyed, by every command that prints it;
+// the program folder given as --home=DIR serves the commands as --home DIR does.
+TEST_F(CommandLine, EscapesInASubjectNeverReachTheTerminal) {
+    if (!DovecotServer::available()) GTEST_SKIP() << "Dovecot is not installed";
+    // "\x1b]0;owned\x07\x1b[31mRed\x1b[2J" in an encoded word, and a raw ESC too.
+    const std::string subject = "=?utf-8?B?G10wO293bmVkBxtbMzFtUmVkG1sySg==?= \x1b[5mblink";
+    DovecotServer pop;
+    pop.addUser("ann", "secret");
+    pop.addMessage("ann", mail("Eve <eve@example.org>", subject));
+    settings("SERVER0," + pop.address() + "\r\nUNAME0,ann\r\nPWD0,secret\r\nMAILTIMEOUT,20\r\n");
+    writeFile(home_.file("hostile.eml"), mail("Eve <eve@example.org>", subject));
+
+    const std::string joined = "--home=" + home_.path();
+    for (const std::vector<std::string>& args : std::vector<std::vector<std::string>>{
+             {joined, "scan"},
+             {joined, "scan", "--tabs"},
+             {joined, "fetch"},
+             {joined, "list", "Inbox"},
+             {joined, "check", home_.file("hostile.eml")},
+             {joined, "parse", home_.file("hostile.eml")},
+         }) {
+        SCOPED_TRACE(Join(args, " "));
+        Outcome o = corva(args);
+        EXPECT_EQ(o.status, 0) << o.err;
+        EXPECT_NE(o.out.find("\\x1b]0;owned\\x07"), std::string::npos) << o.out;
+        EXPECT_EQ(o.out.find('\x1b'), std::string::npos) << o.out;
+        EXPECT_EQ(o.err.find('\x1b'), std::string::npos) << o.err;
+        EXPECT_EQ(o.out.find('\x07'), std::string::npos) << o.out;
+    }
+    EXPECT_EQ(emlFiles(messages("Inbox")).size(), 1u) << "fetch used the same program folder";
+}
+
+// The windows and the commands read the same arguments the same way.
+TEST(CommandLineWords, OneParserForBothFaces) {
+    using Face = app::Invocation::Face;
+    struct Case {
+        std::vector<std::string> args;
+        Face face;
+        std::string home, startLine, first;
+    };
+    const Case cases[] = {
+        {{}, Face::Windows, "", "", ""},
+        {{"--home=/h"}, Face::Windows, "/h", "", ""},
+        {{"--home", "/h"}, Face::Windows, "/h", "", ""},
+        {{"--home=/h", "/mailto:bob@example.org"},
+         Face::Windows,
+         "/h",
+         "/mailto:bob@example.org",
+         ""},
+        {{"mailto:bob@example.org", "--home", "/h"},
+         Face::Windows,
+         "/h",
+         "mailto:bob@example.org",
+         ""},
+        {{"/tmp/A Letter.EML"}, Face::Windows, "", "/tmp/A Letter.EML", ""},
+        {{"scan", "--home=/h", "--tabs"}, Face::Command, "/h", "", "scan"},
+        {{"--home", "/h", "check", "x.eml"}, Face::Command, "/h", "", "check"},
+        {{"help", "scan"}, Face::Help, "", "", "scan"},
+        {{"--version"}, Face::Version, "", "", ""},
+        {{"scan", "--home"}, Face::Error, "", "", ""},
+        {{"--home="}, Face::Error, "", "", ""},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(Join(c.args, " "));
+        app::Invocation call = app::ParseCommandLine(c.args);
+        EXPECT_EQ(call.face, c.face);
+        EXPECT_EQ(call.home, c.home);
+        EXPECT_EQ(call.startLine, c.startLine);
+        EXPECT_EQ(call.words.empty() ? "" : call.words.front(), c.first);
+    }
+    EXPECT_EQ(app::ParseCommandLine({"scan", "--home=/h", "--tabs"}).words,
+              (std::vector<std::string>{"scan", "--tabs"}));
 }
 
 // Wrong words get a clear error and a failing status, never a crash, and
