@@ -4,6 +4,7 @@
 
 #include "core/mSHAREDLogging.h"
 #include "platform/Platform.h"
+#include "support/RecordingPlatform.h"
 #include "support/TempDir.h"
 
 #include <gtest/gtest.h>
@@ -22,28 +23,6 @@ clsContact person(const std::string& name, const std::string& email) {
     c.email = email;
     return c;
 }
-
-class SilentPrompts : public platform::Prompts {
-public:
-    std::vector<std::string> shown;
-    platform::Answer messageBox(const std::string& text, platform::Buttons, platform::Icon,
-                                const std::string&) override {
-        shown.push_back(text);
-        return platform::Answer::Ok;
-    }
-    platform::PasswordReply askPassword(const std::string&) override { return {"", true, false}; }
-    std::optional<std::string> inputBox(const std::string&, const std::string&,
-                                        const std::string&) override {
-        return std::nullopt;
-    }
-    void setCursor(platform::Cursor) override {}
-};
-
-class SilentPlatform : public platform::Platform {
-public:
-    SilentPrompts silent;
-    platform::Prompts& prompts() override { return silent; }
-};
 
 } // namespace
 
@@ -135,7 +114,7 @@ TEST(ContactBook, GroupsAreASubstringSearch) {
 
 TEST(ContactImport, TwoColumnsImportWiderFilesImportNothing) {
     TempDir dir;
-    SilentPlatform fake;
+    corva::test::RecordingPlatform fake;
     platform::ScopedPlatform installed(fake);
     clsContacts book;
     book.setFilePath(dir.file("contacts.txt"));
@@ -150,11 +129,11 @@ TEST(ContactImport, TwoColumnsImportWiderFilesImportNothing) {
 
     EXPECT_EQ(ImportContactsCsv(book, dataFile("contacts/three-columns-import-nothing.csv")), 0);
     EXPECT_EQ(book.Count(), 2);
-    EXPECT_TRUE(fake.silent.shown.empty());
+    EXPECT_TRUE(fake.prompts_.messages.empty());
 
     EXPECT_EQ(ImportContactsCsv(book, dir.file("absent.csv")), -1);
-    ASSERT_EQ(fake.silent.shown.size(), 1u);
-    EXPECT_EQ(fake.silent.shown[0], "Error importing contacts file");
+    ASSERT_EQ(fake.prompts_.messages.size(), 1u);
+    EXPECT_EQ(fake.prompts_.messages[0], "Error importing contacts file");
 }
 
 TEST(ContactImport, ColumnNamesPickFieldsWithTheShiftedAddressRows) {
