@@ -17,22 +17,18 @@ using namespace corva;
 using corva::test::TempDir;
 using corva::test::writeFile;
 
+// The text after an in-place helper has run on it.
+template <typename Helper> std::string after(std::string s, Helper helper) {
+    helper(s);
+    return s;
+}
+
 TEST(TextHelpers, TrimmingHelpersCutOnlyWhatTheyName) {
-    std::string s = "Sat, 1 Jan 2000 -";
-    eatcrapfromend(s);
-    EXPECT_EQ(s, "Sat, 1 Jan 2000");
-    s = "\r\n- -text-";
-    eatcrapfromStart(s);
-    EXPECT_EQ(s, "text-");
-    s = "line\n";
-    RemoveCRLFFromEnd(s);
-    EXPECT_EQ(s, "line\n"); // a lone LF stays
-    s = "a\r\n\r\n";
-    RemoveCRLFFromEnd(s);
-    EXPECT_EQ(s, "a");
-    s = std::string("Re: h\xe9llo!\0rest", 16);
-    removenonalphanumeric(s);
-    EXPECT_EQ(s, "Re hllorest");
+    EXPECT_EQ(after("Sat, 1 Jan 2000 -", eatcrapfromend), "Sat, 1 Jan 2000");
+    EXPECT_EQ(after("\r\n- -text-", eatcrapfromStart), "text-");
+    EXPECT_EQ(after("line\n", RemoveCRLFFromEnd), "line\n"); // a lone LF stays
+    EXPECT_EQ(after("a\r\n\r\n", RemoveCRLFFromEnd), "a");
+    EXPECT_EQ(after(std::string("Re: h\xe9llo!\0rest", 16), removenonalphanumeric), "Re hllorest");
     EXPECT_EQ(cutoffnull(std::string(" ab \0cd", 7)), "ab");
     EXPECT_TRUE(isequal(" Abc ", "aBC"));
     EXPECT_FALSE(isequal(" Abc ", "aBC", false));
@@ -84,18 +80,10 @@ TEST(Addresses, ExtractEmailAndName) {
 }
 
 TEST(FileNames, CleanStringMakesSafeNames) {
-    std::string s = "a\\b/c:d";
-    cleanstring(s);
-    EXPECT_EQ(s, "a b c d");
-    s = "CON";
-    cleanstring(s);
-    EXPECT_EQ(s, "CON1");
-    s = " CON";
-    cleanstring(s);
-    EXPECT_EQ(s, "CON");
-    s = "\"quoted\" 100%";
-    cleanstring(s);
-    EXPECT_EQ(s, "quoted  100");
+    EXPECT_EQ(after("a\\b/c:d", cleanstring), "a b c d");
+    EXPECT_EQ(after("CON", cleanstring), "CON1");
+    EXPECT_EQ(after(" CON", cleanstring), "CON");
+    EXPECT_EQ(after("\"quoted\" 100%", cleanstring), "quoted  100");
 }
 
 TEST(FileNames, UnusedNameCarriesReadStateInTheFileNameOnly) {
