@@ -10,6 +10,7 @@
 #include "core/Globals.h"
 #include "core/Startup.h"
 #include "core/Strings.h"
+#include "core/TerminalText.h"
 #include "core/Variant.h"
 #include "core/mSHAREDDelay.h"
 #include "core/mSHAREDLogging.h"
@@ -756,6 +757,8 @@ void frmMain::AddMessageToList(clsMessage& msg, long item) {
     line.Size = Str(static_cast<long long>(std::nearbyint(msg.Size))) + "kb";
     line.From = msg.From;
     line.Subject = msg.Subject;
+    line.FromCharset = headerCharset(msg.Headers, "From");
+    if (line.Subject != "N/A") line.SubjectCharset = headerCharset(msg.Headers, "Subject");
     line.FilteredBy = msg.FilterReason;
     line.To = msg.To_Email;
     line.Accnt = Str(msg.FromAccount);

@@ -25,8 +25,8 @@ const Column Columns[] = {{"Status", 7},   {"Size", 6},         {"From", 28},
 
 // Texts come from mail and servers: one line, no control characters, cut in
 // terminal cells so that wide characters keep the columns straight.
-std::string fit(const std::string& text, size_t width, bool last) {
-    std::string shown = terminalLine(text);
+std::string fit(const std::string& text, size_t width, bool last, const std::string& charset = "") {
+    std::string shown = terminalLine(text, charset);
     if (last) return shown;
     return fitToWidth(shown, width) + " ";
 }
@@ -67,13 +67,17 @@ std::string frmMainTextView::heading(bool tabs) {
 std::string frmMainTextView::formatLine(const ListLine& line, bool tabs) {
     const std::string fields[] = {line.Status, line.Size,  line.From, line.Subject, line.FilteredBy,
                                   line.To,     line.Accnt, line.Msg,  line.MsgNum};
+    auto charset = [&](size_t i) -> const std::string& {
+        static const std::string none;
+        return i == 2 ? line.FromCharset : i == 3 ? line.SubjectCharset : none;
+    };
     std::string text;
     const size_t n = std::size(Columns);
     for (size_t i = 0; i < n; ++i) {
         if (tabs)
-            text += std::string(i ? "\t" : "") + fit(fields[i], 0, true);
+            text += std::string(i ? "\t" : "") + fit(fields[i], 0, true, charset(i));
         else
-            text += fit(fields[i], Columns[i].width, i + 1 == n);
+            text += fit(fields[i], Columns[i].width, i + 1 == n, charset(i));
     }
     return text;
 }

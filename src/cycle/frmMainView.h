@@ -28,6 +28,10 @@ struct ListLine {
     std::string Msg;
     std::string MsgNum;
     int32_t Colour = 0; // red in the low byte
+    // The charsets the message's From and Subject declare in their encoded
+    // words, so that every view decodes them alike; "" when none is named.
+    std::string FromCharset;
+    std::string SubjectCharset;
     // The message's position in the cycle's ServerMessages, from 1; 0 on a
     // server or notice line. MsgNum counts what the servers reported, which
     // includes what was deleted and never kept.

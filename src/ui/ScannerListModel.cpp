@@ -27,9 +27,9 @@ QVariant ScannerListModel::data(const QModelIndex& index, int role) const {
         case 1:
             return toDisplay(l.Size);
         case 2:
-            return toDisplay(l.From);
+            return toDisplay(l.From, l.FromCharset);
         case 3:
-            return toDisplay(l.Subject);
+            return toDisplay(l.Subject, l.SubjectCharset);
         case 4:
             return toDisplay(l.FilteredBy);
         case 5:

@@ -31,6 +31,7 @@ TEST(TerminalText, DeclaredCharsetWinsWhenTheBytesFitIt) {
     EXPECT_EQ(terminalText(koi8, "KOI8-R"), "\xd0\x9f\xd1\x80\xd0\xb8\xd0\xb2\xd0\xb5\xd1\x82");
     EXPECT_EQ(terminalText("caf\xe9", "utf-8"), "caf\xc3\xa9") << "a wrong label falls back";
     EXPECT_EQ(terminalText("\xc3\xa9", "iso-8859-1"), "\xc3\x83\xc2\xa9");
+    EXPECT_EQ(terminalText("N/A", "utf-16"), "N/A") << "plain text can't hold two-byte charsets";
     // The plain decoder, used where no platform is installed, knows the fallback.
     platform::TextDecoder plain;
     EXPECT_EQ(plain.toUtf8("\x80 \xc3\xa9", ""), "\xe2\x82\xac \xc3\x83\xc2\xa9");

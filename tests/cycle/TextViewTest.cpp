@@ -49,6 +49,13 @@ TEST(TextView, ColumnsStayInPlaceAndTextsStayOnOneLine) {
     EXPECT_EQ(line.find('\x1b'), std::string::npos);
     EXPECT_EQ(line.find("\\x1b[2J"), heading.find("From"));
     EXPECT_EQ(displayWidth(line.substr(0, line.rfind("42"))), heading.find("MsgNum")) << line;
+
+    // A charset the subject's encoded word declared is the one it is read in.
+    wide.Subject = "\xf0\xd2\xc9\xd7\xc5\xd4";
+    wide.SubjectCharset = "koi8-r";
+    EXPECT_NE(frmMainTextView::formatLine(wide, true)
+                  .find("\t\xd0\x9f\xd1\x80\xd0\xb8\xd0\xb2\xd0\xb5\xd1\x82\t"),
+              std::string::npos);
 }
 
 TEST(TextView, TabsKeepWholeTexts) {
