@@ -37,7 +37,7 @@ fs::file_status statusOf(const std::string& path) {
 
 bool entryExists(const std::string& path) {
     std::error_code ec;
-    return fs::exists(fs::symlink_status(path, ec)) || fs::exists(statusOf(path));
+    return fs::exists(fs::symlink_status(path, ec));
 }
 
 // The entry of a folder whose name equals name without regard to case, or "".
