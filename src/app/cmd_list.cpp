@@ -117,11 +117,10 @@ const CommandRegistration registration({
     "List a mail folder's messages as the mailer shows them",
     "FOLDER is a folder under the message folder, such as Inbox, \"Sent Items\" or\n"
     "SpamBayes/BayesOld, matched without regard to case. The list is read through\n"
-    "the folder's cache.csv and brings it up to date; each line shows the state\n"
+    "the folder's cache.csv (the command writes nothing); each line shows the state\n"
     "(unread, reply, exclaim...), sender (recipient in Sent Items and the Outbox),\n"
     "subject, received and sent dates, size, the age colour and the file. --unread\n"
-    "shows unread mail only, as does a folder set to show unread mail only.\n"
-    "The folder's unread count is written back to its Unread.tag.",
+    "shows unread mail only, as does a folder set to show unread mail only.",
     run,
 });
 

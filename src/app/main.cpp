@@ -2,6 +2,7 @@
 // same logic headless, on Qt's event loop without a display.
 #include "app/Command.h"
 #include "app/CommandLine.h"
+#include "app/FolderAccess.h"
 #include "platform/ConsolePrompts.h"
 #include "platform/qt/QtPlatform.h"
 
@@ -89,8 +90,10 @@ int main(int argc, char** argv) {
         corva::platform::ConsolePrompts console;
         platform.setPrompts(&console);
         corva::platform::ScopedPlatform installed(platform);
+        corva::app::FolderAccess access(first, words);
+        if (!access.granted()) return 1;
         corva::app::CommandArgs args(words);
-        return c.run(args);
+        return access.finish(c.run(args));
     }
     std::cerr << "corva: unknown command '" << first << "'. Try 'corva --help'.\n";
     return 2;

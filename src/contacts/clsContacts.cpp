@@ -12,7 +12,21 @@ namespace corva {
 
 namespace {
 constexpr const char* Module = "clsContacts";
+
+// Lines end in CR LF, LF or a lone CR: an editor may have left any of them.
+std::vector<std::string_view> fileLines(std::string_view text) {
+    std::vector<std::string_view> lines;
+    size_t start = 0;
+    for (size_t i = 0; i < text.size(); ++i) {
+        if (text[i] != '\r' && text[i] != '\n') continue;
+        lines.push_back(text.substr(start, i - start));
+        if (text[i] == '\r' && i + 1 < text.size() && text[i + 1] == '\n') ++i;
+        start = i + 1;
+    }
+    if (start < text.size()) lines.push_back(text.substr(start));
+    return lines;
 }
+} // namespace
 
 clsContacts& Contacts() {
     static clsContacts book;
@@ -66,65 +80,98 @@ long clsContacts::SeekByEmail(const std::string& address) const {
     return -1;
 }
 
+std::string clsContacts::fileText() const {
+    std::string out;
+    auto line = [&out](const char* key, const std::string& value) {
+        out += key;
+        out += ' ';
+        out += value;
+        out += "\r\n";
+    };
+    // Groups are not written: a group list read from a file or an import
+    // lasts until the next save, as the book has always kept it.
+    for (const clsContact& c : items_) {
+        out += "<contact>\r\n";
+        line("name", c.strName);
+        line("email", c.email);
+        line("mobile", c.mobile);
+        line("homeaddr1", c.homeaddr1);
+        line("homeaddr2", c.homeaddr2);
+        line("homeaddr3", c.homeaddr3);
+        line("homephone", c.homephone);
+        line("homefax", c.homefax);
+        line("homecountry", c.homecountry);
+        line("homestate", c.homestate);
+        line("homesuburb", c.homesuburb);
+        line("homepostcode", c.homepostcode);
+        line("busaddr1", c.busaddr1);
+        line("busaddr2", c.busaddr2);
+        line("busaddr3", c.busaddr3);
+        line("busphone", c.busphone);
+        line("busfax", c.busfax);
+        line("buscountry", c.buscountry);
+        line("busstate", c.busstate);
+        line("bussuburb", c.bussuburb);
+        line("buspostcode", c.buspostcode);
+    }
+    return out;
+}
+
 bool clsContacts::SaveContacts() {
-    return guarded("SaveContacts", Module, [&] {
-        std::string out;
-        auto line = [&out](const char* key, const std::string& value) {
-            out += key;
-            out += ' ';
-            out += value;
-            out += "\r\n";
-        };
-        // Groups are not written: a group list read from a file or an import
-        // lasts until the next save, as the book has always kept it.
-        for (const clsContact& c : items_) {
-            out += "<contact>\r\n";
-            line("name", c.strName);
-            line("email", c.email);
-            line("mobile", c.mobile);
-            line("homeaddr1", c.homeaddr1);
-            line("homeaddr2", c.homeaddr2);
-            line("homeaddr3", c.homeaddr3);
-            line("homephone", c.homephone);
-            line("homefax", c.homefax);
-            line("homecountry", c.homecountry);
-            line("homestate", c.homestate);
-            line("homesuburb", c.homesuburb);
-            line("homepostcode", c.homepostcode);
-            line("busaddr1", c.busaddr1);
-            line("busaddr2", c.busaddr2);
-            line("busaddr3", c.busaddr3);
-            line("busphone", c.busphone);
-            line("busfax", c.busfax);
-            line("buscountry", c.buscountry);
-            line("busstate", c.busstate);
-            line("bussuburb", c.bussuburb);
-            line("buspostcode", c.buspostcode);
-        }
+    bool saved = false;
+    guarded("SaveContacts", Module, [&] {
         std::string path = FilePath();
+        std::string out = fileText();
+        if (path == loadedPath_ && out == loadedText_) {
+            saved = true;
+            return;
+        }
+        if (path == loadedPath_ && !unread_.empty()) {
+            // Saving would drop what the loader could not read: the file stays.
+            CopyToBackup(path);
+            NoteFailedWrite("SaveContacts", "Contacts not saved: " + path +
+                                                " holds lines the book could not read (" + unread_ +
+                                                "); a copy is in " + path + ".bak");
+            return;
+        }
         if (FileExists(path)) MakeReadWrite(path);
         if (!WriteFileAtomically(path, out)) throw RunError(Err::PathFileAccess, path);
+        loadedPath_ = path;
+        loadedText_ = out;
+        unread_.clear();
+        saved = true;
     });
+    return saved;
 }
 
 void clsContacts::LoadContacts() {
     items_.clear();
     std::string path = FilePath();
+    loadedPath_ = path;
+    loadedText_.clear();
+    unread_.clear();
     if (!FileExists(path)) {
         LogAction("No contacts found");
         return;
     }
-    guarded("LoadContacts", Module, [&] {
+    bool loaded = guarded("LoadContacts", Module, [&] {
         std::string text;
         if (!LoadTextFile(path, text)) throw RunError(Err::PathFileAccess, path);
         clsContact current;
         bool started = false;
+        size_t lineNumber = 0;
+        auto noteUnread = [&](const char* what) {
+            if (unread_.empty()) unread_ = what + (" at line " + std::to_string(lineNumber));
+        };
         auto finish = [&] {
             // A contact needs both a name and an address to be kept.
             if (started && !current.strName.empty() && !current.email.empty())
                 items_.push_back(current);
+            else if (started)
+                noteUnread("a contact without name or address");
         };
-        for (const std::string& line : SplitLines(text)) {
+        for (std::string_view line : fileLines(text)) {
+            ++lineNumber;
             size_t blank = line.find(' ');
             std::string key = LCase(line.substr(0, blank));
             if (key == "<contact>") {
@@ -134,14 +181,18 @@ void clsContacts::LoadContacts() {
                 continue;
             }
             std::string* field = current.field(key);
-            if (!field) continue;
-            if (blank == std::string::npos)
-                throw RunError(Err::SubscriptOutOfRange,
-                               "Subscript out of range: no value for " + key);
-            *field = line.substr(blank + 1);
+            if (!field || !started) {
+                if (!Trim(std::string(line)).empty()) noteUnread("a line of no contact");
+                continue;
+            }
+            // A key alone is an empty value whose blank an editor stripped.
+            *field = blank == std::string::npos ? "" : std::string(line.substr(blank + 1));
         }
         finish();
     });
+    if (!loaded && unread_.empty()) unread_ = "a read error";
+    loadedText_ = fileText();
+    if (!unread_.empty()) LogAction("Contacts: " + path + " has " + unread_);
 }
 
 } // namespace corva

@@ -20,8 +20,13 @@ public:
     void AddContact(const clsContact& contact);
     // AddContact, then save at once, as the edit view does.
     void UpdateContact(const clsContact& contact);
+    // Writes contacts.txt when its text would change; false when the write
+    // failed, or when the file holds lines the loader could not read (they
+    // would be lost: the file stays and a copy goes to contacts.txt.bak).
     bool SaveContacts();
     void LoadContacts();
+    // What the last load could not read ("" when it read everything).
+    const std::string& unreadPart() const { return unread_; }
     // The 1-based index of the first match (trimmed, ignoring case), or -1.
     long SeekByName(const std::string& name) const;
     long SeekByEmail(const std::string& address) const;
@@ -31,8 +36,12 @@ public:
     void setFilePath(const std::string& path) { path_ = path; }
 
 private:
+    std::string fileText() const;
     std::vector<clsContact> items_;
     std::string path_;
+    std::string loadedPath_; // the file as last loaded or saved, in the text we write
+    std::string loadedText_;
+    std::string unread_;
 };
 
 // The one book of the running program.

@@ -1,5 +1,7 @@
 #include "core/AppInfo.h"
 
+#include "platform/Platform.h"
+
 #include <cstdlib>
 #include <filesystem>
 #include <sys/utsname.h>
@@ -65,8 +67,12 @@ std::string ChooseProgramFolder(const std::string& homeOption) {
         else
             folder = "./corva";
     }
+    // Owner-only, and not made at all by a run that writes nothing. A folder
+    // an older version left open to everyone is closed: nothing in it is
+    // then reachable by other users, whatever the modes inside.
+    platform::current().files().makeFolder(folder);
+    platform::current().files().restrictToOwner(folder);
     std::error_code ec;
-    std::filesystem::create_directories(folder, ec);
     std::string absolute = std::filesystem::absolute(folder, ec).lexically_normal().string();
     if (!absolute.empty()) folder = absolute;
     if (folder.back() != '/') folder += '/';

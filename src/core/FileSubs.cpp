@@ -9,13 +9,10 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <cstdio>
-#include <dirent.h>
-#include <fcntl.h>
 #include <filesystem>
-#include <sys/stat.h>
-#include <sys/time.h>
-#include <unistd.h>
+#include <fstream>
 
 namespace fs = std::filesystem;
 
@@ -25,28 +22,59 @@ namespace {
 
 const char* kModule = "FileSubs";
 
-bool statPath(const std::string& path, struct stat& st) {
-    return ::stat(path.c_str(), &st) == 0;
+platform::Files& files() {
+    return platform::current().files();
+}
+
+bool writesOff() {
+    return !files().writesAllowed();
+}
+
+fs::file_status statusOf(const std::string& path) {
+    std::error_code ec;
+    return fs::status(path, ec);
 }
 
 bool entryExists(const std::string& path) {
-    struct stat st;
-    return statPath(path, st);
+    std::error_code ec;
+    return fs::exists(fs::symlink_status(path, ec));
 }
 
 // The entry of a folder whose name equals name without regard to case, or "".
 std::string findNoCase(const std::string& folder, const std::string& name) {
-    DIR* dir = ::opendir(folder.empty() ? "." : folder.c_str());
-    if (!dir) return "";
-    std::string found;
-    while (dirent* e = ::readdir(dir)) {
-        if (EqualsNoCase(e->d_name, name)) {
-            found = e->d_name;
-            break;
-        }
+    std::error_code ec;
+    for (fs::directory_iterator it(folder.empty() ? "." : folder, ec), end; !ec && it != end;
+         it.increment(ec)) {
+        std::string entry = it->path().filename().string();
+        if (EqualsNoCase(entry, name)) return entry;
     }
-    ::closedir(dir);
-    return found;
+    return "";
+}
+
+DateTime fromFileTime(fs::file_time_type written) {
+    auto system = std::chrono::file_clock::to_sys(written);
+    return DateTime::fromTimeT(std::chrono::system_clock::to_time_t(
+        std::chrono::time_point_cast<std::chrono::system_clock::duration>(system)));
+}
+
+// True when the file holds exactly text already; then it is only narrowed to
+// its owner, and not written. The size is compared first, so a changed file
+// costs no read.
+bool alreadyHolds(const std::string& path, const std::string& text) {
+    std::error_code ec;
+    if (!fs::is_regular_file(statusOf(path)) || fs::file_size(path, ec) != text.size() || ec)
+        return false;
+    std::string current;
+    if (!LoadTextFile(path, current) || current != text) return false;
+    if (files().writesAllowed()) files().restrictToOwner(path);
+    return true;
+}
+
+// Records a failed write where the user's error reports look, and says false.
+bool reportFailure(const char* procedure, const platform::FileResult& result) {
+    if (result.ok()) return true;
+    if (result.error != platform::FileError::WritesOff) NoteFailedWrite(procedure, result.detail);
+    return false;
 }
 
 } // namespace
@@ -83,25 +111,24 @@ std::string ResolvePath(const std::string& rawPath) {
 
 bool FileExists(const std::string& path) {
     if (Trim(path).empty()) return false;
-    struct stat st;
-    return statPath(ResolvePath(path), st) && !S_ISDIR(st.st_mode);
+    fs::file_status st = statusOf(ResolvePath(path));
+    return fs::exists(st) && !fs::is_directory(st);
 }
 
 bool FolderExists(const std::string& path) {
     std::string p = ToSlashes(path);
     while (p.size() > 1 && p.back() == '/') p.pop_back();
     if (p.empty()) return false;
-    struct stat st;
-    return statPath(ResolvePath(p), st) && S_ISDIR(st.st_mode);
+    return fs::is_directory(statusOf(ResolvePath(p)));
 }
 
 void MkMissingDir(const std::string& rawPath) {
     guarded("MkMissingDir", kModule, [&] {
         std::string path = Trim(ToSlashes(rawPath));
         if (path.empty() || FolderExists(path)) return;
-        std::error_code ec;
-        fs::create_directories(ResolvePath(path), ec);
-        if (ec) throw RunError(Err::PathFileAccess, ec.message());
+        platform::FileResult made = files().makeFolder(ResolvePath(path));
+        if (!made && made.error != platform::FileError::WritesOff)
+            throw RunError(Err::PathFileAccess, made.detail);
     });
 }
 
@@ -212,23 +239,19 @@ bool copyfile(const std::string& rawSource, const std::string& rawDestination,
         }
         EraseFile(destination);
         DateTime date = FileDate(source);
-        FILE* in = std::fopen(source.c_str(), "rb");
+        std::ifstream in(source, std::ios::binary);
         if (!in) throw RunError(Err::PathFileAccess);
-        FILE* out = std::fopen(destination.c_str(), "wb");
-        if (!out) {
-            std::fclose(in);
-            throw RunError(Err::PathFileAccess);
-        }
+        platform::FileResult opened;
+        auto out = files().openOverwrite(destination, opened);
+        if (!out) return reportFailure("copyfile", opened);
         std::vector<char> block(256000);
         long long sinceReport = 0;
         bool ok = true;
-        for (;;) {
-            size_t n = std::fread(block.data(), 1, block.size(), in);
+        while (ok && in) {
+            in.read(block.data(), static_cast<std::streamsize>(block.size()));
+            size_t n = static_cast<size_t>(in.gcount());
             if (n == 0) break;
-            if (std::fwrite(block.data(), 1, n, out) != n) {
-                ok = false;
-                break;
-            }
+            ok = out->write(std::string_view(block.data(), n));
             sinceReport += static_cast<long long>(n);
             if (sinceReport >= 1500000) {
                 sinceReport = 0;
@@ -236,9 +259,12 @@ bool copyfile(const std::string& rawSource, const std::string& rawDestination,
                 DoEvents();
             }
         }
-        std::fclose(in);
-        if (std::fclose(out) != 0) ok = false;
-        if (!ok) throw RunError(Err::DiskFull);
+        platform::FileResult finished = out->finish();
+        if (!ok || !finished) {
+            EraseFile(destination);
+            reportFailure("copyfile", finished);
+            throw RunError(Err::DiskFull);
+        }
         SetFileDate(destination, date);
         return true;
     });
@@ -248,72 +274,75 @@ bool movefile(const std::string& rawSource, const std::string& destination) {
     return guardedValue("movefile", kModule, false, [&] {
         std::string source = ResolvePath(rawSource);
         std::string dest = ResolvePath(destination);
+        if (writesOff()) return false;
         if (FileExists(dest)) MakeReadWrite(dest);
-        if (::rename(source.c_str(), dest.c_str()) == 0) return true;
-        if (errno == EXDEV && copyfile(source, dest)) return EraseFile(source);
+        std::error_code ec;
+        fs::rename(source, dest, ec);
+        if (!ec) return true;
+        if (ec == std::errc::cross_device_link && copyfile(source, dest)) return EraseFile(source);
         return false;
     });
 }
 
 bool isReadOnly(const std::string& path) {
-    struct stat st;
-    if (!statPath(ResolvePath(path), st)) return false;
-    return (st.st_mode & S_IWUSR) == 0;
+    fs::file_status st = statusOf(ResolvePath(path));
+    return fs::exists(st) && (st.permissions() & fs::perms::owner_write) == fs::perms::none;
 }
 
 bool MakeReadWrite(const std::string& rawPath) {
     std::string path = ResolvePath(rawPath);
-    struct stat st;
-    if (!statPath(path, st)) return false;
-    if (st.st_mode & S_IWUSR) return true;
-    return ::chmod(path.c_str(), st.st_mode | S_IWUSR) == 0;
+    fs::file_status st = statusOf(path);
+    if (!fs::exists(st)) return false;
+    if ((st.permissions() & fs::perms::owner_write) != fs::perms::none) return true;
+    if (writesOff()) return false;
+    std::error_code ec;
+    fs::permissions(path, fs::perms::owner_write, fs::perm_options::add, ec);
+    return !ec;
 }
 
 bool EraseFile(const std::string& path) {
-    std::string p = ResolvePath(path);
-    return ::unlink(p.c_str()) == 0;
+    if (writesOff()) return false;
+    std::error_code ec;
+    return fs::remove(ResolvePath(path), ec) && !ec;
 }
 
 long long FileSize(const std::string& path) {
-    struct stat st;
-    if (!statPath(ResolvePath(path), st)) return 0;
-    return static_cast<long long>(st.st_size);
+    std::error_code ec;
+    std::string p = ResolvePath(path);
+    if (!fs::is_regular_file(statusOf(p))) return 0;
+    auto size = fs::file_size(p, ec);
+    return ec ? 0 : static_cast<long long>(size);
 }
 
 DateTime FileDate(const std::string& path) {
-    struct stat st;
-    if (!statPath(ResolvePath(path), st)) return DateTime();
-    return DateTime::fromTimeT(st.st_mtim.tv_sec);
+    std::error_code ec;
+    auto written = fs::last_write_time(ResolvePath(path), ec);
+    return ec ? DateTime() : fromFileTime(written);
 }
 
 bool SetFileDate(const std::string& path, const DateTime& date) {
-    timeval times[2];
-    times[0].tv_sec = times[1].tv_sec = static_cast<time_t>(date.toTimeT());
-    times[0].tv_usec = times[1].tv_usec = 0;
-    return ::utimes(ResolvePath(path).c_str(), times) == 0;
+    if (writesOff()) return false;
+    auto system = std::chrono::system_clock::from_time_t(static_cast<std::time_t>(date.toTimeT()));
+    std::error_code ec;
+    fs::last_write_time(ResolvePath(path), std::chrono::file_clock::from_sys(system), ec);
+    return !ec;
 }
 
 bool LoadTextFile(const std::string& path, std::string& text) {
     text.clear();
     return guardedValue("LoadTextFile", kModule, false, [&] {
         std::string p = ResolvePath(path);
-        int fd = ::open(p.c_str(), O_RDONLY | O_CLOEXEC);
-        if (fd < 0) return false;
-        struct stat st;
-        if (::fstat(fd, &st) != 0 || S_ISDIR(st.st_mode)) {
-            ::close(fd);
-            return false;
-        }
-        if (st.st_size > 0) text.reserve(static_cast<size_t>(st.st_size));
+        if (fs::is_directory(statusOf(p))) return false;
+        std::FILE* f = std::fopen(p.c_str(), "rbe");
+        if (!f) return false;
+        std::error_code ec;
+        auto size = fs::file_size(p, ec);
+        if (!ec && size > 0) text.reserve(static_cast<size_t>(size));
         char buffer[65536];
-        for (;;) {
-            ssize_t n = ::read(fd, buffer, sizeof buffer);
-            if (n < 0 && errno == EINTR) continue;
-            if (n <= 0) break;
-            text.append(buffer, static_cast<size_t>(n));
-        }
-        ::close(fd);
-        return true;
+        while (size_t n = std::fread(buffer, 1, sizeof buffer, f)) text.append(buffer, n);
+        bool ok = !std::ferror(f);
+        std::fclose(f);
+        return ok;
     });
 }
 
@@ -323,44 +352,17 @@ std::string LoadTextFile(const std::string& path) {
     return text;
 }
 
-namespace {
-bool writeBytes(const std::string& path, const std::string& text, const char* mode) {
-    FILE* f = std::fopen(path.c_str(), mode);
-    if (!f) return false;
-    bool ok = std::fwrite(text.data(), 1, text.size(), f) == text.size();
-    return std::fclose(f) == 0 && ok;
-}
-} // namespace
-
 bool WriteTextFile(const std::string& path, const std::string& text) {
-    return guardedValue("WriteTextFile", kModule, false, [&] {
-        std::string p = ResolvePath(path);
-        if (FileExists(p)) MakeReadWrite(p);
-        return writeBytes(p, text, "wb");
-    });
+    return WriteFileAtomically(path, text, true);
 }
 
 bool AppendToTextFile(const std::string& path, const std::string& text) {
     return guardedValue("AppendToTextFile", kModule, false, [&] {
         std::string p = ResolvePath(path);
         if (FileExists(p)) MakeReadWrite(p);
-        return writeBytes(p, text, "ab");
+        return reportFailure("AppendToTextFile", files().append(p, text));
     });
 }
-
-namespace {
-// Writes text[from, to) at the same offsets in the file, whatever short
-// writes the system makes of it.
-bool writeRange(int fd, const std::string& text, size_t from, size_t to) {
-    while (from < to) {
-        ssize_t n = ::pwrite(fd, text.data() + from, to - from, static_cast<off_t>(from));
-        if (n < 0 && errno == EINTR) continue;
-        if (n <= 0) return false;
-        from += static_cast<size_t>(n);
-    }
-    return true;
-}
-} // namespace
 
 bool WriteFileExactly(const std::string& target, const std::string& text, bool sync) {
     return WriteFileInSlices(target, text, sync ? Durability::Synced : Durability::Cached, false);
@@ -369,47 +371,45 @@ bool WriteFileExactly(const std::string& target, const std::string& text, bool s
 bool WriteFileInSlices(const std::string& target, const std::string& text, Durability durability,
                        bool yield) {
     return guardedValue("WriteFileInSlices", kModule, false, [&] {
-        std::string temp = target + ".part";
-        int fd = ::open(temp.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
-        if (fd < 0) return false;
-        const size_t slice = size_t{1} << 20;
-        bool ok = true;
-        for (size_t done = 0; ok && done < text.size();) {
-            size_t end = std::min(text.size(), done + slice);
-            ok = writeRange(fd, text, done, end);
-            done = end;
-            // Waiting for the slices before keeps the final wait to the last one.
-            if (ok && durability != Durability::Cached)
-                ::sync_file_range(fd, 0, static_cast<off_t>(done),
-                                  durability == Durability::Synced
-                                      ? SYNC_FILE_RANGE_WAIT_BEFORE | SYNC_FILE_RANGE_WRITE
-                                      : SYNC_FILE_RANGE_WRITE);
-            if (yield && done < text.size()) DoEvents();
-        }
-        if (durability == Durability::Synced) ok = ::fsync(fd) == 0 && ok;
-        ok = ::close(fd) == 0 && ok;
-        if (!ok || ::rename(temp.c_str(), target.c_str()) != 0) {
-            ::unlink(temp.c_str());
-            return false;
-        }
-        return true;
+        std::function<void()> pass;
+        if (yield) pass = [] { DoEvents(); };
+        return reportFailure("WriteFileInSlices", files().replace(target, text, durability, pass));
     });
 }
 
 bool WriteFileInPlace(const std::string& path, const std::string& text) {
     return guardedValue("WriteFileInPlace", kModule, false, [&] {
         std::string target = ResolvePath(path);
+        if (alreadyHolds(target, text)) return true;
         if (FileExists(target)) MakeReadWrite(target);
-        int fd = ::open(target.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0644);
-        if (fd < 0) return false;
-        bool ok = writeRange(fd, text, 0, text.size()) &&
-                  ::ftruncate(fd, static_cast<off_t>(text.size())) == 0;
-        return ::close(fd) == 0 && ok;
+        return reportFailure("WriteFileInPlace", files().overwrite(target, text));
     });
 }
 
 bool WriteFileAtomically(const std::string& path, const std::string& text, bool sync) {
-    return WriteFileExactly(ResolvePath(path), text, sync);
+    std::string target = ResolvePath(path);
+    if (alreadyHolds(target, text)) return true;
+    return WriteFileExactly(target, text, sync);
+}
+
+namespace {
+int g_failedWrites = 0;
+}
+
+void NoteFailedWrite(const std::string& procedure, const std::string& detail) {
+    ++g_failedWrites;
+    RecordAction("Write failed: " + detail, procedure, kModule);
+    LogAction("Write failed in " + procedure + ": " + detail);
+}
+
+int FailedWrites() {
+    return g_failedWrites;
+}
+
+bool CopyToBackup(const std::string& path) {
+    std::string text;
+    if (!FileExists(path) || !LoadTextFile(path, text)) return false;
+    return WriteFileAtomically(ResolvePath(path) + ".bak", text, true);
 }
 
 long long CountLines(const std::string& path) {
@@ -427,43 +427,43 @@ void FillFiles(const std::string& rawFolder, const std::string& types,
                const DateTime& date, std::vector<FileRecord>* details) {
     guarded("FillFiles", kModule, [&] {
         std::string folder = addslash(ResolvePath(ToSlashes(rawFolder)));
-        DIR* dir = ::opendir(folder.c_str());
-        if (!dir) return;
+        std::error_code ec;
         int seen = 0;
-        while (dirent* e = ::readdir(dir)) {
-            std::string name = e->d_name;
-            if (name == "." || name == "..") continue;
-            struct stat st;
-            if (!statPath(folder + name, st) || S_ISDIR(st.st_mode)) continue;
+        for (fs::directory_iterator it(folder, ec), end; !ec && it != end; it.increment(ec)) {
+            std::string name = it->path().filename().string();
+            std::error_code statError;
+            fs::file_status st = it->status(statError);
+            if (statError || !fs::exists(st) || fs::is_directory(st)) continue;
             size_t dot = name.rfind('.');
             std::string ext = dot == std::string::npos ? "" : name.substr(dot + 1);
             bool counts = ext.empty() ? types.empty() : InStrNoCase(types, ext) > 0;
             if (!counts) continue;
             if (onlyNewer || onlyOlder) {
-                DateTime written = DateTime::fromTimeT(st.st_mtim.tv_sec);
+                std::error_code timeError;
+                DateTime written = fromFileTime(it->last_write_time(timeError));
                 if (onlyNewer && written < date) continue;
                 if (onlyOlder && written > date) continue;
             }
             files.push_back(name);
-            if (details) details->push_back({name, folder, static_cast<long long>(st.st_size)});
+            if (details) {
+                std::error_code sizeError;
+                auto size = it->file_size(sizeError);
+                details->push_back({name, folder, sizeError ? 0 : static_cast<long long>(size)});
+            }
             if (++seen % 50 == 0) DoEvents();
         }
-        ::closedir(dir);
     });
 }
 
 void fillfolders(const std::string& rawFolder, std::vector<std::string>& folders) {
     guarded("fillfolders", kModule, [&] {
         std::string folder = addslash(ResolvePath(ToSlashes(rawFolder)));
-        DIR* dir = ::opendir(folder.c_str());
-        if (!dir) return;
-        while (dirent* e = ::readdir(dir)) {
-            std::string name = e->d_name;
-            if (name == "." || name == "..") continue;
-            struct stat st;
-            if (statPath(folder + name, st) && S_ISDIR(st.st_mode)) folders.push_back(name);
+        std::error_code ec;
+        for (fs::directory_iterator it(folder, ec), end; !ec && it != end; it.increment(ec)) {
+            std::error_code statError;
+            if (fs::is_directory(it->status(statError)) && !statError)
+                folders.push_back(it->path().filename().string());
         }
-        ::closedir(dir);
     });
 }
 

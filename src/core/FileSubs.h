@@ -5,6 +5,7 @@
 #pragma once
 
 #include "core/DateTime.h"
+#include "platform/Files.h"
 
 #include <cstdint>
 #include <functional>
@@ -55,6 +56,8 @@ bool AppendToTextFile(const std::string& path, const std::string& text);
 // Writes to a temporary file beside the target and renames it over, so the
 // target is either the old or the new text, never half of one. sync waits
 // for the disk first; files that can be rebuilt (tags, caches) skip the wait.
+// A file that holds the text already is left alone. Every writer here creates
+// files owner-only; a failed write is logged and leaves the old file whole.
 bool WriteFileAtomically(const std::string& path, const std::string& text, bool sync = true);
 // The same under exactly the name given, never matched without regard to
 // case: a message file's name carries its read state, and the other spelling
@@ -63,21 +66,24 @@ bool WriteFileExactly(const std::string& path, const std::string& text, bool syn
 // Writes over the file where it stands and cuts it to length: no new file,
 // no rename, so no directory update. For small files that can be rebuilt
 // (tags), where a torn write costs a recount and a new file per change would
-// cost a disk wait.
+// cost a disk wait. A tag that holds the text already is not written.
 bool WriteFileInPlace(const std::string& path, const std::string& text);
 
 // How far a written file is taken towards the disk before the call returns.
-enum class Durability {
-    Cached,  // left to the system's own writeback
-    Started, // writeback begun at once, not waited for
-    Synced,  // on the disk before the name appears
-};
+using platform::Durability;
 // WriteFileExactly for big texts: written in slices of a megabyte, with an
 // event pass after each when yield is set, and the writeback of each slice
 // begun as soon as it is written, so that no single wait is long.
 bool WriteFileInSlices(const std::string& path, const std::string& text, Durability durability,
                        bool yield);
 long long CountLines(const std::string& path);
+// Copies the file to NAME.bak, atomically, before a loader that could not read
+// it all leaves it alone; false when there was nothing to copy or the copy failed.
+bool CopyToBackup(const std::string& path);
+// Every write that failed in this run is counted and logged here, so that a
+// command can exit non-zero when something it meant to save was not saved.
+void NoteFailedWrite(const std::string& procedure, const std::string& detail);
+int FailedWrites();
 
 struct FileRecord {
     std::string Name;

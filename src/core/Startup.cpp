@@ -7,7 +7,24 @@
 #include "core/mSHAREDLogging.h"
 #include "core/mSHAREDSettings.h"
 
+#include "platform/Platform.h"
+
 namespace corva {
+
+FolderClaim ClaimProgramFolder(const std::string& folder) {
+    FolderClaim claim;
+    platform::LockAttempt attempt =
+        platform::current().files().lock(addslash(folder) + "corva.lock");
+    claim.lock = std::move(attempt.lock);
+    if (claim.ok()) return claim;
+    if (attempt.ownerPid > 0)
+        claim.refusal = "Another Corva (process " + std::to_string(attempt.ownerPid) +
+                        ") is using the program folder " + folder + "; nothing was changed.";
+    else
+        claim.refusal = "Can't lock the program folder " + folder + " (" + attempt.result.detail +
+                        "); nothing was changed.";
+    return claim;
+}
 
 void StartLogs() {
     WriteTextFile(AppPath() + "msglog.txt", LogLine("Startup") + "\r\n");

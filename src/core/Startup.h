@@ -4,7 +4,21 @@
 // store; the command line runs the same order headless.
 #pragma once
 
+#include "platform/Files.h"
+
+#include <memory>
+#include <string>
+
 namespace corva {
+
+// The one writer of a program folder: whoever holds corva.lock in it.
+struct FolderClaim {
+    std::unique_ptr<platform::FolderLock> lock; // held while it lives; null when refused
+    std::string refusal;                        // what to tell the user when refused or failed
+    bool ok() const { return lock != nullptr; }
+};
+// Takes corva.lock in the folder, with this process's id in it.
+FolderClaim ClaimProgramFolder(const std::string& folder);
 
 // Recreates msglog.txt with "Startup" and log.txt with its header and
 // "Corva version ... startup.".

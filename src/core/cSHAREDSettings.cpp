@@ -9,10 +9,6 @@
 #include "platform/Platform.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 namespace corva {
 
@@ -31,20 +27,15 @@ Variant readValue(const Variant& stored) {
     return stored;
 }
 
-int errnoToRunError(int e) {
+int toRunError(platform::FileError e) {
     switch (e) {
-    case ENOSPC:
-    case EDQUOT:
+    case platform::FileError::DiskFull:
         return Err::DiskFull;
-    case EACCES:
-    case EPERM:
-    case EROFS:
-    case EISDIR:
+    case platform::FileError::Access:
         return Err::PathFileAccess;
-    case ENOENT:
-    case ENOTDIR:
+    case platform::FileError::NotFound:
         return Err::PathNotFound;
-    case ENAMETOOLONG:
+    case platform::FileError::BadName:
         return Err::BadFileName;
     default:
         return Err::DeviceIO;
@@ -143,9 +134,17 @@ void cSHAREDSettings::DeleteSetting(int position) {
 void cSHAREDSettings::LoadSettings(const std::string& path) {
     items_.clear();
     std::string resolved = ResolvePath(path);
+    // What the file holds as we would write it: a save that would write the
+    // same is skipped, and a missing file stays missing.
+    savedPath_ = resolved;
+    savedText_.clear();
+    loadStopped_ = false;
     if (!FileExists(resolved)) return;
     std::string text;
-    if (!LoadTextFile(resolved, text)) return;
+    if (!LoadTextFile(resolved, text)) {
+        loadStopped_ = true;
+        return;
+    }
     std::vector<std::string> lines = SplitLines(text);
     std::string previousKey;
     size_t lineNumber = 0;
@@ -161,6 +160,7 @@ void cSHAREDSettings::LoadSettings(const std::string& path) {
             if (!skip) add(key, value);
         }
     } catch (const std::exception& e) {
+        loadStopped_ = true;
         showerr("Error " + std::to_string(errorNumber(e)) + " in setting file. Line: " +
                 std::to_string(lineNumber) + " of " + std::to_string(lines.size()));
     }
@@ -168,9 +168,10 @@ void cSHAREDSettings::LoadSettings(const std::string& path) {
     std::stable_sort(
         items_.begin(), items_.end(),
         [](const cSHAREDSetting& a, const cSHAREDSetting& b) { return a.KeyName < b.KeyName; });
+    savedText_ = fileText();
 }
 
-bool cSHAREDSettings::writeFile(const std::string& path, int& errorNumber) {
+std::string cSHAREDSettings::fileText() const {
     std::string text;
     std::string previous;
     bool first = true;
@@ -181,47 +182,40 @@ bool cSHAREDSettings::writeFile(const std::string& path, int& errorNumber) {
         previous = key;
         text += key + "," + item.KeyValue.printForm() + "\r\n";
     }
-    int fd =
-        ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, ownerOnly_ ? 0600 : 0644);
-    if (fd < 0) {
-        errorNumber = errnoToRunError(errno);
-        return false;
-    }
-    // A file that existed before with wider permissions is narrowed too.
-    if (ownerOnly_) ::fchmod(fd, 0600);
-    size_t done = 0;
-    while (done < text.size()) {
-        ssize_t n = ::write(fd, text.data() + done, text.size() - done);
-        if (n < 0) {
-            if (errno == EINTR) continue;
-            errorNumber = errnoToRunError(errno);
-            ::close(fd);
-            return false;
-        }
-        done += static_cast<size_t>(n);
-    }
-    if (::close(fd) != 0) {
-        errorNumber = errnoToRunError(errno);
-        return false;
-    }
-    return true;
+    return text;
 }
 
 bool cSHAREDSettings::SaveSettings(const std::string& rawPath) {
     std::string path = ResolvePath(rawPath);
-    if (FileExists(path) && isReadOnly(path) && !MakeReadWrite(path)) {
-        LogAction(path + " is read only, can't change it to read write, can't update it");
+    const std::string text = fileText();
+    if (path == savedPath_ && text == savedText_) {
+        // Unchanged, but a file left readable by others is narrowed all the same.
+        if (FileExists(path)) platform::current().files().restrictToOwner(path);
         return true;
     }
-    bool retriedAccess = false;
+    if (path == savedPath_ && loadStopped_) {
+        // Whatever the load did not reach would be lost: the file stays as it is.
+        CopyToBackup(path);
+        NoteFailedWrite("SaveSettings",
+                        path + " was not read to its end; not saved over it (a copy is in " + path +
+                            ".bak)");
+        lastSaveFailed_ = true;
+        return false;
+    }
     for (;;) {
-        int error = 0;
-        if (writeFile(path, error)) return true;
-        if ((error == Err::BadFileName || error == Err::PathFileAccess) && !retriedAccess) {
-            retriedAccess = true;
-            MakeReadWrite(path);
-            continue;
+        platform::FileResult written =
+            platform::current().files().replace(path, text, platform::Durability::Synced);
+        if (written) {
+            savedPath_ = path;
+            savedText_ = text;
+            lastSaveFailed_ = false;
+            return true;
         }
+        lastSaveFailed_ = true;
+        // A read-only run writes nothing and says nothing about it.
+        if (written.error == platform::FileError::WritesOff) return false;
+        NoteFailedWrite("SaveSettings", written.detail);
+        int error = toRunError(written.error);
         if (error == Err::BadFileName || error == Err::PathFileAccess) {
             platform::current().prompts().messageBox(
                 "Your settings file is read-only and I can't change it. Save cancelled.",

@@ -34,8 +34,13 @@ public:
     // Bisection over the exact key (commas removed): the 1-based index, or -1.
     // position is index + 1 when found, else the place to insert.
     int SettingPresent(const std::string& key, int& position) const;
-    // Writes the file; see the .cpp for the read-only and disk-full rules.
+    // Replaces the file atomically when its text would change; true when the
+    // file holds the settings afterwards. A failure leaves the old file whole
+    // and asks the user (disk full: retry or cancel). A file whose load
+    // stopped early is never saved over; a copy goes to NAME.bak.
     bool SaveSettings(const std::string& path);
+    // True when the last save did not reach the file.
+    bool lastSaveFailed() const { return lastSaveFailed_; }
     void LoadSettings(const std::string& path);
     // Removes the key as given, then in upper case.
     void DeleteSettingByName(const std::string& key);
@@ -51,14 +56,14 @@ public:
     bool ReadIDFromSet(const std::string& setName, std::string& previousId, std::string& id) const;
     int SetCount(const std::string& setName) const;
 
-    // Makes saved files readable by their owner only (Corva.ini holds passwords).
-    void setOwnerOnly(bool on) { ownerOnly_ = on; }
-
 private:
     void add(const std::string& key, const Variant& value);
-    bool writeFile(const std::string& path, int& errorNumber);
+    std::string fileText() const;
     std::vector<cSHAREDSetting> items_;
-    bool ownerOnly_ = true;
+    std::string savedPath_; // the file as last loaded or saved, and its text
+    std::string savedText_;
+    bool loadStopped_ = false;
+    bool lastSaveFailed_ = false;
 };
 
 } // namespace corva

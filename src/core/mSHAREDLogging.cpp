@@ -2,6 +2,7 @@
 
 #include "core/AppInfo.h"
 #include "core/DateTime.h"
+#include "platform/Platform.h"
 
 #include <array>
 #include <cmath>
@@ -50,6 +51,7 @@ bool appendRaw(const std::string& path, const std::string& bytes, bool truncate)
         g_open.file = std::fopen(path.c_str(), truncate ? "wb" : "ab");
         if (!g_open.file) return false;
         g_open.path = path;
+        platform::current().files().restrictToOwner(path);
     }
     bool ok = std::fwrite(bytes.data(), 1, bytes.size(), g_open.file) == bytes.size();
     // Whoever reads the log (the viewer, an error report) sees every line at once.
@@ -88,6 +90,8 @@ void SetLogFileOverride(const std::string& path) {
 }
 
 void LogToFile(const std::string& path, const std::string& text, bool fresh) {
+    // A run that writes nothing keeps no log either.
+    if (!platform::current().files().writesAllowed()) return;
     try {
         if (fresh) {
             std::error_code ec;

@@ -100,9 +100,10 @@ std::string SaveDownloadedMessage(const clsMessage& message) {
 }
 
 std::string WriteSourceFile(const clsMessage& message) {
-    std::string file = getunusedfilename(true, AppPath(), "temp", ".eml");
-    WriteTextFile(file, message.RawMessage());
-    return file;
+    std::string temp = platform::current().files().privateTempFolder();
+    if (temp.empty()) return "";
+    std::string file = getunusedfilename(true, temp, "temp", ".eml");
+    return WriteTextFile(file, message.RawMessage()) ? file : "";
 }
 
 int BounceLines(frmMain& main, const std::vector<ListLine>& lines) {

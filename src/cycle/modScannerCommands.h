@@ -33,8 +33,9 @@ bool FetchMessageOfLine(frmMain& main, const ListLine& line, bool toRead);
 bool ReadLineOnServer(frmMain& main, const ListLine& line);
 
 // Where a fetched message goes. A download is stored in the Inbox as a new
-// message; a source view writes the text to a temporary file in the program
-// folder. Each returns the path written.
+// message; a source view writes the text to a temporary file in the private
+// temporary folder, which goes when the program ends. Each returns the path
+// written ("" when the source could not be written).
 std::string SaveDownloadedMessage(const clsMessage& message);
 std::string WriteSourceFile(const clsMessage& message);
 

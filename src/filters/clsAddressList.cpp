@@ -70,16 +70,24 @@ bool clsAddressList::Contains(const std::string& text) const {
 
 void clsAddressList::Load(const std::string& path) {
     Clear();
+    unreadFile_.clear();
     const std::string resolved = ResolvePath(path);
     if (!FileExists(resolved)) return;
     std::string text;
-    if (!LoadTextFile(resolved, text)) return;
+    if (!LoadTextFile(resolved, text)) {
+        unreadFile_ = resolved;
+        return;
+    }
     for (const std::string& line : SplitLines(text))
         guarded("loadlist", "frmFilters", [&] { Add(LCase(line)); });
 }
 
 bool clsAddressList::Save(const std::string& path) const {
     const std::string resolved = ResolvePath(path);
+    if (resolved == unreadFile_) {
+        NoteFailedWrite("SaveList", resolved + " could not be read; not saved over it");
+        return false;
+    }
     if (items_.empty()) {
         if (FileExists(resolved)) return EraseFile(resolved);
         return true;

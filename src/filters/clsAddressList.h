@@ -42,6 +42,8 @@ private:
 
     Match match_;
     std::vector<std::string> items_;
+    // The file the last load could not read: saving over it would lose it.
+    std::string unreadFile_;
     std::unordered_set<std::string> keys_; // lower case, as given otherwise
     // Exact: how many entries have each trimmed lower-case form.
     std::unordered_map<std::string, int> exact_;

@@ -178,11 +178,7 @@ bool writefile(const std::string& path, const std::string& content, const std::s
             bytes = vbDecodeMime64(content);
         else
             bytes = content;
-        std::ofstream file(path, std::ios::binary | std::ios::trunc);
-        if (!file) throw RunError(Err::PathFileAccess);
-        file.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-        file.close();
-        if (!file) throw RunError(Err::DeviceIO);
+        if (!WriteFileAtomically(path, bytes)) throw RunError(Err::PathFileAccess);
         return true;
     });
 }

@@ -198,6 +198,9 @@ Sound& Platform::sound() {
 Speech& Platform::speech() {
     return defaults_->speech;
 }
+Files& Platform::files() {
+    return systemFiles();
+}
 
 Platform& current() {
     static Platform fallback;

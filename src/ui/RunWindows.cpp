@@ -2,6 +2,7 @@
 
 #include "core/AppInfo.h"
 #include "core/ErrorReport.h"
+#include "core/Startup.h"
 #include "cycle/frmMain.h"
 #include "platform/qt/QtPlatform.h"
 #include "ui/ErrorReportWindow.h"
@@ -9,6 +10,7 @@
 #include "ui/ScannerWindow.h"
 
 #include <QApplication>
+#include <QMessageBox>
 #include <QTimer>
 
 #include <atomic>
@@ -32,6 +34,13 @@ int RunWindows(int argc, char** argv, const std::string& home, const std::string
     platform::qt::QtPlatform platform;
     platform::ScopedPlatform installed(platform);
     SetAppPath(ChooseProgramFolder(home));
+    // One writer per program folder: a second window would save over the first one's settings.
+    FolderClaim claim = ClaimProgramFolder(AppPath());
+    if (!claim.ok()) {
+        QMessageBox::warning(nullptr, QStringLiteral("Corva"),
+                             QString::fromStdString(claim.refusal));
+        return 1;
+    }
     SetErrorReportHandler([](const std::string& text) { ErrorReportWindow::showerr(text); });
 
     ScannerWindow window;

@@ -4,6 +4,7 @@
 // servers saw.
 #include "app/CommandLine.h"
 #include "core/FileSubs.h"
+#include "core/Startup.h"
 #include "core/Strings.h"
 #include "support/DovecotServer.h"
 #include "support/SmtpServer.h"
@@ -13,10 +14,13 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdio>
+#include <cstring>
 #include <fcntl.h>
 #include <filesystem>
 #include <poll.h>
 #include <string>
+#include <sys/mount.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <vector>
@@ -261,6 +265,100 @@ TEST_F(CommandLine, BadArgumentsAreRefusedPlainly) {
         EXPECT_GE(o.status, 1) << "crashed: " << o.err;
         EXPECT_NE(o.err.find(c.says), std::string::npos) << o.err;
     }
+}
+
+// A command that only reads writes nothing in the program folder, not even a
+// log or an empty Corva.ini, so a fresh folder still gets the first-run wizard.
+TEST_F(CommandLine, ReadOnlyCommandsLeaveAFreshFolderEmpty) {
+    TempDir elsewhere;
+    writeFile(elsewhere.file("m.eml"), mail("Friend <friend@example.org>", "Lunch"));
+    const std::string eml = elsewhere.file("m.eml");
+    for (const auto& args : std::vector<std::vector<std::string>>{{"check", eml},
+                                                                  {"score", eml},
+                                                                  {"parse", eml},
+                                                                  {"list", "Inbox"},
+                                                                  {"folders"},
+                                                                  {"contacts", "list"},
+                                                                  {"scan"}}) {
+        Outcome o = run(args);
+        EXPECT_LE(o.status, 1) << Join(args, " ") << ": " << o.err;
+    }
+    std::vector<std::string> left;
+    for (const auto& e : fs::recursive_directory_iterator(home_.path()))
+        left.push_back(e.path().string());
+    EXPECT_TRUE(left.empty()) << Join(left, "\n");
+}
+
+// An editor stripped the blanks after empty fields and left a CR-only part;
+// one line means nothing to the book. Every command leaves the file as it
+// was, and the one that would save over it refuses and keeps a copy.
+TEST_F(CommandLine, ContactsTheBookCannotFullyReadSurviveEveryCommand) {
+    settings("DELAY,5\r\n");
+    const std::string book = "<contact>\r\nname Ann\r\nemail ann@example.org\r\nmobile\r\n"
+                             "<contact>\rname Bob\remail bob@example.org\rhomefax\r"
+                             "birthday 1 May\r\n";
+    writeFile(home_.file("contacts.txt"), book);
+    writeFile(home_.file("m.eml"), mail("Ann <ann@example.org>", "Hi"));
+    Outcome listed = run({"contacts", "list"});
+    EXPECT_NE(listed.out.find("Ann <ann@example.org>"), std::string::npos) << listed.out;
+    EXPECT_NE(listed.out.find("Bob <bob@example.org>"), std::string::npos) << listed.out;
+    for (const auto& args :
+         std::vector<std::vector<std::string>>{{"check", home_.file("m.eml")},
+                                               {"folders"},
+                                               {"block", "sender", "x@junk.example"},
+                                               {"unblock", "sender", "x@junk.example"}}) {
+        Outcome o = run(args);
+        EXPECT_EQ(o.status, 0) << Join(args, " ") << ": " << o.err;
+        EXPECT_EQ(readFile(home_.file("contacts.txt")), book) << Join(args, " ");
+    }
+    Outcome added = run({"contacts", "add", "Cy", "cy@example.org"});
+    EXPECT_EQ(added.status, 1);
+    EXPECT_EQ(readFile(home_.file("contacts.txt")), book);
+    EXPECT_EQ(readFile(home_.file("contacts.txt.bak")), book);
+}
+
+// While another process holds the program folder, a command that would
+// write refuses and changes nothing; one that only reads still works.
+TEST_F(CommandLine, ASecondWriterIsRefused) {
+    settings("DELAY,5\r\n");
+    FolderClaim window = ClaimProgramFolder(home_.path());
+    ASSERT_TRUE(window.ok());
+    Outcome o = run({"block", "sender", "x@junk.example"});
+    EXPECT_EQ(o.status, 1);
+    EXPECT_NE(o.err.find("Another Corva (process " + std::to_string(::getpid())), std::string::npos)
+        << o.err;
+    EXPECT_EQ(run({"folders"}).status, 0);
+    window.lock.reset();
+    EXPECT_EQ(run({"block", "sender", "x@junk.example"}).status, 0);
+    EXPECT_EQ(fs::status(home_.path()).permissions() & fs::perms::all, fs::perms::owner_all);
+    for (const auto& e : fs::recursive_directory_iterator(home_.path())) {
+        auto mode = e.status().permissions() & fs::perms::all;
+        EXPECT_EQ(mode, e.is_directory() ? fs::perms::owner_all
+                                         : (fs::perms::owner_read | fs::perms::owner_write))
+            << e.path();
+    }
+}
+
+// On a full disk the settings stay whole and the command says it failed.
+TEST_F(CommandLine, AFullDiskKeepsTheOldSettingsAndFails) {
+    TempDir mountPoint;
+    if (::mount("tmpfs", mountPoint.path().c_str(), "tmpfs", 0, "size=256k,mode=0700") != 0)
+        GTEST_SKIP() << "can't mount a small tmpfs here: " << std::strerror(errno);
+    const std::string home = mountPoint.path();
+    const std::string ini = "SERVER0,127.0.0.1\r\nZPAD," + std::string(20000, 'p') + "\r\n";
+    writeFile(home + "Corva.ini", ini);
+    {
+        FILE* filler = std::fopen((home + "filler").c_str(), "wb");
+        std::string block(4096, 'f');
+        while (filler && std::fwrite(block.data(), 1, block.size(), filler) == block.size() &&
+               std::fflush(filler) == 0) {
+        }
+        if (filler) std::fclose(filler);
+    }
+    Outcome o = corva({"--home", home, "block", "sender", "x@junk.example"});
+    EXPECT_NE(o.status, 0) << o.out;
+    EXPECT_EQ(readFile(home + "Corva.ini"), ini);
+    ::umount2(mountPoint.path().c_str(), MNT_DETACH);
 }
 
 } // namespace

@@ -2,6 +2,7 @@
 #include "contacts/clsContacts.h"
 #include "contacts/modContacts.h"
 
+#include "core/FileSubs.h"
 #include "core/mSHAREDLogging.h"
 #include "platform/Platform.h"
 #include "support/RecordingPlatform.h"
@@ -66,14 +67,36 @@ TEST(ContactBook, SaveWritesFieldsInOrderAndDropsGroups) {
     EXPECT_EQ(back.Contact(1).groups, "") << "save then load loses the groups";
 }
 
-TEST(ContactBook, KeyWithoutValueStopsLoadingKeepingWhatWasRead) {
-    ResetLastActions();
-    clsContacts book;
-    book.setFilePath(dataFile("contacts/key-without-value-stops-loading.txt"));
-    book.LoadContacts();
-    ASSERT_EQ(book.Count(), 1);
-    EXPECT_EQ(book.Contact(1).strName, "First One");
-    EXPECT_FALSE(LastActionEntries().empty());
+// A key whose blank an editor stripped is an empty value, and any line end
+// ends a line. What the book still can't read (here the contact left without
+// an address, an unknown line) is never saved over: the file stays byte for
+// byte, with a copy beside it, and an unchanged book writes nothing at all.
+TEST(ContactBook, WhatTheLoaderCannotReadIsNeverSavedOver) {
+    struct Case {
+        const char* name;
+        std::string text;
+        long count;
+    };
+    const std::string stripped = readFile(dataFile("contacts/key-without-value-stops-loading.txt"));
+    for (const Case& c : std::vector<Case>{
+             {"stripped blanks", stripped, 2},
+             {"CR-only lines", "<contact>\rname A\remail a@x\rmobile\rnote 1\r", 1},
+         }) {
+        SCOPED_TRACE(c.name);
+        TempDir dir;
+        writeFile(dir.file("contacts.txt"), c.text);
+        clsContacts book;
+        book.setFilePath(dir.file("contacts.txt"));
+        book.LoadContacts();
+        EXPECT_EQ(book.Count(), c.count);
+        EXPECT_FALSE(book.unreadPart().empty());
+        EXPECT_TRUE(book.SaveContacts());
+        EXPECT_FALSE(FileExists(dir.file("contacts.txt.bak")));
+        book.AddContact(person("New", "new@x"));
+        EXPECT_FALSE(book.SaveContacts());
+        EXPECT_EQ(readFile(dir.file("contacts.txt")), c.text);
+        EXPECT_EQ(readFile(dir.file("contacts.txt.bak")), c.text);
+    }
 }
 
 TEST(ContactBook, MissingFileIsAnEmptyBook) {

@@ -1,0 +1,47 @@
+#include "app/FolderAccess.h"
+
+#include "app/Command.h"
+#include "core/AppInfo.h"
+#include "core/FileSubs.h"
+#include "platform/Platform.h"
+
+#include <iostream>
+
+namespace corva::app {
+
+bool CommandOnlyReads(const std::string& command, const std::vector<std::string>& words) {
+    auto has = [&](const char* word) {
+        for (const auto& w : words)
+            if (w == word) return true;
+        return false;
+    };
+    if (command == "check" || command == "score" || command == "parse" || command == "list" ||
+        command == "folders" || command == "ssl2-test")
+        return true;
+    if (command == "contacts") return !words.empty() && words.front() == "list";
+    if (command == "scan") return !has("--delete");
+    return false;
+}
+
+FolderAccess::FolderAccess(const std::string& command, const std::vector<std::string>& words)
+    : readOnly_(CommandOnlyReads(command, words)) {
+    if (readOnly_) {
+        platform::current().files().setWritesAllowed(false);
+        return;
+    }
+    claim_ = ClaimProgramFolder(ChooseProgramFolder(HomeOption()));
+    if (!claim_.ok()) std::cerr << "corva " << command << ": " << claim_.refusal << "\n";
+}
+
+int FolderAccess::finish(int status) const {
+    if (FailedWrites() == 0) return status;
+    std::cerr << "corva: " << FailedWrites() << (FailedWrites() == 1 ? " file" : " files")
+              << " could not be written (see log.txt); the old contents were kept.\n";
+    return status == 0 ? 1 : status;
+}
+
+FolderAccess::~FolderAccess() {
+    if (readOnly_) platform::current().files().setWritesAllowed(true);
+}
+
+} // namespace corva::app
