@@ -68,11 +68,18 @@ frmMain::frmMain(frmMainView* view) : view_(view ? view : &noView_) {
     TimerAutoScan_->setCallback([this] { TimerAutoScan_Timer(); });
     TimerIconFlash_ = platform::current().createTimer();
     TimerIconFlash_->setCallback([this] { swaptrayicon(); });
+    // The run log buffers its lines; this keeps them at most a second from the disk.
+    TimerLogFlush_ = platform::current().createTimer();
+    TimerLogFlush_->setCallback([] { FlushLog(); });
+    TimerLogFlush_->setInterval(1000);
+    TimerLogFlush_->setEnabled(true);
 }
 
 frmMain::~frmMain() {
     TimerAutoScan_->setEnabled(false);
     TimerIconFlash_->setEnabled(false);
+    TimerLogFlush_->setEnabled(false);
+    FlushLog();
     if (fGetMail_) fGetMail_->setListener(nullptr);
 }
 

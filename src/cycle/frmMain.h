@@ -296,6 +296,7 @@ private:
     std::unique_ptr<frmFilters> localFilters_;
     std::unique_ptr<platform::Timer> TimerAutoScan_;
     std::unique_ptr<platform::Timer> TimerIconFlash_;
+    std::unique_ptr<platform::Timer> TimerLogFlush_;
 
     // The cycle. The widths are those the counts have always had.
     CycleState state_ = CycleState::Idle;
