@@ -17,6 +17,7 @@
 #include "filters/frmFilters.h"
 #include "message/clsMessage.h"
 #include "store/FolderCaches.h"
+#include "store/RetrieveStore.h"
 #include "store/modFolders.h"
 #include "store/modTags.h"
 
@@ -51,14 +52,6 @@ std::string withoutLineEnds(const std::string& text) {
 // as text, so the comparison is made on the trimmed text.
 bool optionIsOne(const char* key) {
     return Trim(sget(key, 0).toText()) == "1";
-}
-
-// Writes a stored message whole or not at all: a half-written .eml would pass
-// for a message. The bytes reach the disk before the name only when the server's
-// copy is about to be deleted; otherwise the server still holds the message,
-// and waiting for the disk would cost more than the download itself.
-bool writeMessageFile(const std::string& path, const std::string& text, bool durable) {
-    return WriteFileExactly(path, text, durable);
 }
 
 } // namespace
@@ -825,10 +818,7 @@ int16_t frmMain::AccountMessages(int account) const {
 // Saving a retrieved message
 
 std::string frmMain::destinationFolder(const clsMessage& msg) {
-    std::string relative = ToSlashes(msg.DestFolder);
-    while (!relative.empty() && relative.front() == '/') relative.erase(0, 1);
-    if (Trim(relative).empty()) relative = InboxFolder;
-    return addslash(ResolvePath(MessageFolder + relative));
+    return RetrieveStore::destinationPath(MessageFolder, msg.DestFolder);
 }
 
 std::string frmMain::fileBaseFromSubject(const std::string& subject) {
@@ -836,9 +826,8 @@ std::string frmMain::fileBaseFromSubject(const std::string& subject) {
 }
 
 bool frmMain::saveRetrievedMessage(clsMessage& msg) {
-    std::string destination = destinationFolder(msg);
-    MkMissingDir(destination);
-    if (!FolderExists(destination) && !messageFolderFellBack_) {
+    std::string destination = retrieveStore_.folder(MessageFolder, msg.DestFolder);
+    if (destination.empty() && !messageFolderFellBack_) {
         platform::current().prompts().messageBox("Cannot find mail folder: " + MessageFolder +
                                                  ". Mail will be saved to " + AppPath() +
                                                  " instead.");
@@ -848,17 +837,20 @@ bool frmMain::saveRetrievedMessage(clsMessage& msg) {
         FoldersIniPath = MessageFolder + "folders.ini";
         FolderListIniPath = MessageFolder + "folderlist.ini";
         MkMissingDir(MessageFolder);
-        destination = destinationFolder(msg);
-        MkMissingDir(destination);
+        destination = retrieveStore_.folder(MessageFolder, msg.DestFolder);
     }
-    if (!FolderExists(destination)) return false;
+    if (destination.empty()) return false;
 
     std::string path =
-        getunusedfilename(msg.Read, destination, fileBaseFromSubject(msg.Subject), ".eml");
+        retrieveStore_.unusedPath(destination, msg.Read, fileBaseFromSubject(msg.Subject));
     if (path.empty()) return false;
     msg.setFilename(path);
+    // Written whole or not at all: a half-written .eml would pass for a message.
+    // The bytes reach the disk before the name only when the server's copy is
+    // about to be deleted; otherwise the server still holds the message, and
+    // waiting for the disk would cost more than the download itself.
     const bool deleting = !msg.Ignored && sget("DELETEONRETRIEVE", 0).toNumber() == 1;
-    if (!writeMessageFile(path, msg.RawMessage(), deleting)) return false;
+    if (!retrieveStore_.write(path, msg.RawMessage(), deleting)) return false;
     LogAction(path + " saved");
     ++MessagesSaved_;
 
@@ -875,6 +867,8 @@ bool frmMain::saveRetrievedMessage(clsMessage& msg) {
 }
 
 void frmMain::flushUnreadTags() {
+    // The cycle's storing ends here; the next one looks at the folders afresh.
+    retrieveStore_.reset();
     for (const auto& [folder, count] : pendingUnread_) addtounreadtag(folder, count);
     pendingUnread_.clear();
     for (const auto& [folder, date] : pendingNewest_) {

@@ -10,6 +10,7 @@
 #include "platform/Platform.h"
 #include "pop3/frmGetMail.h"
 #include "smtp/frmSendMailWrapper.h"
+#include "store/RetrieveStore.h"
 
 #include <array>
 #include <cstdint>
@@ -297,6 +298,7 @@ private:
     std::unique_ptr<platform::Timer> TimerAutoScan_;
     std::unique_ptr<platform::Timer> TimerIconFlash_;
     std::unique_ptr<platform::Timer> TimerLogFlush_;
+    RetrieveStore retrieveStore_;
 
     // The cycle. The widths are those the counts have always had.
     CycleState state_ = CycleState::Idle;
