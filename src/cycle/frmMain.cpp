@@ -632,10 +632,12 @@ void frmMain::fMailer_SendRcvDelSpecific(int account) {
 
 void frmMain::HeaderReceived(clsMessage& msg) {
     guarded("fGetMail_HeaderReceived", Module, [&] {
-        clsMessages::Ptr kept;
-        if (!msg.Deleted || !DeleteMode())
-            kept = ServerMessages_.Add(std::make_shared<clsMessage>(msg));
-        countAndShow(kept ? *kept : msg, kept ? ServerMessages_.Count() : 0);
+        if (msg.Deleted && DeleteMode()) {
+            countAndShow(msg, 0);
+            return;
+        }
+        ServerMessages_.Add(msg);
+        showKeptRow(msg);
     });
 }
 
@@ -648,21 +650,23 @@ void frmMain::MessageReceived(clsMessage& msg) {
             addnoticetolist("Could not save \"" + msg.Subject + "\"; it stays on the server.");
             return;
         }
-        // The list keeps its headers only: a cycle may retrieve far more than fits in memory.
-        clsMessages::Ptr kept;
-        if (!msg.Deleted || !DeleteMode()) {
-            kept = std::make_shared<clsMessage>(msg);
-            kept->HeaderOnly = true;
-            kept->ReplaceRawMessage(msg.Headers);
-            kept->MessageBody.clear();
-            kept->Messagetext.clear();
-            kept->StrippedBody.clear();
-            kept->HtmlStrippedBody.clear();
-            kept->DeleteMimeParts();
-            ServerMessages_.Add(kept);
+        if (msg.Deleted && DeleteMode()) {
+            countAndShow(msg, 0);
+            return;
         }
-        countAndShow(kept ? *kept : msg, kept ? ServerMessages_.Count() : 0);
+        // The list keeps where it was stored: a cycle may retrieve far more than fits in memory.
+        ServerMessages_.AddStored(msg);
+        showKeptRow(msg);
     });
+}
+
+// The list line may hide an ignored message's subject; the row keeps what the
+// line shows, the session's message stays as it was.
+void frmMain::showKeptRow(clsMessage& msg) {
+    const std::string subject = msg.Subject;
+    countAndShow(msg, ServerMessages_.Count());
+    ServerMessages_.Update(ServerMessages_.Count(), msg);
+    msg.Subject = subject;
 }
 
 void frmMain::SpecificMessage(clsMessage& msg) {
@@ -801,10 +805,12 @@ void frmMain::rescanCachedmail() {
         MessagesSeen_ = 0;
         MessagesKept_ = 0;
         accountCount_.fill(0);
-        long position = 0;
-        for (const auto& item : ServerMessages_) {
+        for (long i = 1; i <= ServerMessages_.Count(); ++i) {
+            ServerRows::Ptr item = ServerMessages_.Peek(i);
+            if (!item) continue;
             serverFilters_->CheckMessage(*item, true);
-            countAndShow(*item, ++position);
+            countAndShow(*item, i);
+            ServerMessages_.Update(i, *item);
         }
         showlarges();
     });
