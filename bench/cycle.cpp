@@ -1,16 +1,22 @@
-// Times a retrieving cycle of N messages (default 5,000) from a private
-// Dovecot into the store, the path of "corva fetch": TOP, the rule check,
-// RETR, the second check, the .eml file and the folder's tags. The reference
-// is a minimal blocking client that only downloads: RETR each message and
-// write it to a file; a second reference sends the same TOP before each RETR.
+// Times "corva fetch" of N generated messages (default 6,000; see Corpus.h)
+// from a private Dovecot into a fresh store: TOP, the rule check, RETR, the
+// second check, the .eml file and the folder's tags. Beside it, on the same
+// mailbox: a minimal blocking client that only downloads (RETR each message,
+// write it to a file), the same with a TOP before each RETR, Python's poplib
+// doing the same plain loop, and fetchmail handing each message to a one-line
+// MDA (when installed; it is a reference only). Then the peak memory of a
+// fetch and of a scan of 300 messages against N, from the child's rusage.
 //
 //   bench_cycle [N] [ROUNDS]
 //
-// With CORVA_BENCH_CYCLE_ONLY set only the cycle runs, for a profiler.
-//
-// Each side runs ROUNDS times (default 3) into an empty folder, alternating,
-// and the best time of each is compared.
+// Each side runs ROUNDS times (default 3), alternating, and medians are
+// compared; fetchmail, the slowest by far, runs once.
+// With CORVA_BENCH_CYCLE_ONLY set only the cycle runs, in this process, for a
+// profiler. With CORVA_BENCH_SERVE set the mailbox is built and a program
+// folder set up for it, and the benchmark waits for a line on its input, so
+// that a fetch can be run by hand (under strace, say).
 #include "BenchSupport.h"
+#include "Corpus.h"
 #include "core/AppInfo.h"
 #include "core/FileSubs.h"
 #include "core/Globals.h"
@@ -30,9 +36,12 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <iostream>
 #include <string>
 #include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
 #include <vector>
 
 using namespace corva::bench;
@@ -40,23 +49,6 @@ using namespace corva::bench;
 namespace {
 
 namespace fs = std::filesystem;
-
-// A message of a few kilobytes with the headers a real one carries.
-std::string makeMessage(int i) {
-    std::string n = std::to_string(i);
-    std::string text = "Return-Path: <sender" + n + "@example.com>\n" + "Received: from mail" +
-                       std::to_string(i % 97) + ".example.net (mail.example.net [192.0.2." +
-                       std::to_string(i % 250) + "])\n\tby mx.example.org with ESMTP id " + n +
-                       "\n\tfor <user@example.org>; Tue, 3 Jun 2008 11:05:30 +0200\n" +
-                       "From: \"Sender " + n + "\" <sender" + n + "@example.com>\n" +
-                       "To: user@example.org\n" + "Subject: Message " + n +
-                       " about the quarterly figures\n" + "Date: Tue, 3 Jun 2008 11:05:28 +0200\n" +
-                       "Message-ID: <" + n + ".4711@example.com>\n" + "MIME-Version: 1.0\n" +
-                       "Content-Type: text/plain; charset=us-ascii\n\n";
-    for (int line = 0; line < 20 + i % 40; ++line)
-        text += "Line " + std::to_string(line) + " of the body, long enough to look like text.\n";
-    return text;
-}
 
 size_t filesIn(const std::string& folder) {
     size_t n = 0;
@@ -116,11 +108,118 @@ double cycle(corva::frmMain& main, int count) {
     return s;
 }
 
+struct ChildRun {
+    double seconds = 0;
+    long peakKb = 0;
+    int status = -1;
+};
+
+// Runs a program to its end with its output silenced; its peak memory is the
+// child's own, not this process's.
+ChildRun runChild(const std::vector<std::string>& args) {
+    std::vector<char*> argv;
+    for (const auto& a : args) argv.push_back(const_cast<char*>(a.c_str()));
+    argv.push_back(nullptr);
+    ChildRun run;
+    auto start = Clock::now();
+    pid_t pid = ::fork();
+    if (pid == 0) {
+        FILE* null = std::fopen("/dev/null", "w");
+        if (null) {
+            ::dup2(::fileno(null), 1);
+            if (!std::getenv("CORVA_BENCH_VERBOSE")) ::dup2(::fileno(null), 2);
+        }
+        ::execvp(argv[0], argv.data());
+        ::_exit(127);
+    }
+    int status = 0;
+    rusage usage{};
+    ::wait4(pid, &status, 0, &usage);
+    run.seconds = secondsSince(start);
+    run.peakKb = usage.ru_maxrss;
+    run.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    return run;
+}
+
+double median(std::vector<double> values) {
+    if (values.empty()) return 0;
+    std::sort(values.begin(), values.end());
+    return values[values.size() / 2];
+}
+
+void writeFile(const std::string& path, const std::string& text, fs::perms perms) {
+    std::ofstream(path, std::ios::binary | std::ios::trunc) << text;
+    fs::permissions(path, perms);
+}
+
+// A program folder holding only the account, as a first fetch finds it.
+std::string freshHome(const fs::path& root, const std::string& address, const std::string& user) {
+    const fs::path home = root / ("home-" + user);
+    fs::remove_all(home);
+    fs::create_directories(home);
+    writeFile((home / "Corva.ini").string(),
+              "MAILTIMEOUT,60\r\nPWD0,secret\r\nREPLYADDRESS0,bench@example.org\r\nSERVER0," +
+                  address + "\r\nUNAME0," + user + "\r\n",
+              fs::perms::owner_read | fs::perms::owner_write);
+    return home.string();
+}
+
+ChildRun corvaRun(const fs::path& root, const std::string& address, const std::string& user,
+                  const char* command, int expected) {
+    const std::string home = freshHome(root, address, user);
+    ChildRun run = runChild(
+        {std::string(CORVA_BINARY_DIR) + "/src/app/corva", command, "--home", home, "--quiet"});
+    if (run.status != 0) throw std::runtime_error(std::string("corva ") + command + " failed");
+    if (std::string(command) == "fetch" &&
+        filesIn(home + "/Messages/Inbox") != static_cast<size_t>(expected))
+        throw std::runtime_error("corva fetch: files missing");
+    return run;
+}
+
+ChildRun poplibRun(const fs::path& root, int port, int expected) {
+    const std::string folder = (root / "poplib").string() + "/";
+    emptyFolder(folder);
+    ChildRun run = runChild({"python3", std::string(CORVA_SOURCE_DIR) + "/bench/poplib_retr.py",
+                             "127.0.0.1", std::to_string(port), "bench", "secret", folder});
+    if (run.status != 0 || filesIn(folder) != static_cast<size_t>(expected))
+        throw std::runtime_error("poplib reference failed");
+    return run;
+}
+
+bool haveProgram(const std::string& name) {
+    return std::system(("command -v " + name + " >/dev/null 2>&1").c_str()) == 0;
+}
+
+// fetchmail keeps the mail on the server and hands each message to a shell
+// that writes it to a file of its own.
+ChildRun fetchmailRun(const fs::path& root, int port, int expected) {
+    const std::string folder = (root / "fetchmail").string() + "/";
+    emptyFolder(folder);
+    const std::string mda = (root / "mda.sh").string();
+    writeFile(mda, "#!/bin/sh\nexec cat > \"$1/$$.eml\"\n", fs::perms::owner_all);
+    const std::string rc = (root / "fetchmailrc").string();
+    writeFile(rc,
+              "poll 127.0.0.1 service " + std::to_string(port) +
+                  " protocol pop3 auth password uidl\n  user bench password secret is root here\n"
+                  "  keep fetchall no rewrite sslproto '' mda \"" +
+                  mda + " " + folder + "\"\n",
+              fs::perms::owner_read | fs::perms::owner_write);
+    fs::remove(root / "fetchids");
+    ChildRun run =
+        runChild({"fetchmail", "-f", rc, "-i", (root / "fetchids").string(), "--nosyslog",
+                  "--nodetach", "--pidfile", (root / "fetchmail.pid").string()});
+    if (filesIn(folder) != static_cast<size_t>(expected))
+        throw std::runtime_error("fetchmail stored " + std::to_string(filesIn(folder)) + " of " +
+                                 std::to_string(expected));
+    return run;
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
-    const int count = argc > 1 ? std::atoi(argv[1]) : 5000;
+    const int count = argc > 1 ? std::atoi(argv[1]) : 6000;
     const int rounds = argc > 2 ? std::atoi(argv[2]) : 3;
+    const int small = std::min(300, count);
     QCoreApplication app(argc, argv);
     corva::platform::qt::QtPlatform platform;
     corva::platform::ScopedPlatform installed(platform);
@@ -131,76 +230,114 @@ int main(int argc, char** argv) {
     try {
         corva::test::DovecotServer server;
         server.addUser("bench", "secret");
+        server.addUser("small", "secret");
         long long bytes = 0;
         for (int i = 1; i <= count; ++i) {
-            std::string text = makeMessage(i);
+            std::string text = realisticMessage(i);
             bytes += static_cast<long long>(text.size());
             server.addMessage("bench", text);
+            if (i <= small) server.addMessage("small", text);
         }
-        {
+        for (const char* user : {"bench", "small"}) {
             // Dovecot indexes the mailbox at its first login; neither side pays for that.
             corva::test::BlockingPop3 warm;
-            warm.open(server.port(), "bench", "secret");
+            warm.open(server.port(), user, "secret");
             warm.count();
             warm.quit();
         }
+        std::printf("messages: %d (%.1f MB, %.1f KB each on average)\n", count,
+                    static_cast<double>(bytes) / 1048576.0,
+                    static_cast<double>(bytes) / 1024.0 / count);
 
-        const fs::path home =
+        const fs::path root =
             fs::temp_directory_path() / ("corva-bench-cycle-" + std::to_string(::getpid()));
-        fs::create_directories(home);
-        corva::SetAppPath(home.string() + "/");
-        corva::frmMain main(nullptr);
-        corva::frmMain::StartOptions options;
-        options.headless = true;
-        options.autoScan = corva::frmMain::AutoScan::Off;
-        main.StartProgram(options);
-        corva::sset("SERVER0", server.address());
-        corva::sset("UNAME0", "bench");
-        corva::sset("PWD0", "secret");
-        corva::sset("REPLYADDRESS0", "bench@example.org");
-        corva::sset("MailTimeout", 60);
+        fs::create_directories(root);
 
-        const std::string refFolder = home.string() + "/reference/";
-        double bestRef = 1e9, bestTop = 1e9, bestCycle = 1e9;
-        // A shared disk can halve or double a run; the two sides of one round
-        // meet the same weather, so the ratio within each round says more.
-        std::vector<double> roundRatios;
-        const bool cycleOnly = std::getenv("CORVA_BENCH_CYCLE_ONLY") != nullptr;
-        for (int r = 0; r < rounds; ++r) {
-            if (cycleOnly) {
+        if (std::getenv("CORVA_BENCH_SERVE")) {
+            std::printf("program folder: %s\n(press Enter to stop the server)\n",
+                        freshHome(root, server.address(), "bench").c_str());
+            std::fflush(stdout);
+            std::string line;
+            std::getline(std::cin, line);
+            fs::remove_all(root);
+            return 0;
+        }
+
+        if (std::getenv("CORVA_BENCH_CYCLE_ONLY")) {
+            const fs::path home = root / "in-process";
+            fs::create_directories(home);
+            corva::SetAppPath(home.string() + "/");
+            corva::frmMain main(nullptr);
+            corva::frmMain::StartOptions options;
+            options.headless = true;
+            options.autoScan = corva::frmMain::AutoScan::Off;
+            main.StartProgram(options);
+            corva::sset("SERVER0", server.address());
+            corva::sset("UNAME0", "bench");
+            corva::sset("PWD0", "secret");
+            corva::sset("REPLYADDRESS0", "bench@example.org");
+            corva::sset("MailTimeout", 60);
+            for (int r = 0; r < rounds; ++r) {
                 double cyc = cycle(main, count);
-                bestCycle = std::min(bestCycle, cyc);
-                std::printf("round %d: cycle %.3f s (%.3f s CPU)\n", r + 1, cyc, cycleCpu);
-                continue;
+                std::printf("round %d: cycle %.3f s (%.3f s CPU), peak %ld kB\n", r + 1, cyc,
+                            cycleCpu, peakKb());
             }
-            double ref = reference(server.port(), count, refFolder, false);
-            double top = reference(server.port(), count, refFolder, true);
-            bestTop = std::min(bestTop, top);
-            double cyc = cycle(main, count);
-            std::printf("round %d: reference %.3f s (%.3f s CPU here), with TOP %.3f s, cycle %.3f "
-                        "s (%.3f s CPU)\n",
-                        r + 1, ref, referenceCpu, top, cyc, cycleCpu);
-            bestRef = std::min(bestRef, ref);
-            bestCycle = std::min(bestCycle, cyc);
-            roundRatios.push_back(cyc / ref);
+            main.exitprog();
+            fs::remove_all(root);
+            return 0;
         }
-        std::printf("messages: %d (%.1f MB)\n", count, bytes / 1048576.0);
-        std::printf("cycle (TOP, check, RETR, check, store): %.3f s, %.0f messages/s\n", bestCycle,
-                    count / bestCycle);
-        if (!cycleOnly) {
-            std::printf("reference (RETR to files): %.3f s, %.0f messages/s\n", bestRef,
-                        count / bestRef);
-            std::printf("reference with TOP before each RETR: %.3f s, %.0f messages/s\n", bestTop,
-                        count / bestTop);
-            std::printf("ratio cycle/reference: %.2f (target at most 1.20)\n", bestCycle / bestRef);
-            std::printf("ratio cycle/reference with TOP: %.2f\n", bestCycle / bestTop);
-            std::sort(roundRatios.begin(), roundRatios.end());
-            std::printf("ratio within each round:");
-            for (double r : roundRatios) std::printf(" %.2f", r);
-            std::printf(" (median %.2f)\n", roundRatios[roundRatios.size() / 2]);
+
+        const std::string refFolder = (root / "reference").string() + "/";
+        std::vector<double> plain, withTop, poplib, fetch, fetchPeak;
+        const bool python = haveProgram("python3");
+        for (int r = 0; r < rounds; ++r) {
+            plain.push_back(reference(server.port(), count, refFolder, false));
+            withTop.push_back(reference(server.port(), count, refFolder, true));
+            if (python) poplib.push_back(poplibRun(root, server.port(), count).seconds);
+            ChildRun f = corvaRun(root, server.address(), "bench", "fetch", count);
+            fetch.push_back(f.seconds);
+            fetchPeak.push_back(static_cast<double>(f.peakKb));
+            std::printf("round %d: plain RETR %.3f s, with TOP %.3f s, poplib %.3f s, corva fetch "
+                        "%.3f s (peak %ld kB)\n",
+                        r + 1, plain.back(), withTop.back(), python ? poplib.back() : 0.0,
+                        f.seconds, f.peakKb);
+            std::fflush(stdout);
         }
-        main.exitprog();
-        fs::remove_all(home);
+        const double fetchS = median(fetch);
+        std::printf("corva fetch into a fresh store: %.3f s, %.0f messages/s\n", fetchS,
+                    count / fetchS);
+        std::printf("plain RETR loop (C++): %.3f s, speed ratio fetch/plain %.2f\n", median(plain),
+                    median(plain) / fetchS);
+        std::printf("plain RETR loop with TOP (C++): %.3f s, speed ratio %.2f\n", median(withTop),
+                    median(withTop) / fetchS);
+        if (python)
+            std::printf("poplib RETR loop (Python): %.3f s, speed ratio fetch/poplib %.2f "
+                        "(target at least 0.5)\n",
+                        median(poplib), median(poplib) / fetchS);
+        if (haveProgram("fetchmail")) {
+            ChildRun fm = fetchmailRun(root, server.port(), count);
+            std::printf("fetchmail with an MDA: %.3f s, speed ratio fetch/fetchmail %.2f (target "
+                        "at least 4)\n",
+                        fm.seconds, fm.seconds / fetchS);
+        } else {
+            std::printf("fetchmail is not installed: no fetchmail figure\n");
+        }
+
+        // Peak memory: the small mailbox's fetch and both scans run once each.
+        ChildRun smallFetch = corvaRun(root, server.address(), "small", "fetch", small);
+        const double bigPeak = median(fetchPeak);
+        std::printf("fetch peak memory: %d messages %ld kB, %d messages %.0f kB, ratio %.2f "
+                    "(target at most 1.2)\n",
+                    small, smallFetch.peakKb, count, bigPeak,
+                    bigPeak / static_cast<double>(smallFetch.peakKb));
+        ChildRun smallScan = corvaRun(root, server.address(), "small", "scan", small);
+        ChildRun bigScan = corvaRun(root, server.address(), "bench", "scan", count);
+        if (count > small)
+            std::printf("scan peak memory: %d messages %ld kB, %d messages %ld kB, %.2f kB per "
+                        "listed message (target at most 3)\n",
+                        small, smallScan.peakKb, count, bigScan.peakKb,
+                        static_cast<double>(bigScan.peakKb - smallScan.peakKb) / (count - small));
+        fs::remove_all(root);
     } catch (const std::exception& e) {
         std::cerr << "bench_cycle: " << e.what() << "\n";
         return 1;

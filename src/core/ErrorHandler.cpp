@@ -58,6 +58,8 @@ void HandleError(const std::exception& e, const std::string& procedure, const st
                                   : number == Err::OutOfMemory      ? errorDescription(number)
                                                                     : std::string(e.what());
         RecordAction(description + "(" + std::to_string(number) + ")", procedure, module);
+        // Whatever failed may bring the program down next; what led up to it stays on disk.
+        FlushLog();
     } catch (...) {
         // The handler itself must never stop the program.
     }
@@ -66,6 +68,7 @@ void HandleError(const std::exception& e, const std::string& procedure, const st
 void HandleUnknownError(const std::string& procedure, const std::string& module) {
     try {
         RecordAction(errorDescription(0) + "(0)", procedure, module);
+        FlushLog();
     } catch (...) {
     }
 }

@@ -24,6 +24,8 @@ void showerr(const std::string& text) {
     try {
         RecordAction(text, "showerr", "fSHAREDErrorRpt");
         LogAction(text);
+        // The report shows the log, and the program may not outlive it.
+        FlushLog();
         if (handler()) {
             handler()(text);
             return;

@@ -197,6 +197,19 @@ void cleanstring(std::string& text) {
 
 std::string getunusedfilename(bool lowerCase, const std::string& rawFolder,
                               const std::string& rawBase, const std::string& rawExtension) {
+    std::string resolvedFolder;
+    // Our own files are all lower or all upper case: both are taken.
+    return getunusedfilename(
+        lowerCase, rawFolder, rawBase, rawExtension, [&](const std::string& name) {
+            if (resolvedFolder.empty())
+                resolvedFolder = addslash(ResolvePath(addslash(ToSlashes(rawFolder))));
+            return entryExists(resolvedFolder + name) || entryExists(resolvedFolder + UCase(name));
+        });
+}
+
+std::string getunusedfilename(bool lowerCase, const std::string& rawFolder,
+                              const std::string& rawBase, const std::string& rawExtension,
+                              const std::function<bool(const std::string&)>& taken) {
     return guardedValue("getunusedfilename", kModule, std::string(), [&] {
         std::string extension = rawExtension;
         if (!extension.empty() && extension[0] != '.') extension = "." + extension;
@@ -208,14 +221,11 @@ std::string getunusedfilename(bool lowerCase, const std::string& rawFolder,
         if (base.empty()) base = "message";
         base += DateTime::now().format(" (HHMMSS-YYMMDD) ");
         std::string folder = addslash(ToSlashes(rawFolder));
-        std::string resolvedFolder = addslash(ResolvePath(folder));
         std::string number;
         std::string name;
         for (;;) {
             name = LCase(base + number + extension);
-            // Our own files are all lower or all upper case: both are taken.
-            if (!entryExists(resolvedFolder + name) && !entryExists(resolvedFolder + UCase(name)))
-                break;
+            if (!taken(name)) break;
             number = number.empty() ? "1" : std::to_string(std::stoll(number) + 1);
         }
         // The read state lives in the case of the file's own name, never in its folders.

@@ -38,6 +38,11 @@ void cleanstring(std::string& text);
 // carries the read state: lower case when lowerCase, else upper case.
 std::string getunusedfilename(bool lowerCase, const std::string& folder, const std::string& base,
                               const std::string& extension);
+// The same, asking taken(lower-case name) instead of the disk, for a caller
+// that already knows the folder's names.
+std::string getunusedfilename(bool lowerCase, const std::string& folder, const std::string& base,
+                              const std::string& extension,
+                              const std::function<bool(const std::string&)>& taken);
 // Copies in blocks, keeping the file date; progress is told the file name now and then.
 bool copyfile(const std::string& source, const std::string& destination,
               const std::function<void(const std::string&)>& progress = {});

@@ -5,6 +5,7 @@
 #include "platform/Platform.h"
 
 #include <array>
+#include <chrono>
 #include <cmath>
 #include <cstdio>
 #include <filesystem>
@@ -24,16 +25,46 @@ std::string clockTime() {
     return DateTime::now().format("hh:nn:ss");
 }
 
-// The run log stays open between lines: opening it for each of the several
-// lines a message produces cost more than writing them. A log removed behind
-// our back (no links left) is opened again by name.
+// The run log stays open between lines, and its lines wait in memory to
+// reach the file in one write: a retrieved message logs several lines, and a
+// write and a file check for each cost more than storing the message. They
+// go out at most a second after they were logged (at the next line, or at the
+// owner's timer calling FlushLog), at 64 KB, before an error is recorded or
+// reported, and at exit. A log removed behind our back (no links left) is
+// opened again by name.
+constexpr size_t FlushBytes = 64 * 1024;
+constexpr auto FlushAge = std::chrono::seconds(1);
+
 struct OpenLog {
     std::string path;
     FILE* file = nullptr;
+    std::string pending;
+    std::chrono::steady_clock::time_point oldest; // when pending's first line came
 
-    void close() {
+    bool flush() {
+        if (pending.empty()) return true;
+        if (file) {
+            struct stat st {};
+            if (::fstat(::fileno(file), &st) != 0 || st.st_nlink == 0) closeFile();
+        }
+        if (!file) {
+            file = std::fopen(path.c_str(), "ab");
+            if (file) platform::current().files().restrictToOwner(path);
+        }
+        bool ok = file && std::fwrite(pending.data(), 1, pending.size(), file) == pending.size();
+        ok = ok && std::fflush(file) == 0;
+        if (!ok) closeFile();
+        // A line that can't be written is dropped rather than kept growing.
+        pending.clear();
+        return ok;
+    }
+    void closeFile() {
         if (file) std::fclose(file);
         file = nullptr;
+    }
+    void close() {
+        flush();
+        closeFile();
         path.clear();
     }
     ~OpenLog() { close(); }
@@ -43,21 +74,18 @@ OpenLog g_open;
 
 bool appendRaw(const std::string& path, const std::string& bytes, bool truncate) {
     if (truncate || g_open.path != path) g_open.close();
-    if (g_open.file) {
-        struct stat st {};
-        if (::fstat(::fileno(g_open.file), &st) != 0 || st.st_nlink == 0) g_open.close();
-    }
-    if (!g_open.file) {
-        g_open.file = std::fopen(path.c_str(), truncate ? "wb" : "ab");
+    if (truncate) {
+        g_open.file = std::fopen(path.c_str(), "wb");
         if (!g_open.file) return false;
-        g_open.path = path;
         platform::current().files().restrictToOwner(path);
     }
-    bool ok = std::fwrite(bytes.data(), 1, bytes.size(), g_open.file) == bytes.size();
-    // Whoever reads the log (the viewer, an error report) sees every line at once.
-    ok = std::fflush(g_open.file) == 0 && ok;
-    if (!ok) g_open.close();
-    return ok;
+    g_open.path = path;
+    const auto now = std::chrono::steady_clock::now();
+    if (g_open.pending.empty()) g_open.oldest = now;
+    g_open.pending += bytes;
+    if (g_open.pending.size() >= FlushBytes || now - g_open.oldest >= FlushAge)
+        return g_open.flush();
+    return true;
 }
 
 void store(const std::string& text, const std::string& procedure, const std::string& module,
@@ -113,6 +141,13 @@ void LogToFile(const std::string& path, const std::string& text, bool fresh) {
         }
     } catch (...) {
         // A log line that can't be written is dropped; the program goes on.
+    }
+}
+
+void FlushLog() {
+    try {
+        g_open.flush();
+    } catch (...) {
     }
 }
 

@@ -13,6 +13,9 @@ constexpr int LastActionsSize = 40;
 const std::string& SetLogFileName();
 // One line to log.txt; fresh recreates the file with its header first.
 void LogAction(const std::string& text, bool fresh = false);
+// Lines are buffered; this writes what waits. Whoever reads the log calls it
+// first; the program's owner calls it at least once a second.
+void FlushLog();
 // The same to any file. Each line is "HH:MM:SS", blanks to column 15, the text, CR LF.
 void LogToFile(const std::string& path, const std::string& text, bool fresh = false);
 // One entry in the ring: text + " in " + procedure + " of module " + module.

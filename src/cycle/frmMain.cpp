@@ -18,6 +18,7 @@
 #include "filters/frmFilters.h"
 #include "message/clsMessage.h"
 #include "store/FolderCaches.h"
+#include "store/RetrieveStore.h"
 #include "store/modFolders.h"
 #include "store/modTags.h"
 
@@ -54,14 +55,6 @@ bool optionIsOne(const char* key) {
     return Trim(sget(key, 0).toText()) == "1";
 }
 
-// Writes a stored message whole or not at all: a half-written .eml would pass
-// for a message. The bytes reach the disk before the name only when the server's
-// copy is about to be deleted; otherwise the server still holds the message,
-// and waiting for the disk would cost more than the download itself.
-bool writeMessageFile(const std::string& path, const std::string& text, bool durable) {
-    return WriteFileExactly(path, text, durable);
-}
-
 } // namespace
 
 frmMain::frmMain(frmMainView* view) : view_(view ? view : &noView_) {
@@ -69,11 +62,18 @@ frmMain::frmMain(frmMainView* view) : view_(view ? view : &noView_) {
     TimerAutoScan_->setCallback([this] { TimerAutoScan_Timer(); });
     TimerIconFlash_ = platform::current().createTimer();
     TimerIconFlash_->setCallback([this] { swaptrayicon(); });
+    // The run log buffers its lines; this keeps them at most a second from the disk.
+    TimerLogFlush_ = platform::current().createTimer();
+    TimerLogFlush_->setCallback([] { FlushLog(); });
+    TimerLogFlush_->setInterval(1000);
+    TimerLogFlush_->setEnabled(true);
 }
 
 frmMain::~frmMain() {
     TimerAutoScan_->setEnabled(false);
     TimerIconFlash_->setEnabled(false);
+    TimerLogFlush_->setEnabled(false);
+    FlushLog();
     if (fGetMail_) fGetMail_->setListener(nullptr);
 }
 
@@ -633,10 +633,12 @@ void frmMain::fMailer_SendRcvDelSpecific(int account) {
 
 void frmMain::HeaderReceived(clsMessage& msg) {
     guarded("fGetMail_HeaderReceived", Module, [&] {
-        clsMessages::Ptr kept;
-        if (!msg.Deleted || !DeleteMode())
-            kept = ServerMessages_.Add(std::make_shared<clsMessage>(msg));
-        countAndShow(kept ? *kept : msg, kept ? ServerMessages_.Count() : 0);
+        if (msg.Deleted && DeleteMode()) {
+            countAndShow(msg, 0);
+            return;
+        }
+        ServerMessages_.Add(msg);
+        showKeptRow(msg);
     });
 }
 
@@ -649,21 +651,23 @@ void frmMain::MessageReceived(clsMessage& msg) {
             addnoticetolist("Could not save \"" + msg.Subject + "\"; it stays on the server.");
             return;
         }
-        // The list keeps its headers only: a cycle may retrieve far more than fits in memory.
-        clsMessages::Ptr kept;
-        if (!msg.Deleted || !DeleteMode()) {
-            kept = std::make_shared<clsMessage>(msg);
-            kept->HeaderOnly = true;
-            kept->ReplaceRawMessage(msg.Headers);
-            kept->MessageBody.clear();
-            kept->Messagetext.clear();
-            kept->StrippedBody.clear();
-            kept->HtmlStrippedBody.clear();
-            kept->DeleteMimeParts();
-            ServerMessages_.Add(kept);
+        if (msg.Deleted && DeleteMode()) {
+            countAndShow(msg, 0);
+            return;
         }
-        countAndShow(kept ? *kept : msg, kept ? ServerMessages_.Count() : 0);
+        // The list keeps where it was stored: a cycle may retrieve far more than fits in memory.
+        ServerMessages_.AddStored(msg);
+        showKeptRow(msg);
     });
+}
+
+// The list line may hide an ignored message's subject; the row keeps what the
+// line shows, the session's message stays as it was.
+void frmMain::showKeptRow(clsMessage& msg) {
+    const std::string subject = msg.Subject;
+    countAndShow(msg, ServerMessages_.Count());
+    ServerMessages_.Update(ServerMessages_.Count(), msg);
+    msg.Subject = subject;
 }
 
 void frmMain::SpecificMessage(clsMessage& msg) {
@@ -804,10 +808,12 @@ void frmMain::rescanCachedmail() {
         MessagesSeen_ = 0;
         MessagesKept_ = 0;
         accountCount_.fill(0);
-        long position = 0;
-        for (const auto& item : ServerMessages_) {
+        for (long i = 1; i <= ServerMessages_.Count(); ++i) {
+            ServerRows::Ptr item = ServerMessages_.Peek(i);
+            if (!item) continue;
             serverFilters_->CheckMessage(*item, true);
-            countAndShow(*item, ++position);
+            countAndShow(*item, i);
+            ServerMessages_.Update(i, *item);
         }
         showlarges();
     });
@@ -821,10 +827,7 @@ int16_t frmMain::AccountMessages(int account) const {
 // Saving a retrieved message
 
 std::string frmMain::destinationFolder(const clsMessage& msg) {
-    std::string relative = ToSlashes(msg.DestFolder);
-    while (!relative.empty() && relative.front() == '/') relative.erase(0, 1);
-    if (Trim(relative).empty()) relative = InboxFolder;
-    return addslash(ResolvePath(MessageFolder + relative));
+    return RetrieveStore::destinationPath(MessageFolder, msg.DestFolder);
 }
 
 std::string frmMain::fileBaseFromSubject(const std::string& subject) {
@@ -832,9 +835,8 @@ std::string frmMain::fileBaseFromSubject(const std::string& subject) {
 }
 
 bool frmMain::saveRetrievedMessage(clsMessage& msg) {
-    std::string destination = destinationFolder(msg);
-    MkMissingDir(destination);
-    if (!FolderExists(destination) && !messageFolderFellBack_) {
+    std::string destination = retrieveStore_.folder(MessageFolder, msg.DestFolder);
+    if (destination.empty() && !messageFolderFellBack_) {
         platform::current().prompts().messageBox("Cannot find mail folder: " + MessageFolder +
                                                  ". Mail will be saved to " + AppPath() +
                                                  " instead.");
@@ -844,17 +846,20 @@ bool frmMain::saveRetrievedMessage(clsMessage& msg) {
         FoldersIniPath = MessageFolder + "folders.ini";
         FolderListIniPath = MessageFolder + "folderlist.ini";
         MkMissingDir(MessageFolder);
-        destination = destinationFolder(msg);
-        MkMissingDir(destination);
+        destination = retrieveStore_.folder(MessageFolder, msg.DestFolder);
     }
-    if (!FolderExists(destination)) return false;
+    if (destination.empty()) return false;
 
     std::string path =
-        getunusedfilename(msg.Read, destination, fileBaseFromSubject(msg.Subject), ".eml");
+        retrieveStore_.unusedPath(destination, msg.Read, fileBaseFromSubject(msg.Subject));
     if (path.empty()) return false;
     msg.setFilename(path);
+    // Written whole or not at all: a half-written .eml would pass for a message.
+    // The bytes reach the disk before the name only when the server's copy is
+    // about to be deleted; otherwise the server still holds the message, and
+    // waiting for the disk would cost more than the download itself.
     const bool deleting = !msg.Ignored && sget("DELETEONRETRIEVE", 0).toNumber() == 1;
-    if (!writeMessageFile(path, msg.RawMessage(), deleting)) return false;
+    if (!retrieveStore_.write(path, msg.RawMessage(), deleting)) return false;
     LogAction(path + " saved");
     ++MessagesSaved_;
 
@@ -871,6 +876,8 @@ bool frmMain::saveRetrievedMessage(clsMessage& msg) {
 }
 
 void frmMain::flushUnreadTags() {
+    // The cycle's storing ends here; the next one looks at the folders afresh.
+    retrieveStore_.reset();
     for (const auto& [folder, count] : pendingUnread_) addtounreadtag(folder, count);
     pendingUnread_.clear();
     for (const auto& [folder, date] : pendingNewest_) {

@@ -5,11 +5,13 @@
 #pragma once
 
 #include "core/Account.h"
+#include "cycle/ServerRows.h"
 #include "cycle/frmMainView.h"
 #include "message/clsMessages.h"
 #include "platform/Platform.h"
 #include "pop3/frmGetMail.h"
 #include "smtp/frmSendMailWrapper.h"
+#include "store/RetrieveStore.h"
 
 #include <array>
 #include <cstdint>
@@ -205,7 +207,7 @@ public:
     bool NewMailArrived() const { return NewMailArrived_; }
     bool SendAfterCheck() const { return SendAfterCheck_; }
     void setSendAfterCheck(bool on) { SendAfterCheck_ = on; }
-    const clsMessages& ServerMessages() const { return ServerMessages_; }
+    const ServerRows& ServerMessages() const { return ServerMessages_; }
     // Messages written to the store since the program started.
     long MessagesSaved() const { return MessagesSaved_; }
     // True between checkmail and the end of its cycle (a fetched message is no cycle).
@@ -266,6 +268,8 @@ private:
     void donextaccount();
     // The ending steps; the long way past the last account.
     void endcycle(bool complete);
+    // Shows a message just kept in ServerMessages and keeps what its line changed.
+    void showKeptRow(clsMessage& msg);
     void AddMessageToList(clsMessage& msg, long item);
     void addservertolist(const std::string& title);
     void addnoticetolist(const std::string& text);
@@ -296,6 +300,8 @@ private:
     std::unique_ptr<frmFilters> localFilters_;
     std::unique_ptr<platform::Timer> TimerAutoScan_;
     std::unique_ptr<platform::Timer> TimerIconFlash_;
+    std::unique_ptr<platform::Timer> TimerLogFlush_;
+    RetrieveStore retrieveStore_;
 
     // The cycle. The widths are those the counts have always had.
     CycleState state_ = CycleState::Idle;
@@ -312,7 +318,7 @@ private:
     int16_t MessagesKept_ = 0;
     double TotalDeleted_ = 0;
     double DeletedThisRun_ = 0;
-    clsMessages ServerMessages_;
+    ServerRows ServerMessages_;
     std::array<int16_t, Account::Count> accountCount_{};
     bool AudioOn_ = false;
     bool NewMailArrived_ = false;

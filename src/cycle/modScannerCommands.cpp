@@ -62,7 +62,7 @@ bool RunScannerCommand(frmMain& main, const std::string& key) {
 }
 
 std::shared_ptr<clsMessage> MessageOfLine(const frmMain& main, const ListLine& line) {
-    const clsMessages& messages = main.ServerMessages();
+    const ServerRows& messages = main.ServerMessages();
     if (line.kind != ListLine::Kind::Message || line.Item < 1 || line.Item > messages.Count())
         return nullptr;
     return messages.Item(line.Item);

@@ -4,6 +4,7 @@
 #include "core/DateTime.h"
 #include "core/FileSubs.h"
 #include "core/mSHAREDGetDate.h"
+#include "core/mSHAREDLogging.h"
 #include "ui/DisplayText.h"
 
 #include <QDialogButtonBox>
@@ -33,6 +34,7 @@ LogViewer::LogViewer(QWidget* parent) : QDialog(parent) {
 
 void LogViewer::refresh() {
     std::string log;
+    FlushLog();
     LoadTextFile(AppPath() + "log.txt", log);
     txtLog_->setPlainText(toDisplay(log));
     setWindowTitle(toDisplay("Log file as of " + DatePlusTime(DateTime::now())));

@@ -22,6 +22,7 @@ TEST(Logging, FreshLogHasItsHeaderAndLaterLinesAppend) {
     dir.makeProgramFolder();
     LogAction("Corva version x startup.", true);
     LogAction("Loading settings");
+    FlushLog();
     std::string log = readFile(dir.file("log.txt"));
     EXPECT_NE(log.find("Log file created "), std::string::npos);
     EXPECT_NE(log.find("Operating System: "), std::string::npos);
@@ -36,6 +37,7 @@ TEST(Logging, FortyFirstActionFlushesTheRingAndStartsAgain) {
     for (int i = 1; i <= 40; ++i) RecordAction("action " + std::to_string(i), "proc", "mod");
     EXPECT_EQ(readFile(dir.file("log.txt")), "");
     RecordAction("action 41");
+    FlushLog();
     std::string log = readFile(dir.file("log.txt"));
     EXPECT_NE(log.find("Listing last 40 actions: "), std::string::npos);
     EXPECT_NE(log.find(" >> 1: action 1 in proc of module mod - "), std::string::npos);
@@ -59,9 +61,12 @@ TEST(Logging, FailedStepIsRecordedAndTheProcedureGoesOn) {
     TempDir dir;
     dir.makeProgramFolder();
     int after = 0;
+    LogAction("before the failure");
     guarded("cmdfind_click", "frmFilters", [] { throw RunError(Err::InvalidCall); });
     ++after;
     EXPECT_EQ(after, 1);
+    // Buffered lines reach the disk before anything else can go wrong.
+    EXPECT_NE(readFile(dir.file("log.txt")).find("before the failure"), std::string::npos);
     ASSERT_FALSE(LastActionEntries().empty());
     EXPECT_EQ(LastActionEntries().back(),
               "Invalid procedure call or argument(5) in cmdfind_click of module frmFilters");

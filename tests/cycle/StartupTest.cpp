@@ -5,6 +5,7 @@
 #include "core/AppInfo.h"
 #include "core/FileSubs.h"
 #include "core/Globals.h"
+#include "core/mSHAREDLogging.h"
 #include "message/clsMessage.h"
 
 namespace corva::test {
@@ -20,6 +21,7 @@ protected:
     }
     // Index of the first log line holding text; npos when missing.
     size_t logPosition(const std::string& text) {
+        FlushLog();
         return readFile(AppPath() + "log.txt").find(text);
     }
 };

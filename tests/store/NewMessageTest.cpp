@@ -7,8 +7,12 @@
 #include "core/Globals.h"
 #include "core/Strings.h"
 #include "store/FolderCaches.h"
+#include "store/RetrieveStore.h"
 #include "store/modMessageFiles.h"
 #include "store/modTags.h"
+
+#include <algorithm>
+#include <filesystem>
 
 using namespace corva;
 using namespace corva::test;
@@ -87,4 +91,40 @@ TEST_F(StoreTest, NewMessageInAnOpenFolderJoinsItsCache) {
     caches.ClearAllCaches();
     EXPECT_EQ(caches.cacheindex("Inbox"), -1);
     EXPECT_FALSE(FileExists(f + "cache.csv"));
+}
+
+// The cycle learns a folder's names once; what it learned must still keep it
+// from writing over any file, its own of this cycle or one that was there.
+TEST_F(StoreTest, RetrievedMessagesNeverTakeANameInUse) {
+    RetrieveStore store;
+    // A rule's folder in the wrong case finds the one on disk; a new one is made.
+    MkMissingDir(MessageFolder + "Lists");
+    EXPECT_EQ(store.folder(MessageFolder, "lists"), MessageFolder + "Lists/");
+    const std::string inboxFolder = store.folder(MessageFolder, "");
+    ASSERT_EQ(inboxFolder, inbox());
+    EXPECT_EQ(store.folder(MessageFolder, "New/Sub"), MessageFolder + "New/Sub/");
+    EXPECT_TRUE(FolderExists(MessageFolder + "New/Sub"));
+
+    // A file of the other case stands there before the folder is listed.
+    const std::string first = getunusedfilename(true, inboxFolder, "Report", ".eml");
+    writeFile(first, "old");
+    std::vector<std::string> paths;
+    for (bool read : {false, true, false}) {
+        std::string path = store.unusedPath(inboxFolder, read, "Report");
+        ASSERT_FALSE(path.empty());
+        ASSERT_TRUE(store.write(path, "Subject: Report\r\n\r\nx\r\n", read));
+        EXPECT_EQ(fileonly(path), read ? LCase(fileonly(path)) : UCase(fileonly(path)));
+        paths.push_back(path);
+    }
+    EXPECT_EQ(readFile(first), "old");
+    std::sort(paths.begin(), paths.end());
+    EXPECT_EQ(std::unique(paths.begin(), paths.end()), paths.end());
+
+    // A folder gone behind the cycle's back fails the write once; the next
+    // message makes it again.
+    std::filesystem::remove_all(MessageFolder + "New");
+    const std::string lost = store.unusedPath(MessageFolder + "New/Sub/", false, "Gone");
+    EXPECT_FALSE(store.write(lost, "x", false));
+    EXPECT_EQ(store.foldersKnown(), 0u);
+    EXPECT_EQ(store.folder(MessageFolder, "New/Sub"), MessageFolder + "New/Sub/");
 }

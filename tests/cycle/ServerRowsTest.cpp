@@ -1,0 +1,82 @@
+// The scanner's rows keep text and verdict, and must give back the message
+// the list and its commands knew.
+#include "cycle/ServerRows.h"
+#include "core/Strings.h"
+#include "support/TempDir.h"
+
+#include <gtest/gtest.h>
+
+using namespace corva;
+using corva::test::TempDir;
+using corva::test::writeFile;
+
+namespace {
+
+const std::string Text = "Received: from relay.example.net\r\nFrom: Ann <ann@example.com>\r\n"
+                         "To: bob@example.com\r\nSubject: Lunch\r\n\r\nFirst line\r\n";
+
+clsMessage judged() {
+    clsMessage msg;
+    msg.CreateFromText(Text, true);
+    msg.FromAccount = 3;
+    msg.Size = 12;
+    msg.MessageNumThisAcc = 7;
+    msg.Colour = 33023;
+    msg.Suspicious = true;
+    msg.Bayes = 0.93f;
+    msg.FilterReason = "Bayes";
+    msg.DestFolder = "SpamBayes";
+    msg.Subject = "N/A"; // as the list shows an ignored one
+    return msg;
+}
+
+} // namespace
+
+TEST(ServerRows, RowsGiveBackTheMessageAndItsVerdict) {
+    TempDir dir;
+    const std::string stored = dir.file("LUNCH.EML");
+    writeFile(stored, Text + "The rest of the body\r\n");
+    ServerRows rows;
+    clsMessage scanned = judged();
+    rows.Add(scanned);
+    clsMessage retrieved = judged();
+    retrieved.setFilename(stored);
+    rows.AddStored(retrieved);
+    ASSERT_EQ(rows.Count(), 2);
+
+    for (long n : {1L, 2L}) {
+        SCOPED_TRACE(n);
+        ServerRows::Ptr msg = rows.Item(n);
+        ASSERT_TRUE(msg);
+        EXPECT_EQ(msg->From, "Ann <ann@example.com>");
+        EXPECT_EQ(msg->Subject, "N/A");
+        EXPECT_NE(msg->Headers.find("Received: from relay"), std::string::npos);
+        EXPECT_NE(msg->Received.find("relay.example.net"), std::string::npos);
+        EXPECT_EQ(msg->FromAccount, 3);
+        EXPECT_EQ(msg->Size, 12);
+        EXPECT_EQ(msg->MessageNumThisAcc, 7);
+        EXPECT_EQ(msg->Colour, 33023);
+        EXPECT_TRUE(msg->Suspicious);
+        EXPECT_FLOAT_EQ(msg->Bayes, 0.93f);
+        EXPECT_EQ(msg->FilterReason, "Bayes");
+        EXPECT_EQ(msg->DestFolder, "SpamBayes");
+    }
+    // A retrieved row is the headers only, as the list always kept it.
+    EXPECT_TRUE(rows.Item(2)->HeaderOnly);
+    EXPECT_EQ(rows.Item(2)->RawMessage().find("The rest"), std::string::npos);
+    EXPECT_EQ(UCase(rows.Item(2)->Filename()), UCase(stored));
+
+    // What a command changes stays with the row; a pass writes back with Update.
+    rows.Item(1)->From.clear();
+    EXPECT_EQ(rows.Item(1)->From, "");
+    EXPECT_FALSE(rows.Item(3));
+
+    rows.Clear();
+    EXPECT_FALSE(rows.Item(1));
+    rows.Add(scanned);
+    ServerRows::Ptr peeked = rows.Peek(1);
+    peeked->Deleted = true;
+    EXPECT_FALSE(rows.Peek(1)->Deleted);
+    rows.Update(1, *peeked);
+    EXPECT_TRUE(rows.Peek(1)->Deleted);
+}
