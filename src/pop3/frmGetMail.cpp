@@ -188,10 +188,6 @@ void frmGetMail::Begintransfer(int account, bool deleteBlocked, bool force) {
         account_ = static_cast<int16_t>(account);
         caption_ = "Reading mail";
         ListLines_.clear();
-        if (mode_ == GetMessagesMode)
-            ledger_.open(RetrieveLedger::pathFor(account), userName_[account], server_[account]);
-        else
-            ledger_.close();
 
         events_->DoingServer(title_[account]);
         events_->Progress("Checking mail on " + title_[account]);
@@ -238,6 +234,10 @@ void frmGetMail::connectToServer(int account) {
     // temporary file would be continued by the next message.
     ReplyBuffer_.clear();
     if (TempFileHandle_ != 0 || tempFile_) closeTempFile(true);
+    // A session abandoned without its end still keeps what it stored.
+    endSession();
+    if (mode_ == GetMessagesMode)
+        ledger_.open(RetrieveLedger::pathFor(account), userName_[account], server_[account]);
     DelesSent_ = 0;
     DelesCounted_ = 0;
     QuitConfirmed_ = false;
