@@ -20,8 +20,11 @@ const CommandRegistration registration({
     "the notices and, on stderr, the status texts (not with --quiet), then the\n"
     "counts; --tabs separates the columns with tabs instead of aligning them.\n"
     "--delete also deletes blocked mail on the server. DELETEONRETRIEVE=1\n"
-    "in Corva.ini removes retrieved mail from the server once it is stored.\n"
-    "The exit status is 1 when a server failed, timed out or could not be reached.",
+    "in Corva.ini removes retrieved mail from the server once it is stored. A\n"
+    "message an earlier fetch stored is not stored again (Retrieved<N>.txt keeps\n"
+    "what was stored).\n"
+    "The exit status is 1 when a server failed, timed out or could not be reached,\n"
+    "or did not confirm the end of a session in which messages were deleted.",
     run,
 });
 

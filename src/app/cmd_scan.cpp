@@ -24,7 +24,8 @@ const CommandRegistration registration({
     "with --quiet); the counts come last. --delete deletes blocked mail on the\n"
     "server, which is then not listed. A server written as host:port is reached on\n"
     "that port, else on 110.\n"
-    "The exit status is 1 when a server failed, timed out or could not be reached.",
+    "The exit status is 1 when a server failed, timed out or could not be reached,\n"
+    "or did not confirm the end of a session in which messages were deleted.",
     run,
 });
 

@@ -648,6 +648,7 @@ void frmMain::MessageReceived(clsMessage& msg) {
             // Left alone, the session keeps it on the server even when it deletes
             // what it retrieves: a message that isn't on disk must not be lost.
             msg.Ignored = true;
+            msg.setFilename("");
             addnoticetolist("Could not save \"" + msg.Subject + "\"; it stays on the server.");
             return;
         }
@@ -717,6 +718,14 @@ void frmMain::NoMailServer() {
 void frmMain::DeletedSpam(int count) {
     TotalDeleted_ += count;
     DeletedThisRun_ += count;
+}
+
+void frmMain::DeletionsUnconfirmed(const std::string& text, int counted) {
+    TotalDeleted_ -= counted;
+    DeletedThisRun_ -= counted;
+    view_->SetStatusPanel(1, text);
+    view_->SetStatusPicture(PanelPicture::Error);
+    addnoticetolist(text);
 }
 
 void frmMain::NoMail(const std::string& title) {

@@ -245,6 +245,7 @@ private:
     void Cancelled() override;
     void NoMailServer() override;
     void DeletedSpam(int count) override;
+    void DeletionsUnconfirmed(const std::string& text, int counted) override;
     void NoMail(const std::string& title) override;
     void NoConnection() override;
 

@@ -19,6 +19,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cmath>
+#include <cstdlib>
 #include <fcntl.h>
 #include <set>
 #include <unistd.h>
@@ -83,10 +84,16 @@ frmGetMail::frmGetMail()
 }
 
 frmGetMail::~frmGetMail() {
-    Timer1_->setEnabled(false);
-    socket_->setListener(nullptr);
-    socket_->close();
-    closeTempFile(false);
+    // Nothing may leave a destructor: a temporary file that can't be closed
+    // cleanly is recorded like any other failure.
+    guarded("Class_Terminate", Module, [this] {
+        Timer1_->setEnabled(false);
+        socket_->setListener(nullptr);
+        socket_->close();
+        // Half a message is of no use to anyone.
+        closeTempFile(true);
+        if (SessionOpen_) ledger_.save();
+    });
 }
 
 void frmGetMail::setListener(frmGetMailEvents* listener) {
@@ -191,6 +198,8 @@ void frmGetMail::Begintransfer(int account, bool deleteBlocked, bool force) {
     } catch (const std::exception& e) {
         HandleError(e, "Begintransfer", Module);
         RecordAction("Error while checking mail", "Begintransfer", Module);
+    } catch (...) {
+        HandleUnknownError("Begintransfer", Module);
     }
 }
 
@@ -225,6 +234,16 @@ void frmGetMail::connectToServer(int account) {
     // temporary file would be continued by the next message.
     ReplyBuffer_.clear();
     if (TempFileHandle_ != 0 || tempFile_) closeTempFile(true);
+    // A session abandoned without its end still keeps what it stored.
+    endSession();
+    if (mode_ == GetMessagesMode)
+        ledger_.open(RetrieveLedger::pathFor(account), userName_[account], server_[account]);
+    DelesSent_ = 0;
+    DelesCounted_ = 0;
+    QuitConfirmed_ = false;
+    RepliesBeforeQuit_ = 0;
+    QuitText_.clear();
+    SessionOpen_ = true;
     socket_->close();
     socket_->setLocalPort(0);
     SecondsWaited_ = 0;
@@ -248,7 +267,26 @@ void frmGetMail::cleanupandexit() {
     progressValue_ = 0;
     progressMax_ = 0;
     caption_ = "Checking mail";
+    endSession();
     events_->Finished();
+}
+
+void frmGetMail::endSession() {
+    if (!SessionOpen_) return;
+    SessionOpen_ = false;
+    if (DelesSent_ > 0 && !QuitConfirmed_) {
+        // Without the reply to QUIT the server may have rolled every DELE back.
+        const std::string text = title() + ": the server did not confirm the end of the session; " +
+                                 Str(DelesSent_) + " deletion(s) may not have happened";
+        LogAction(text);
+        events_->DeletionsUnconfirmed(text, DelesCounted_);
+    }
+    if (!ledger_.isOpen()) return;
+    // Only a session that judged every message knows what the server still holds.
+    if (QuitConfirmed_ && (MessageCount_ == 0 || MessageNumber_ > MessageCount_))
+        ledger_.forgetUnseen();
+    if (!ledger_.save()) RecordAction("Could not write the retrieve ledger", "endSession", Module);
+    ledger_.close();
 }
 
 void frmGetMail::Timer1_Timer() {
@@ -278,6 +316,7 @@ void frmGetMail::socketError(int number, const std::string& description) {
         case E::ConnectionAborted:
             Timer1_->setEnabled(false);
             events_->NoConnection();
+            endSession();
             events_->Finished();
             break;
         default:
@@ -348,6 +387,11 @@ void frmGetMail::DataArrival(const std::string& data) {
     // Replies of the login and the deletions are logged; message text is not.
     if (state_ == StNew || state_ == StDeleSent || state_ == StQuitSent || !InMultiLine_)
         LogAction(title() + ": " + data);
+
+    if (state_ == StQuitSent) {
+        onQuitText(data);
+        return;
+    }
 
     if (MessageNumber_ > MessageCount_ && InStrNoCase(data, "-err") > 0) {
         state_ = StQuitSent;
@@ -431,6 +475,12 @@ void frmGetMail::onListText(const std::string& data) {
     if (!holdsTerminator(ReplyBuffer_, from)) return;
     ListLines_ = Split(ReplyBuffer_, "\r\n");
     ReplyBuffer_.clear();
+    if (ledger_.isOpen()) {
+        std::multiset<long long> sizes;
+        for (size_t i = 1; i < ListLines_.size(); ++i)
+            if (InStr(ListLines_[i], " ") > 0) sizes.insert(listedOctets(static_cast<long>(i)));
+        ledger_.keepSizes(sizes);
+    }
     LogAction("Sending STAT command");
     events_->Progress("Listing messages");
     state_ = StStatSent;
@@ -503,6 +553,7 @@ void frmGetMail::onTopText(const std::string& data) {
     if (listed >= 0) msg.Size = listed;
     MessagesHandled_ = add16(MessagesHandled_, 1);
     msg.MessageNumThisAcc = MessagesHandled_;
+    if (ledger_.isOpen()) ledger_.seen(RetrieveLedger::keyFor(msg, listedOctets(MessageNumber_)));
     if (serverRules_) serverRules_->CheckMessage(msg, true);
     ReplyBuffer_.clear();
     judgeHeader(msg);
@@ -516,7 +567,7 @@ void frmGetMail::judgeHeader(clsMessage& msg) {
             // A deleted message leaves no trace in the list: no HeaderReceived.
             events_->Progress("Deleting message " + n + ofCount);
             state_ = StDeleSent;
-            send("DELE " + n);
+            sendDele(n);
             ++MessageNumber_;
         } else {
             // As after a retrieved message, the next command goes first and
@@ -558,6 +609,18 @@ void frmGetMail::nextMessage() {
 void frmGetMail::quit() {
     state_ = StQuitSent;
     send("QUIT");
+}
+
+long long frmGetMail::listedOctets(long number) const {
+    if (number < 0 || static_cast<size_t>(number) >= ListLines_.size()) return -1;
+    const std::string& line = ListLines_[static_cast<size_t>(number)];
+    size_t blank = InStr(line, " ");
+    return blank == 0 ? -1 : std::strtoll(line.c_str() + blank, nullptr, 10);
+}
+
+void frmGetMail::sendDele(const std::string& number) {
+    ++DelesSent_;
+    send("DELE " + number);
 }
 
 float frmGetMail::listedSize(long number) const {
@@ -629,18 +692,28 @@ void frmGetMail::onRetrText(const std::string& data) {
     if (localRules_ && !msg.Ignored && !msg.Deleted && !msg.BlockedSender && !msg.BlockedRecip &&
         !msg.Suspicious && msg.DestFolder.empty())
         localRules_->CheckMessage(msg, false);
-    events_->MessageReceived(msg);
-
-    events_->Progress("Downloaded Message " + n + " of " + count +
-                      (msg.DestFolder.empty() ? " to Inbox" : " to " + msg.DestFolder));
+    const std::string key =
+        ledger_.isOpen() ? RetrieveLedger::keyFor(msg, listedOctets(number)) : std::string();
+    if (!key.empty() && ledger_.storedEarlier(key)) {
+        // Its DELE was rolled back, or it is kept on the server: the store has it.
+        LogAction("Message " + n + " was stored by an earlier session");
+        events_->Progress("Message " + n + " of " + count + " is stored already");
+    } else {
+        events_->MessageReceived(msg);
+        if (!key.empty() && !msg.Filename().empty()) ledger_.recordStored(key);
+        events_->Progress("Downloaded Message " + n + " of " + count +
+                          (msg.DestFolder.empty() ? " to Inbox" : " to " + msg.DestFolder));
+    }
     progressValue_ = number;
     progressMax_ = std::max(MessageCount_, number);
     if (!deleting) return;
 
     // No reply is awaited: the next command follows at once, and the server's
     // answer to DELE arrives at the front of the next reply.
-    if (!msg.Ignored) send("DELE " + n);
+    if (!msg.Ignored) sendDele(n);
+    RepliesBeforeQuit_ = msg.Ignored ? 0 : 1;
     askAfterRetrieve();
+    if (state_ != StQuitSent) RepliesBeforeQuit_ = 0;
 }
 
 void frmGetMail::askAfterRetrieve() {
@@ -656,7 +729,30 @@ void frmGetMail::askAfterRetrieve() {
 
 void frmGetMail::onDeleReply() {
     nextMessage();
+    ++DelesCounted_;
     events_->DeletedSpam(1);
+}
+
+void frmGetMail::onQuitText(const std::string& data) {
+    // The reply to a DELE sent just before QUIT may come first, in the same
+    // data or alone: only QUIT's own reply ends the session.
+    QuitText_ += data;
+    size_t start = 0;
+    for (int i = 0; i < RepliesBeforeQuit_; ++i) {
+        size_t end = QuitText_.find("\r\n", start);
+        if (end == std::string::npos) return;
+        start = end + 2;
+    }
+    if (start >= QuitText_.size()) return;
+    if (QuitText_[start] == '+') {
+        QuitConfirmed_ = true;
+        onQuitReply();
+        return;
+    }
+    InMultiLine_ = false;
+    LogAction("POP Error: " + data);
+    events_->POPError(data);
+    cleanupandexit();
 }
 
 void frmGetMail::onQuitReply() {

@@ -5,6 +5,7 @@
 
 #include "core/Account.h"
 #include "platform/Platform.h"
+#include "pop3/RetrieveLedger.h"
 
 #include <array>
 #include <cstdint>
@@ -27,7 +28,9 @@ public:
     virtual ~frmGetMailEvents() = default;
     // A header was judged and the message is not being retrieved or deleted.
     virtual void HeaderReceived(clsMessage& msg) { (void)msg; }
-    // A whole message is complete (scanning or retrieving).
+    // A whole message is complete (scanning or retrieving). An owner that
+    // stores it sets its file name; only then does it count as stored. A
+    // message an earlier session stored is not raised again.
     virtual void MessageReceived(clsMessage& msg) { (void)msg; }
     // The message asked for by GetSpecificMessage is complete.
     virtual void SpecificMessage(clsMessage& msg) { (void)msg; }
@@ -44,6 +47,13 @@ public:
     virtual void NoMailServer() {}
     // The server confirmed a DELE.
     virtual void DeletedSpam(int count) { (void)count; }
+    // The session ended without the server's reply to QUIT after DELE
+    // commands, so the server may have kept every message: counted is how
+    // many DeletedSpam raised this session took back. Comes before Finished.
+    virtual void DeletionsUnconfirmed(const std::string& text, int counted) {
+        (void)text;
+        (void)counted;
+    }
     virtual void NoMail(const std::string& title) { (void)title; }
     // The socket reported a network-class error.
     virtual void NoConnection() {}
@@ -124,7 +134,10 @@ private:
     void onTopText(const std::string& data);
     void onRetrText(const std::string& data);
     void onDeleReply();
+    void onQuitText(const std::string& data);
     void onQuitReply();
+    // Every end of a session: unconfirmed deletions said, the ledger kept.
+    void endSession();
 
     void judgeHeader(clsMessage& msg);
     void nextMessage();
@@ -133,6 +146,8 @@ private:
     void quit();
     void send(const std::string& command);
     float listedSize(long number) const;
+    long long listedOctets(long number) const;
+    void sendDele(const std::string& number);
     void openTempFile();
     void closeTempFile(bool remove);
     // The text between the status line and the dot line of a complete reply.
@@ -178,6 +193,17 @@ private:
     std::string lastData_;
     bool inDataArrival_ = false;
     std::deque<std::string> deferredData_;
+
+    // What the end of a session has to know: DELE commands sent and how many
+    // of them DeletedSpam counted, and whether the server answered QUIT.
+    int DelesSent_ = 0;
+    int DelesCounted_ = 0;
+    bool QuitConfirmed_ = false;
+    // Replies still due before QUIT's own: the DELE sent right before it.
+    int RepliesBeforeQuit_ = 0;
+    std::string QuitText_;
+    bool SessionOpen_ = false;
+    RetrieveLedger ledger_;
 
     std::string caption_ = "Checking mail";
     long progressValue_ = 0;

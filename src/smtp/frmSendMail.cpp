@@ -645,6 +645,7 @@ void frmSendMail::socketConnected() {
 
 void frmSendMail::socketClosed() {
     connected_ = false;
+    closedByServer_ = true;
 }
 
 void frmSendMail::socketError(int number, const std::string& description) {
@@ -787,11 +788,21 @@ bool frmSendMail::waituntiltrue(const bool& flag, int seconds, bool fatal) {
     if (deadline_ >= 86400.0f) deadline_ -= 86400.0f;
     for (;;) {
         if (flag) return true;
+        if (closedByServer_) {
+            // Waiting on would only run into the time-out.
+            if (fatal) {
+                // A refusal that came just before the close is the reason to give.
+                if (!failPending_) adderror("The SMTP Host closed the connection");
+                sendfail();
+            }
+            return false;
+        }
         if (SecondsOfDay() >= deadline_) break;
         if (aborted_) return false;
         float rest = deadline_ - SecondsOfDay();
-        WaitUntilTrue([&] { return flag || aborted_ || SecondsOfDay() >= deadline_; },
-                      rest < 1.0f ? 1.0f : rest);
+        WaitUntilTrue(
+            [&] { return flag || aborted_ || closedByServer_ || SecondsOfDay() >= deadline_; },
+            rest < 1.0f ? 1.0f : rest);
         if (aborted_ && !flag) return false;
     }
     if (fatal) timeout();
@@ -816,6 +827,7 @@ bool frmSendMail::connecttohost() {
     aborted_ = false;
     int state = sckMail_->state();
     if (state == SocketState::Connected) return true;
+    closedByServer_ = false;
     if (state == SocketState::Closed) {
         connected_ = false;
         pendingReply_.clear();

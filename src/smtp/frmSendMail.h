@@ -200,6 +200,8 @@ private:
     // Transfer state; socket events change it only during event passes.
     std::vector<std::string> errors_;
     bool connected_ = false;
+    // The far side closed the connection: no reply can come any more.
+    bool closedByServer_ = false;
     bool replySeen_ = false;
     bool dataReady_ = false;
     bool loginOffered_ = false;

@@ -85,6 +85,10 @@ public:
         add("DeletedSpam: " + std::to_string(n));
         if (onDeleted) onDeleted();
     }
+    void DeletionsUnconfirmed(const std::string& t, int counted) override {
+        add("DeletionsUnconfirmed: " + std::to_string(counted));
+        unconfirmed.push_back(t);
+    }
     void NoMail(const std::string& t) override { add("NoMail: " + t); }
     void NoConnection() override { add("NoConnection"); }
 
@@ -105,6 +109,7 @@ public:
     std::vector<std::string> progress;
     std::vector<Header> headers;
     std::vector<clsMessage> messages;
+    std::vector<std::string> unconfirmed;
     int finished = 0;
     std::function<void()> onFinished;
     std::function<void()> onDeleted;

@@ -8,6 +8,7 @@
 #include <chrono>
 #include <regex>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace corva::test {
 namespace {
@@ -189,6 +190,88 @@ TEST_F(ScriptTest, BlockedHeadersAreDeletedOrSkippedAsAsked) {
                         "Skipping message 1 of 1 (rule says delete)"),
               second.progress.end());
     expectKeptToScript();
+}
+
+// Deletions stand only once the server has answered QUIT; until then the
+// session takes back what it counted and says so, before Finished.
+TEST_F(ScriptTest, DeletionsCountOnlyWhenTheServerAnswersQuit) {
+    SubjectRules rules;
+    pop.setRuleChecks(&rules, nullptr);
+    sset("MailTimeout", 1);
+    const std::string junk = message("spam@x", "[delete] junk");
+    const Steps blocked = login() + listing({100}) + top(1, junk) +
+                          Steps{Expect("DELE 1\r\n"), Say("+OK marked\r\n"), Expect("QUIT\r\n")};
+    // With DELETEONRETRIEVE the DELE goes out unanswered, right before QUIT.
+    const Steps retrieved =
+        login() + listing({100}) + top(1, message("a@x", "kept")) +
+        Steps{Expect("RETR 1\r\n"), Say("+OK\r\n" + message("a@x", "kept") + ".\r\n"),
+              Expect("DELE 1\r\n"), Expect("QUIT\r\n")};
+    const struct {
+        const char* name;
+        bool retrieving;
+        Steps ending;
+        Outline outline;
+    } cases[] = {
+        {"answered",
+         false,
+         {Say("+OK bye\r\n")},
+         {"DoingServer: Test", "DeletedSpam: 1", "Finished"}},
+        {"closed unanswered",
+         false,
+         {Drop()},
+         {"DoingServer: Test", "DeletedSpam: 1", "Cancelled", "DeletionsUnconfirmed: 1", "Finished",
+          "TimedOut: 1"}},
+        {"refused",
+         false,
+         {Say("-ERR cannot expunge\r\n")},
+         {"DoingServer: Test", "DeletedSpam: 1", "POPError: -ERR cannot expunge\r\n",
+          "DeletionsUnconfirmed: 1", "Finished"}},
+        {"DELE and QUIT answered apart",
+         true,
+         {Say("+OK marked\r\n"), Pause(200), Say("+OK bye\r\n")},
+         {"DoingServer: Test", "MessageReceived", "Finished"}},
+        {"only DELE answered",
+         true,
+         {Say("+OK marked\r\n"), Drop()},
+         {"DoingServer: Test", "MessageReceived", "Cancelled", "DeletionsUnconfirmed: 0",
+          "Finished", "TimedOut: 1"}},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        log = EventLog{};
+        pop.setListener(&log);
+        sset("DELETEONRETRIEVE", c.retrieving ? 1 : 0);
+        start((c.retrieving ? retrieved : blocked) + c.ending);
+        if (c.retrieving)
+            pop.GetMessages(0, false, false);
+        else
+            pop.GetHeaders(0, true, false);
+        ASSERT_TRUE(waitFinished(log, 5000));
+        platform::current().eventLoop().runUntil([&] { return log.saw("TimedOut: 1"); }, 300);
+        EXPECT_EQ(log.outline(), c.outline);
+        for (const auto& text : log.unconfirmed)
+            EXPECT_EQ(text, "Test: the server did not confirm the end of the session; 1 "
+                            "deletion(s) may not have happened");
+        EXPECT_EQ(server->problems(), "");
+    }
+}
+
+// A temporary file that can't be flushed or cut must not take the program down
+// when the session goes away mid-retrieval.
+TEST_F(ScriptTest, SessionGoneMidRetrievalOnAFullDiskEndsQuietly) {
+    ASSERT_EQ(::symlink("/dev/full", frmGetMail::tempFilePath(1).c_str()), 0);
+    start(login() + listing({5000}) + top(1, message("a@x", "big")) +
+          Steps{Expect("RETR 1\r\n"), Say("+OK\r\nFrom: a@x\r\nSubject: big\r\n\r\npart"),
+                Silence()});
+    auto doomed = std::make_unique<frmGetMail>();
+    doomed->setListener(&log);
+    doomed->GetMessages(0, false, false);
+    ASSERT_TRUE(platform::current().eventLoop().runUntil(
+        [&] { return server->received().find("RETR 1") != std::string::npos; }, 5000));
+    // Long enough for the first piece of the message to reach the file.
+    platform::current().eventLoop().runUntil([] { return false; }, 200);
+    doomed.reset();
+    EXPECT_FALSE(FileExists(frmGetMail::tempFilePath(1)));
 }
 
 TEST_F(ScriptTest, RetrievingFetchesWhatPassesAndLeavesTheTemporaryFile) {

@@ -6,6 +6,9 @@
 #include "support/FakeServer.h"
 #include "support/SmtpServer.h"
 
+#include <chrono>
+#include <filesystem>
+
 namespace corva::test {
 namespace {
 
@@ -163,10 +166,38 @@ TEST_F(FailedUploadTest, RefusedData) {
         "5.5.1 Error: no valid recipients");
 }
 
-TEST_F(FailedUploadTest, DroppedConnection) {
-    sset("MailTimeout", 1);
-    failThenRecover(greeting({Drop()}),
-                    "Timeout occurred: The SMTP Host did not respond to the request");
+// A close from the server ends any wait at once: nothing more can come.
+TEST_F(FailedUploadTest, ServerClosingEndsTheWaitAtOnce) {
+    const std::vector<ScriptStep> upToTheDot =
+        greeting({Say("250 ok\r\n"), Expect("RCPT TO: <bob@example.net>\r\n"), Say("250 ok\r\n"),
+                  Expect("RCPT TO: <carl@example.net>\r\n"), Say("250 ok\r\n"), Expect("DATA\r\n"),
+                  Say("354 go ahead\r\n"), SkipPast("\r\n.\r\n")});
+    for (auto script : {greeting({Drop()}), upToTheDot}) {
+        std::filesystem::remove_all(sentItems()); // the last round's message
+        MkMissingDir(sentItems());
+        const auto begun = std::chrono::steady_clock::now();
+        script.push_back(Drop());
+        failThenRecover(script, "The SMTP Host closed the connection");
+        EXPECT_LT(std::chrono::steady_clock::now() - begun, std::chrono::seconds(8));
+    }
+}
+
+TEST_F(FailedUploadTest, AcceptedMessageStaysSentWhenTheServerHangsUp) {
+    FakeServer fake(greeting({Say("250 ok\r\n"), Expect("RCPT TO: <bob@example.net>\r\n"),
+                              Say("250 ok\r\n"), Expect("DATA\r\n"), Say("354 go ahead\r\n"),
+                              SkipPast("\r\n.\r\n"), Say("250 queued\r\n"), Drop()}));
+    setAccount(0, fake.port(), "ann@example.com");
+    frmSendMailWrapper wrapper;
+    UploadEvents events;
+    wrapper.setListener(&events);
+    ASSERT_FALSE(wrapper.SpoolMessage(composed(0, "bob@example.net", "x", "y")).empty());
+    const auto begun = std::chrono::steady_clock::now();
+    ASSERT_TRUE(upload(wrapper));
+    EXPECT_LT(std::chrono::steady_clock::now() - begun, std::chrono::seconds(5));
+    EXPECT_EQ(fake.problems(), "");
+    EXPECT_TRUE(events.failed.empty()) << Join(events.failed, " | ");
+    EXPECT_TRUE(filesIn(outbox()).empty());
+    EXPECT_EQ(filesIn(sentItems()).size(), 1u);
 }
 
 TEST_F(FailedUploadTest, SilentServerTimesOut) {

@@ -137,6 +137,17 @@ bool FakeServer::runStep(const ScriptStep& step, size_t index) {
     }
     case ScriptStep::Kind::Expect:
         return expect(step.bytes, index);
+    case ScriptStep::Kind::Skip: {
+        auto deadline = Clock::now() + std::chrono::milliseconds(expectTimeoutMs_);
+        for (size_t at; (at = pending_.find(step.bytes)) == std::string::npos;)
+            if (stopping_ || msLeft(deadline) == 0 || !readSome(msLeft(deadline))) {
+                addProblem("step " + std::to_string(index + 1) + ": \"" + visible(step.bytes) +
+                           "\" never came");
+                return false;
+            }
+        pending_.erase(0, pending_.find(step.bytes) + step.bytes.size());
+        return true;
+    }
     case ScriptStep::Kind::Pause: {
         auto deadline = Clock::now() + std::chrono::milliseconds(step.ms);
         while (!stopping_ && msLeft(deadline) > 0)

@@ -13,7 +13,7 @@
 namespace corva::test {
 
 struct ScriptStep {
-    enum class Kind { Say, Expect, Pause, Drop, Silence };
+    enum class Kind { Say, Expect, Skip, Pause, Drop, Silence };
     Kind kind;
     std::string bytes;
     int ms = 0;
@@ -26,6 +26,11 @@ inline ScriptStep Say(std::string bytes) {
 // Reads exactly these bytes from the client; the first differing byte is a mismatch.
 inline ScriptStep Expect(std::string bytes) {
     return {ScriptStep::Kind::Expect, std::move(bytes), 0};
+}
+// Reads on until these bytes have come, whatever comes before them (a message
+// body that a test does not pin byte for byte).
+inline ScriptStep SkipPast(std::string bytes) {
+    return {ScriptStep::Kind::Skip, std::move(bytes), 0};
 }
 // Waits before the next step (to split a reply over two reads, or to be slow).
 inline ScriptStep Pause(int ms) {
