@@ -198,6 +198,9 @@ Sound& Platform::sound() {
 Speech& Platform::speech() {
     return defaults_->speech;
 }
+NameLookup& Platform::nameLookup() {
+    return systemNameLookup();
+}
 
 Platform& current() {
     static Platform fallback;

@@ -3,6 +3,8 @@
 // ones, tests install fakes. Nothing here knows about Qt.
 #pragma once
 
+#include "platform/NameLookup.h"
+
 #include <chrono>
 #include <functional>
 #include <memory>
@@ -162,7 +164,8 @@ public:
 // Everything the logic needs, in one place. The defaults are plain C++:
 // a socket that cannot connect, timers that never fire by themselves, an event
 // yield that does nothing, prompts that answer Cancel/No, the system clock,
-// a small built-in table of content types, and silent shell, sound and speech.
+// a small built-in table of content types, silent shell, sound and speech,
+// and the system's name resolver.
 class Platform {
 public:
     Platform();
@@ -178,6 +181,7 @@ public:
     virtual Speech& speech();
     // Defined with the plain decoder in TextDecoder.cpp.
     virtual const TextDecoder& textDecoder();
+    virtual NameLookup& nameLookup();
 
 private:
     struct Defaults;
