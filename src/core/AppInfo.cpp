@@ -1,8 +1,9 @@
 #include "core/AppInfo.h"
 
+#include "platform/SystemName.h"
+
 #include <cstdlib>
 #include <filesystem>
-#include <sys/utsname.h>
 
 namespace corva {
 
@@ -74,9 +75,7 @@ std::string ChooseProgramFolder(const std::string& homeOption) {
 }
 
 std::string fosname() {
-    utsname u{};
-    if (uname(&u) != 0) return "Linux";
-    return std::string(u.sysname) + " " + u.release + " " + u.machine;
+    return platform::systemName();
 }
 
 } // namespace corva
