@@ -1,7 +1,10 @@
 #!/usr/bin/env bash
-# Configures and builds Corva into build/ (or $CORVA_BUILD_DIR).
+# Configures and builds Corva into build/ (or $CORVA_BUILD_DIR). CORVA_WERROR=ON
+# makes every compiler warning an error; unset, the build keeps what it had.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 build="${CORVA_BUILD_DIR:-build}"
-cmake -S . -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
+options=()
+[ -n "${CORVA_WERROR:-}" ] && options+=("-DCORVA_WERROR=$CORVA_WERROR")
+cmake -S . -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo "${options[@]}" >/dev/null
 cmake --build "$build" -j"$(nproc)"

@@ -4,7 +4,7 @@
 set -euo pipefail
 
 packages=(
-    g++ cmake ninja-build pkg-config clang-format
+    g++ cmake ninja-build pkg-config clang-format clang-tidy
     qt6-base-dev qt6-base-dev-tools libgl-dev
     libssl-dev
     libgtest-dev libgmock-dev

@@ -8,7 +8,8 @@ set -euo pipefail
 here="$(cd "$(dirname "$0")" && pwd)"
 cd "$here/.."
 "$here/setup.sh"
-"$here/build.sh"
+# A warning fails the run here, not only in a developer's build.
+CORVA_WERROR=ON "$here/build.sh"
 build="${CORVA_BUILD_DIR:-build}"
 ctest --test-dir "$build" -j"$(nproc)" --output-on-failure --timeout 300
 if [ -x "$here/fuzz.sh" ]; then

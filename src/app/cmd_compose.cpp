@@ -39,7 +39,7 @@ std::string crlfLines(const std::string& text) {
 // every event on to the program's own listener.
 class SpoolReport : public SendMailWrapperListener {
 public:
-    explicit SpoolReport(SendMailWrapperListener* next) : next(next) {}
+    explicit SpoolReport(SendMailWrapperListener* forward) : next(forward) {}
     void Progress(const std::string& text) override {
         last = text;
         if (next) next->Progress(text);

@@ -1,10 +1,10 @@
 #include "core/AppInfo.h"
 
 #include "platform/Platform.h"
+#include "platform/SystemName.h"
 
 #include <cstdlib>
 #include <filesystem>
-#include <sys/utsname.h>
 
 namespace corva {
 
@@ -80,9 +80,7 @@ std::string ChooseProgramFolder(const std::string& homeOption) {
 }
 
 std::string fosname() {
-    utsname u{};
-    if (uname(&u) != 0) return "Linux";
-    return std::string(u.sysname) + " " + u.release + " " + u.machine;
+    return platform::systemName();
 }
 
 } // namespace corva

@@ -24,9 +24,7 @@
 
 #include <cerrno>
 #include <cmath>
-#include <fcntl.h>
 #include <limits>
-#include <unistd.h>
 
 namespace corva {
 

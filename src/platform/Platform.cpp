@@ -201,6 +201,9 @@ Speech& Platform::speech() {
 Files& Platform::files() {
     return systemFiles();
 }
+NameLookup& Platform::nameLookup() {
+    return systemNameLookup();
+}
 
 Platform& current() {
     static Platform fallback;

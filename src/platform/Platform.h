@@ -4,6 +4,7 @@
 #pragma once
 
 #include "platform/Files.h"
+#include "platform/NameLookup.h"
 
 #include <chrono>
 #include <functional>
@@ -165,7 +166,7 @@ public:
 // a socket that cannot connect, timers that never fire by themselves, an event
 // yield that does nothing, prompts that answer Cancel/No, the system clock,
 // a small built-in table of content types, silent shell, sound and speech,
-// and the system's files.
+// the system's files and the system's name resolver.
 class Platform {
 public:
     Platform();
@@ -182,6 +183,7 @@ public:
     // Defined with the plain decoder in TextDecoder.cpp.
     virtual const TextDecoder& textDecoder();
     virtual Files& files();
+    virtual NameLookup& nameLookup();
 
 private:
     struct Defaults;

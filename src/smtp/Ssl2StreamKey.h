@@ -2,31 +2,27 @@
 // on from record to record, so one object lives as long as its connection.
 #pragma once
 
-#include <string>
+#include "platform/Crypto.h"
 
-struct evp_cipher_ctx_st;
+#include <memory>
+#include <string>
 
 namespace corva {
 
 class Ssl2StreamKey {
 public:
     Ssl2StreamKey() = default;
-    // Takes over an initialised cipher context.
-    explicit Ssl2StreamKey(evp_cipher_ctx_st* context) : context_(context) {}
-    ~Ssl2StreamKey();
-    Ssl2StreamKey(Ssl2StreamKey&& other) noexcept;
-    Ssl2StreamKey& operator=(Ssl2StreamKey&& other) noexcept;
-    Ssl2StreamKey(const Ssl2StreamKey&) = delete;
-    Ssl2StreamKey& operator=(const Ssl2StreamKey&) = delete;
+    explicit Ssl2StreamKey(std::unique_ptr<platform::StreamCipher> cipher)
+        : cipher_(std::move(cipher)) {}
 
-    bool valid() const { return context_ != nullptr; }
+    bool valid() const { return cipher_ != nullptr; }
     // Encrypts or decrypts (the same for a stream cipher), never finishing the
     // stream. Throws RunError when there is no key.
     std::string apply(const std::string& bytes);
-    void destroy();
+    void destroy() { cipher_.reset(); }
 
 private:
-    evp_cipher_ctx_st* context_ = nullptr;
+    std::unique_ptr<platform::StreamCipher> cipher_;
 };
 
 } // namespace corva

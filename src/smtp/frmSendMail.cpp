@@ -12,9 +12,6 @@
 #include "core/mSHAREDLogging.h"
 #include "core/mSHAREDSettings.h"
 
-#include <arpa/inet.h>
-#include <netdb.h>
-
 #include <cmath>
 #include <cstdio>
 #include <cstring>
@@ -388,16 +385,7 @@ std::string frmSendMail::GetIPAddress(const std::string& host) const {
     return guardedValue("GetIPAddress", Module, std::string(), [&] {
         std::string name = host.empty() ? GetIPHost() : host;
         if (host.empty() || name == GetIPHost()) return sckMail_->localIP();
-        addrinfo hints{};
-        hints.ai_family = AF_INET;
-        addrinfo* found = nullptr;
-        if (getaddrinfo(name.c_str(), nullptr, &hints, &found) != 0 || found == nullptr)
-            return std::string();
-        char text[INET_ADDRSTRLEN] = {};
-        inet_ntop(AF_INET, &reinterpret_cast<sockaddr_in*>(found->ai_addr)->sin_addr, text,
-                  sizeof text);
-        freeaddrinfo(found);
-        return std::string(text);
+        return platform::current().nameLookup().ipv4Address(name);
     });
 }
 

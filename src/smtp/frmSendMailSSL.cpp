@@ -204,9 +204,9 @@ void frmSendMailSSL::readRecords(const std::string& data) {
         if (listener_) listener_->SSLConnect();
     }
     if (!dataBuffer_.empty()) {
-        std::string data = std::move(dataBuffer_);
+        std::string plain = std::move(dataBuffer_);
         dataBuffer_.clear();
-        if (listener_) listener_->SSLData(data);
+        if (listener_) listener_->SSLData(plain);
     }
 }
 

@@ -396,8 +396,8 @@ void frmSendMailWrapper::SendSpooledMessage(clsMessage& message) {
     text.reserve(raw.size() + raw.size() / 32);
     const size_t slice = 4 << 20;
     for (size_t from = 0; from < raw.size(); from += slice) {
-        size_t to = std::min(raw.size(), from + slice);
-        for (size_t i = from; i < to; ++i) {
+        size_t end = std::min(raw.size(), from + slice);
+        for (size_t i = from; i < end; ++i) {
             char c = raw[i];
             if (c == '\n') continue;
             text.push_back(c);

@@ -58,6 +58,7 @@ SmtpServer::SmtpServer(const std::string& user, const std::string& password) {
         args.insert(args.end(), {"--user", user, "--password", password});
     }
     std::vector<char*> argv;
+    argv.reserve(args.size() + 1);
     for (auto& a : args) argv.push_back(a.data());
     argv.push_back(nullptr);
 
