@@ -109,7 +109,7 @@ TEST_P(Pop3FaultTest, OneRecoveryFetchLeavesEveryMessageExactlyOnce) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Pop3, Pop3FaultTest, ::testing::ValuesIn(Cases),
-                         [](const auto& info) { return std::string(info.param.name); });
+                         [](const auto& test) { return std::string(test.param.name); });
 
 } // namespace
 } // namespace corva::test
