@@ -7,8 +7,7 @@ set(logic core message store pop3 smtp filters bayes contacts cycle tools ticket
 list(JOIN logic "|" logicAlternatives)
 # Files that still reach the system directly; each leaves this list when its
 # use moves behind the platform.
-set(waiting core/mSHAREDLogging.cpp pop3/frmGetMail.cpp smtp/frmSendMailWrapper.cpp
-    store/modMessageFiles.cpp)
+set(waiting store/modMessageFiles.cpp)
 
 file(GLOB_RECURSE files ${SRC}/*.h ${SRC}/*.cpp)
 set(bad "")

@@ -9,7 +9,6 @@
 #include <cmath>
 #include <cstdio>
 #include <filesystem>
-#include <sys/stat.h>
 
 namespace corva {
 
@@ -43,10 +42,8 @@ struct OpenLog {
 
     bool flush() {
         if (pending.empty()) return true;
-        if (file) {
-            struct stat st {};
-            if (::fstat(::fileno(file), &st) != 0 || st.st_nlink == 0) closeFile();
-        }
+        std::error_code missing;
+        if (file && !std::filesystem::exists(path, missing)) closeFile();
         if (!file) {
             file = std::fopen(path.c_str(), "ab");
             if (file) platform::current().files().restrictToOwner(path);

@@ -17,12 +17,9 @@
 #include "message/clsMessage.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <cmath>
 #include <cstdlib>
-#include <fcntl.h>
 #include <set>
-#include <unistd.h>
 
 namespace corva {
 
@@ -633,8 +630,7 @@ float frmGetMail::listedSize(long number) const {
 
 void frmGetMail::onRetrText(const std::string& data) {
     if (TempFileHandle_ == 0) openTempFile();
-    if (!data.empty() && std::fwrite(data.data(), 1, data.size(), tempFile_) != data.size())
-        throw RunError(Err::DeviceIO);
+    if (!data.empty() && !tempFile_->write(data)) throw RunError(Err::DeviceIO);
     BytesReceived_ += static_cast<int64_t>(data.size());
 
     // Only the tail is kept, to see the terminator even when it is split
@@ -774,14 +770,9 @@ void frmGetMail::openTempFile() {
     // complete. Emptying a file just written makes the file system flush it
     // first, and making a new one costs a directory update: either is a disk
     // wait per message. A leftover we may not write to is replaced.
-    int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0666);
-    if (fd < 0 && errno == EACCES && ::unlink(path.c_str()) == 0)
-        fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0666);
-    tempFile_ = fd < 0 ? nullptr : ::fdopen(fd, "wb");
-    if (!tempFile_) {
-        if (fd >= 0) ::close(fd);
-        throw RunError(Err::PathNotFound);
-    }
+    platform::FileResult opened;
+    tempFile_ = platform::current().files().openOverwrite(path, opened);
+    if (!tempFile_) throw RunError(Err::PathNotFound);
     openFileNumbers().insert(h);
     TempFileHandle_ = static_cast<int16_t>(h);
     LogAction("Saving to " + path + " (File handle: " + Str(h) + ")");
@@ -791,10 +782,8 @@ void frmGetMail::closeTempFile(bool remove) {
     bool cut = true;
     if (tempFile_) {
         // What an earlier, longer message left behind the end goes.
-        cut = remove || (std::fflush(tempFile_) == 0 &&
-                         ::ftruncate(::fileno(tempFile_), ::ftello(tempFile_)) == 0);
-        std::fclose(tempFile_);
-        tempFile_ = nullptr;
+        cut = tempFile_->finish().ok() || remove;
+        tempFile_.reset();
     }
     if (TempFileHandle_ != 0) {
         if (remove) EraseFile(tempFilePath(TempFileHandle_));

@@ -180,7 +180,7 @@ private:
     int16_t MessagesHandled_ = 0;
     int16_t SpecificNumber_ = 0;
     int16_t TempFileHandle_ = 0;
-    std::FILE* tempFile_ = nullptr;
+    std::unique_ptr<platform::OutputFile> tempFile_;
     std::vector<std::string> ListLines_;
 
     // Kept from one data event to the next.

@@ -16,11 +16,8 @@
 #include "store/modTags.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <cstdio>
 #include <cstring>
-#include <fcntl.h>
-#include <unistd.h>
 
 namespace corva {
 
@@ -37,12 +34,9 @@ std::string accountPrefix(int account) {
 // Creates the file only if it is not there; true when this call made it,
 // false when it was there already.
 bool createExclusively(const std::string& path) {
-    int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
-    if (fd < 0) {
-        if (errno == EEXIST) return false;
-        throw RunError(Err::PathFileAccess, "Cannot write " + path + ": " + std::strerror(errno));
-    }
-    ::close(fd);
+    const platform::FileResult made = platform::current().files().createExclusive(path);
+    if (made.error == platform::FileError::Exists) return false;
+    if (!made) throw RunError(Err::PathFileAccess, "Cannot write " + path + ": " + made.detail);
     return true;
 }
 
