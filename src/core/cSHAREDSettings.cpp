@@ -264,11 +264,27 @@ void cSHAREDSettings::DeleteFromSetByIndex(const std::string& setName, int index
     StoreSetting(setName + "_INDEX", last - 1);
 }
 
+std::vector<int> cSHAREDSettings::presentInSet(const std::string& setName, int from,
+                                               int last) const {
+    const std::string prefix = UCase(setName + "_");
+    std::vector<int> found;
+    for (const cSHAREDSetting& item : items_) {
+        const std::string& key = item.KeyName;
+        if (key.size() <= prefix.size() || key.compare(0, prefix.size(), prefix) != 0) continue;
+        const std::string digits = key.substr(prefix.size());
+        // Only the form setKey writes: no sign, no leading zero, within an int.
+        if (digits.size() > 9 || digits[0] == '0' ||
+            digits.find_first_not_of("0123456789") != std::string::npos)
+            continue;
+        const int k = std::stoi(digits);
+        if (k >= from && k <= last) found.push_back(k);
+    }
+    std::sort(found.begin(), found.end());
+    return found;
+}
+
 void cSHAREDSettings::DeleteFromSetByValue(const std::string& setName, const std::string& value) {
-    int last = LastIndexInSet(setName);
-    for (int k = 1; k <= last; ++k) {
-        int position = 0;
-        if (SettingPresent(UCase(setKey(setName, k)), position) < 0) continue;
+    for (int k : presentInSet(setName, 1, LastIndexInSet(setName))) {
         if (isequal(RetrieveSetting(setKey(setName, k), "").toText(), value, true)) {
             DeleteFromSetByIndex(setName, k);
             return;
@@ -283,17 +299,14 @@ bool cSHAREDSettings::ReadIDFromSet(const std::string& setName, std::string& pre
     int n = previousId.empty() || underscore == std::string::npos
                 ? 0
                 : static_cast<int>(Val(previousId.substr(underscore + 1)));
-    int last = LastIndexInSet(setName);
-    for (int k = n + 1; k <= last; ++k) {
-        int position = 0;
-        if (SettingPresent(UCase(setKey(setName, k)), position) > 0) {
-            id = setKey(setName, k);
-            previousId = id;
-            return true;
-        }
+    const std::vector<int> present = presentInSet(setName, n + 1, LastIndexInSet(setName));
+    if (present.empty()) {
+        id.clear();
+        return false;
     }
-    id.clear();
-    return false;
+    id = setKey(setName, present.front());
+    previousId = id;
+    return true;
 }
 
 bool cSHAREDSettings::ReadFromSet(const std::string& setName, std::string& previousId,
@@ -308,13 +321,7 @@ bool cSHAREDSettings::ReadFromSet(const std::string& setName, std::string& previ
 }
 
 int cSHAREDSettings::SetCount(const std::string& setName) const {
-    int count = 0;
-    int last = LastIndexInSet(setName);
-    for (int k = 1; k <= last; ++k) {
-        int position = 0;
-        if (SettingPresent(UCase(setKey(setName, k)), position) > 0) ++count;
-    }
-    return count;
+    return static_cast<int>(presentInSet(setName, 1, LastIndexInSet(setName)).size());
 }
 
 } // namespace corva

@@ -57,6 +57,10 @@ public:
     int SetCount(const std::string& setName) const;
 
 private:
+    // The indexes from..last whose member is stored, in order. A damaged
+    // NAME_INDEX can hold any number, so the stored keys are walked, never
+    // the numbers up to it.
+    std::vector<int> presentInSet(const std::string& setName, int from, int last) const;
     void add(const std::string& key, const Variant& value);
     std::string fileText() const;
     std::vector<cSHAREDSetting> items_;
