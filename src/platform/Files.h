@@ -27,6 +27,7 @@ enum class FileError {
     BadName,   // a name too long or otherwise not allowed
     Exists,    // createExclusive found the file there
     WritesOff, // this process was told to write nothing (a read-only command)
+    NotAFile,  // readFile found a FIFO, a device or a folder
     Other,
 };
 
@@ -60,9 +61,22 @@ struct LockAttempt {
     FileResult result;
 };
 
+// What readFile found: the bytes read, the file's whole length and when it
+// was last written (seconds since 1970).
+struct FileContents {
+    std::string bytes;
+    long long length = 0;
+    long long modified = 0;
+};
+
 class Files {
 public:
     virtual ~Files() = default;
+
+    // Reads the first limit bytes (all when negative) of a regular file. A
+    // FIFO or device named like a message is refused without waiting on it.
+    virtual FileResult readFile(const std::string& path, long long limit,
+                                FileContents& contents) = 0;
 
     // Replaces the file with exactly these bytes: a temporary file in the same
     // folder (owner-only), written in slices of a megabyte, taken towards the

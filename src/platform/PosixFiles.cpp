@@ -244,6 +244,31 @@ public:
         return std::make_unique<PosixOutputFile>(file);
     }
 
+    FileResult readFile(const std::string& path, long long limit, FileContents& contents) override {
+        contents = {};
+        int fd = ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+        if (fd < 0) return failure(errno, "open " + path);
+        struct stat st;
+        if (::fstat(fd, &st) != 0 || !S_ISREG(st.st_mode)) {
+            ::close(fd);
+            return {FileError::NotAFile, path + " is not a regular file"};
+        }
+        contents.length = static_cast<long long>(st.st_size);
+        contents.modified = static_cast<long long>(st.st_mtim.tv_sec);
+        long long want = limit >= 0 && contents.length > limit ? limit : contents.length;
+        contents.bytes.resize(static_cast<size_t>(want));
+        long long done = 0;
+        while (done < want) {
+            ssize_t n = ::read(fd, contents.bytes.data() + done, static_cast<size_t>(want - done));
+            if (n < 0 && errno == EINTR) continue;
+            if (n <= 0) break;
+            done += n;
+        }
+        ::close(fd);
+        contents.bytes.resize(static_cast<size_t>(done));
+        return {};
+    }
+
     FileResult createExclusive(const std::string& path) override {
         if (!writesAllowed()) return writesOff(path);
         int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);

@@ -5,15 +5,12 @@
 #include "core/FileSubs.h"
 #include "core/Strings.h"
 #include "core/mSHAREDLogging.h"
+#include "platform/Platform.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <cmath>
-#include <cstring>
-#include <dirent.h>
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
+#include <ctime>
+#include <filesystem>
 
 namespace corva {
 
@@ -21,32 +18,21 @@ namespace {
 
 const char* kModule = "modMessageFiles";
 
-// Reads up to limit bytes (all when negative). Non-blocking open, so a FIFO
-// or device named like a message can't hang the folder.
+// Reads up to limit bytes (all when negative). A FIFO or device named like a
+// message can't hang the folder: the platform refuses it without waiting.
 bool readBytes(const std::string& path, long long limit, std::string& text, long long& length,
                DateTime& written) {
-    int fd = ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
-    if (fd < 0)
-        throw RunError(errno == EACCES ? Err::PermissionDenied : Err::PathFileAccess,
-                       path + ": " + std::strerror(errno));
-    struct stat st;
-    if (::fstat(fd, &st) != 0 || !S_ISREG(st.st_mode)) {
-        ::close(fd);
+    platform::FileContents contents;
+    const platform::FileResult read = platform::current().files().readFile(path, limit, contents);
+    if (read.error == platform::FileError::NotAFile)
         throw RunError(Err::BadFileName, path + " is not a message file");
-    }
-    length = static_cast<long long>(st.st_size);
-    written = DateTime::fromTimeT(st.st_mtim.tv_sec);
-    long long want = limit >= 0 && length > limit ? limit : length;
-    text.resize(static_cast<size_t>(want));
-    long long done = 0;
-    while (done < want) {
-        ssize_t n = ::read(fd, text.data() + done, static_cast<size_t>(want - done));
-        if (n < 0 && errno == EINTR) continue;
-        if (n <= 0) break;
-        done += n;
-    }
-    ::close(fd);
-    text.resize(static_cast<size_t>(done));
+    if (!read)
+        throw RunError(read.error == platform::FileError::Access ? Err::PermissionDenied
+                                                                 : Err::PathFileAccess,
+                       read.detail);
+    length = contents.length;
+    written = DateTime::fromTimeT(static_cast<std::time_t>(contents.modified));
+    text = std::move(contents.bytes);
     return true;
 }
 
@@ -58,8 +44,9 @@ void writeExactly(const std::string& path, const std::string& text) {
 }
 
 bool isFile(const std::string& path) {
-    struct stat st;
-    return ::lstat(path.c_str(), &st) == 0 && !S_ISDIR(st.st_mode);
+    std::error_code ec;
+    const auto status = std::filesystem::symlink_status(path, ec);
+    return std::filesystem::exists(status) && !std::filesystem::is_directory(status);
 }
 
 } // namespace
@@ -68,13 +55,15 @@ std::shared_ptr<clsMessage> readmessage(const std::string& rawPath, bool headerO
     auto message = std::make_shared<clsMessage>();
     guarded("readmessage", kModule, [&] {
         std::string path = ResolvePath(rawPath);
-        struct stat st;
-        if (::stat(path.c_str(), &st) != 0) {
+        std::error_code ec;
+        const auto status = std::filesystem::status(path, ec);
+        if (!std::filesystem::exists(status)) {
             // A link to nothing is listed like a message but can't be one.
-            if (::lstat(path.c_str(), &st) == 0) throw RunError(Err::FileNotFound, path);
+            if (std::filesystem::exists(std::filesystem::symlink_status(path, ec)))
+                throw RunError(Err::FileNotFound, path);
             return;
         }
-        if (S_ISDIR(st.st_mode)) return;
+        if (std::filesystem::is_directory(status)) return;
 
         std::string text;
         long long length = 0;
@@ -129,17 +118,19 @@ void savemessage(const clsMessage& message) {
                 std::find(others.begin(), others.end(), other) == others.end())
                 others.push_back(other);
         if (others.empty()) {
-            if (DIR* dir = ::opendir(folder.c_str())) {
-                while (dirent* e = ::readdir(dir))
-                    if (EqualsNoCase(e->d_name, name) && isFile(folder + e->d_name))
-                        others.push_back(e->d_name);
-                ::closedir(dir);
+            std::error_code ec;
+            for (const auto& entry : std::filesystem::directory_iterator(folder, ec)) {
+                const std::string found = entry.path().filename().string();
+                if (EqualsNoCase(found, name) && isFile(folder + found)) others.push_back(found);
             }
         }
         if (!empty) writeExactly(folder + name, raw);
         // They go only once the new text is safely written.
         for (const std::string& other : others)
-            if (empty || other != name) ::unlink((folder + other).c_str());
+            if (empty || other != name) {
+                std::error_code ec;
+                std::filesystem::remove(folder + other, ec);
+            }
     });
 }
 
