@@ -1,7 +1,6 @@
 #include "cycle/modScannerCommands.h"
 
 #include "core/Account.h"
-#include "core/AppInfo.h"
 #include "core/FileSubs.h"
 #include "core/Globals.h"
 #include "core/Strings.h"
