@@ -2,7 +2,7 @@ cmake_minimum_required(VERSION 3.25)
 # Keeps the logic behind src/platform. CHECK=qt: no Qt header outside
 # src/platform/qt, src/ui and src/app. CHECK=os: no operating-system or OpenSSL
 # header in a logic folder; those facilities are platform interfaces.
-set(logic core message store pop3 smtp filters bayes contacts cycle tools tickets reminders
+set(logic core message store pop3 smtp filters bayes contacts mailer cycle tools tickets reminders
     updates localise instance)
 list(JOIN logic "|" logicAlternatives)
 file(GLOB_RECURSE files ${SRC}/*.h ${SRC}/*.cpp)
