@@ -4,6 +4,7 @@
 #pragma once
 
 #include <string>
+#include <utility>
 
 namespace corva {
 
@@ -33,6 +34,30 @@ public:
     bool checked(bool ifMissing = true) const;
     // Time out after the last message; a missing key as for checked.
     bool stopAtLast(bool ifMissing = true) const;
+
+    // Connection security of either server: 0 none (the dialogue as it
+    // always was), 1 TLS from the first byte, 2 STLS or STARTTLS. Keys
+    // POPSECURITY and SMTPSECURITY; missing or unknown values are 0.
+    enum Security { Plain = 0, Implicit = 1, StartTls = 2 };
+    int popSecurity() const;
+    int smtpSecurity() const;
+    // The ports each choice usually takes.
+    static int usualPopPort(int security) { return security == Implicit ? 995 : 110; }
+    static int usualSmtpPort(int security) {
+        return security == Implicit ? 465 : security == StartTls ? 587 : 25;
+    }
+    // A server setting "host:port" names its port; a plain host (or a bare
+    // IPv6 address) takes the default.
+    static std::pair<std::string, int> hostAndPort(const std::string& setting, int defaultPort);
+    // Where the POP3 session connects: the port of host:port, else the usual one.
+    std::pair<std::string, int> popAddress() const;
+    // Where mail goes out: the port of host:port, else SMTPPort, else the usual one.
+    std::pair<std::string, int> smtpAddress() const;
+
+    // The certificate fingerprint the user trusted for a server ("POP" or
+    // "SMTP"), or "" when none is trusted for the host and port now set.
+    std::string trustedCertificate(const std::string& role) const;
+    void setTrustedCertificate(const std::string& role, const std::string& fingerprint) const;
 
     std::string smtpServer() const;
     int smtpPort() const; // 25 unless set

@@ -155,6 +155,14 @@ struct Platform::Defaults {
     SilentSpeech speech;
 };
 
+std::string describeCertificate(const CertificateInfo& c) {
+    std::string text = "Subject: " + c.subject + "\nIssuer: " + c.issuer + "\nValid from " +
+                       c.validFrom + " to " + c.validUntil +
+                       "\nSHA-256 fingerprint: " + c.fingerprint;
+    if (!c.problems.empty()) text += "\nProblems: " + c.problems;
+    return text;
+}
+
 Answer cautiousAnswer(Buttons buttons) {
     switch (buttons) {
     case Buttons::Ok:

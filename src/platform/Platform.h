@@ -11,6 +11,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "platform/TextDecoder.h"
 
@@ -30,7 +31,24 @@ constexpr int ConnectionRefused = 10061;
 constexpr int NotConnected = 10057;
 constexpr int AddressInUse = 10048;
 constexpr int Unknown = 10000;
+// The secure channel could not be set up (handshake, protocol).
+constexpr int SecureChannel = 10900;
+// The peer's certificate was not accepted; peerCertificate() tells which.
+constexpr int CertificateRejected = 10901;
 } // namespace SocketError
+
+// What a person needs to decide about a server's certificate.
+struct CertificateInfo {
+    std::string subject;
+    std::string issuer;
+    std::string validFrom; // "yyyy-mm-dd hh:nn:ss" UTC
+    std::string validUntil;
+    // SHA-256 of the DER form, upper-case hex pairs joined by colons.
+    std::string fingerprint;
+    // Why verification failed, one reason per line; empty when it passed.
+    std::string problems;
+    bool empty() const { return fingerprint.empty(); }
+};
 
 // Socket states as the logic tests them.
 namespace SocketState {
@@ -56,6 +74,9 @@ public:
         (void)bytesRemaining;
     }
     virtual void socketSendComplete() {}
+    // The secure channel stands: from the first byte (connectSecure) or after
+    // startSecure. Data events before it were plain, after it are decrypted.
+    virtual void socketSecured() {}
 };
 
 class Socket {
@@ -78,6 +99,25 @@ public:
     // Hands what is queued to the network now instead of at the next event
     // pass; a request-reply dialogue saves one pass per command.
     virtual void flush() {}
+
+    // Certificates with these fingerprints are accepted for this socket even
+    // when they fail verification (the user trusted them).
+    virtual void setTrustedFingerprints(const std::vector<std::string>& fingerprints) {
+        (void)fingerprints;
+    }
+    // Connects and sets up TLS before any data; connected and secured events
+    // follow the handshake. The certificate must be valid for peerName. A
+    // socket without TLS does nothing here, and the caller's time-out ends it.
+    virtual void connectSecure(const std::string& host, int port, const std::string& peerName) {
+        (void)host;
+        (void)port;
+        (void)peerName;
+    }
+    // Starts TLS on the open connection (after STLS or STARTTLS was accepted).
+    virtual void startSecure(const std::string& peerName) { (void)peerName; }
+    virtual bool isSecure() const { return false; }
+    // The certificate the server presented on the last handshake, with its problems.
+    virtual CertificateInfo peerCertificate() const { return {}; }
 };
 
 class Timer {
@@ -125,7 +165,18 @@ public:
     virtual std::optional<std::string> inputBox(const std::string& prompt, const std::string& title,
                                                 const std::string& defaultText) = 0;
     virtual void setCursor(Cursor cursor) = 0;
+    // Shows a certificate that failed verification and asks whether to trust
+    // it for this server from now on. Nobody asked means no: a command never
+    // trusts silently.
+    virtual bool trustCertificate(const std::string& server, const CertificateInfo& certificate) {
+        (void)server;
+        (void)certificate;
+        return false;
+    }
 };
+
+// The certificate as a person reads it, one fact per line.
+std::string describeCertificate(const CertificateInfo& certificate);
 
 class Clock {
 public:

@@ -103,22 +103,7 @@ void frmGetMail::setRuleChecks(MessageCheck* serverRules, MessageCheck* localRul
 }
 
 std::pair<std::string, int> frmGetMail::serverAddress(const std::string& setting) {
-    std::string host = Trim(setting);
-    size_t colon = host.rfind(':');
-    // Only one colon (or a bracketed address before it) makes a port: a bare
-    // IPv6 address is all host.
-    bool bracketed = !host.empty() && host[0] == '[' && colon != std::string::npos && colon > 0 &&
-                     host[colon - 1] == ']';
-    if (colon == std::string::npos || (!bracketed && host.find(':') != colon))
-        return {host, DefaultPort};
-    std::string portText = host.substr(colon + 1);
-    bool digits = !portText.empty() && portText.size() <= 5 &&
-                  portText.find_first_not_of("0123456789") == std::string::npos;
-    int port = digits ? std::stoi(portText) : 0;
-    if (port < 1 || port > 65535) return {host, DefaultPort};
-    host.erase(colon);
-    if (bracketed) host = host.substr(1, host.size() - 2);
-    return {host, port};
+    return Account::hostAndPort(setting, DefaultPort);
 }
 
 std::string frmGetMail::tempFilePath(int handle) {
@@ -209,6 +194,7 @@ void frmGetMail::readAccounts() {
         active_[i] = account.checked();
         stopAtLast_[i] = account.stopAtLast();
         title_[i] = account.title();
+        security_[i] = account.popSecurity();
     }
 }
 
@@ -245,8 +231,16 @@ void frmGetMail::connectToServer(int account) {
     socket_->setLocalPort(0);
     SecondsWaited_ = 0;
     startTimer1();
-    auto [host, port] = serverAddress(server_[account]);
-    socket_->connect(host, port);
+    const Account settings(account);
+    auto [host, port] =
+        Account::hostAndPort(server_[account], Account::usualPopPort(security_[account]));
+    const std::string trusted = settings.trustedCertificate("POP");
+    socket_->setTrustedFingerprints(trusted.empty() ? std::vector<std::string>{}
+                                                    : std::vector<std::string>{trusted});
+    if (security_[account] == Account::Implicit)
+        socket_->connectSecure(host, port, host);
+    else
+        socket_->connect(host, port);
 }
 
 void frmGetMail::startTimer1() {
@@ -316,11 +310,61 @@ void frmGetMail::socketError(int number, const std::string& description) {
             endSession();
             events_->Finished();
             break;
+        case E::CertificateRejected:
+            certificateRefused();
+            break;
+        case E::SecureChannel:
+            Timer1_->setEnabled(false);
+            socket_->close();
+            events_->POPError(title() + ": " + description);
+            endSession();
+            events_->Finished();
+            break;
         default:
             // Deliberately nothing more: the timer runs on and the transfer ends by time-out.
             platform::current().prompts().messageBox("Error while connecting to server:\r\n[" +
                                                      Str(number) + "] " + description);
         }
+    });
+}
+
+void frmGetMail::certificateRefused() {
+    Timer1_->setEnabled(false);
+    const platform::CertificateInfo certificate = socket_->peerCertificate();
+    socket_->close();
+    const Account settings(account_);
+    const auto [host, port] = settings.popAddress();
+    const std::string server = host + ":" + Str(port);
+    const std::string trusted = settings.trustedCertificate("POP");
+    std::string text;
+    if (!trusted.empty()) {
+        // Trust was given to one certificate; a different one may be an impostor.
+        text = "The certificate of " + server +
+               " has changed since you trusted it, and is refused.\n" +
+               platform::describeCertificate(certificate);
+    } else if (!certificate.empty() &&
+               platform::current().prompts().trustCertificate(server, certificate)) {
+        settings.setTrustedCertificate("POP", certificate.fingerprint);
+        savesettings();
+        LogAction(title() + ": certificate " + certificate.fingerprint + " trusted for " + server);
+        state_ = StNew;
+        connectToServer(account_);
+        return;
+    } else {
+        text = "The certificate of " + server + " was not accepted.\n" +
+               platform::describeCertificate(certificate) +
+               "\nTo trust it: corva trust --account " + Str(account_ + 1);
+    }
+    RecordAction(text, "certificateRefused", Module);
+    events_->POPError(text);
+    endSession();
+    events_->Finished();
+}
+
+void frmGetMail::socketSecured() {
+    guarded("sckMail_Secured", Module, [&] {
+        LogAction(title() + ": secure connection established");
+        if (state_ == StStlsSent) sendUser();
     });
 }
 
@@ -339,7 +383,9 @@ void frmGetMail::send(const std::string& command) {
 // The dialogue.
 //
 //   state       waits for     on a good reply
-//   StNew       greeting      send USER                           -> StUserSent
+//   StNew       greeting      security 2: send STLS               -> StStlsSent
+//                             else send USER                      -> StUserSent
+//   StStlsSent  STLS reply    start TLS; once secured send USER   -> StUserSent
 //   StUserSent  USER reply    send PASS                           -> StPassSent
 //   StPassSent  PASS reply    send LIST                           -> StListSent
 //   StListSent  LIST text     gather to the dot line; send STAT   -> StStatSent
@@ -437,6 +483,9 @@ void frmGetMail::DataArrival(const std::string& data) {
     case StQuitSent:
         onQuitReply();
         break;
+    case StStlsSent:
+        onStlsReply();
+        break;
     }
 }
 
@@ -447,6 +496,21 @@ void frmGetMail::onGreeting() {
     MessageCount_ = 0;
     MessageNumber_ = 0;
     events_->Progress(connecting);
+    if (security_[account_] == Account::StartTls && !socket_->isSecure()) {
+        state_ = StStlsSent;
+        send("STLS");
+        LogAction("Sending STLS command");
+        return;
+    }
+    sendUser();
+}
+
+void frmGetMail::onStlsReply() {
+    // Nothing more goes out until the handshake is done: socketSecured sends USER.
+    socket_->startSecure(socket_->remoteHost());
+}
+
+void frmGetMail::sendUser() {
     state_ = StUserSent;
     send("USER " + userName_[account_]);
     LogAction("Sending USER command");

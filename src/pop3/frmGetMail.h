@@ -79,7 +79,8 @@ public:
         StTopSent = 5,
         StRetrSent = 6,
         StDeleSent = 7,
-        StQuitSent = 8
+        StQuitSent = 8,
+        StStlsSent = 9
     };
 
     frmGetMail();
@@ -123,10 +124,16 @@ private:
 
     void socketDataArrival(const std::string& data) override;
     void socketError(int number, const std::string& description) override;
+    void socketSecured() override;
+    // A certificate the socket refused: trusted now by the user (and the
+    // session starts again), or the transfer ends with a text that says why.
+    void certificateRefused();
     void DataArrival(const std::string& data);
 
     // One function per state of the dialogue.
     void onGreeting();
+    void onStlsReply();
+    void sendUser();
     void onUserReply();
     void onPassReply();
     void onListText(const std::string& data);
@@ -169,6 +176,7 @@ private:
     std::array<bool, AccountCount> active_{};
     std::array<bool, AccountCount> stopAtLast_{};
     std::array<std::string, AccountCount> title_;
+    std::array<int, AccountCount> security_{};
 
     // Transfer state. The 16-bit widths are those the dialogue has always had.
     Mode mode_ = NoMode;

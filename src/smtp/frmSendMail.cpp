@@ -12,6 +12,7 @@
 #include "core/mSHAREDLogging.h"
 #include "core/mSHAREDSettings.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
@@ -88,9 +89,11 @@ void frmSendMail::Initialise(int account) {
     guarded("Initialise", Module, [&] {
         const Account settings(account);
         account_ = account;
-        host_ = settings.smtpServer();
+        const auto [host, port] = settings.smtpAddress();
+        host_ = host;
+        security_ = settings.smtpSecurity();
         port_ = static_cast<int32_t>(sget("RemotePort", 25).toLong());
-        if (port_ == 25) port_ = settings.smtpPort();
+        if (port_ == 25) port_ = port;
         connectTimeout_ = static_cast<int32_t>(sget("ConnectTimeout", 10).toLong());
         connectRetry_ = static_cast<int32_t>(sget("ConnectRetry", 3).toLong());
         messageTimeout_ = static_cast<int32_t>(sget("MessageTimeout", 60).toLong());
@@ -636,8 +639,18 @@ void frmSendMail::socketClosed() {
     closedByServer_ = true;
 }
 
+void frmSendMail::socketSecured() {
+    secured_ = true;
+}
+
 void frmSendMail::socketError(int number, const std::string& description) {
     guarded("sckMail_Error", Module, [&] {
+        if (number == platform::SocketError::CertificateRejected) {
+            // The connection attempt decides: the user may still trust it.
+            certificateRefused_ = true;
+            closedByServer_ = true;
+            return;
+        }
         adderror(description.empty() ? "Socket error " + Str(number) : description);
         failsoon();
     });
@@ -699,6 +712,12 @@ void frmSendMail::socketDataArrival(const std::string& data) {
             }
         }
         pendingReply_.erase(0, start);
+        if (pairing_) {
+            for (const std::string& reply : replies)
+                replies_.push_back({static_cast<int>(Val(Left(reply, 3))), reply});
+            replyQueued_ = !replies_.empty();
+            return;
+        }
         for (size_t i = 0; i < replies.size(); ++i) {
             const std::string& reply = replies[i];
             int code = static_cast<int>(Val(Left(reply, 3)));
@@ -706,6 +725,7 @@ void frmSendMail::socketDataArrival(const std::string& data) {
             // challenge goes unanswered.
             if (code == 334 && i + 1 < replies.size() && StartsWith(replies[i + 1], "235")) {
                 loggedIn_ = true;
+                loginDone_ = true;
                 ++i;
                 continue;
             }
@@ -730,6 +750,7 @@ void frmSendMail::onReply(int code, const std::string& whole, const std::string&
         break;
     case 235:
         loggedIn_ = true;
+        loginDone_ = true;
         break;
     case 334:
         onAuthChallenge(text);
@@ -741,6 +762,13 @@ void frmSendMail::onReply(int code, const std::string& whole, const std::string&
     case 214:
         break;
     default:
+        if (legacyLogin_) {
+            // Refused: the standard login on a new connection gets its chance.
+            LogAction("Login refused: " + text);
+            loginRefused_ = true;
+            loginDone_ = true;
+            break;
+        }
         adderror(text);
         failsoon();
         break;
@@ -753,6 +781,7 @@ void frmSendMail::onAuthChallenge(const std::string& text) {
     std::vector<std::string> lines = Split(text, CRLF);
     if (lines.size() > 1 && StartsWith(lines[1], "235")) {
         loggedIn_ = true;
+        loginDone_ = true;
         return;
     }
     std::string challenge = decodebase64string(lines[0]);
@@ -815,6 +844,7 @@ bool frmSendMail::connecttohost() {
     aborted_ = false;
     int state = sckMail_->state();
     if (state == SocketState::Connected) return true;
+    if (security_ != 0) return pairedConnect();
     closedByServer_ = false;
     if (state == SocketState::Closed) {
         connected_ = false;
@@ -849,7 +879,21 @@ bool frmSendMail::connecttohost() {
         if (waituntiltrue(loginOffered_, 5, false)) {
             raiseStatus("Sending Login Authentication...");
             sendText(std::string("AUTH LOGIN") + CRLF);
-            if (!waituntiltrue(loggedIn_, 5, false)) {
+            legacyLogin_ = true;
+            loginRefused_ = false;
+            loginDone_ = loggedIn_;
+            waituntiltrue(loginDone_, 5, false);
+            legacyLogin_ = false;
+            if (loginRefused_ && !loggedIn_) {
+                // Most servers refuse the exchange as written (the empty lines):
+                // one new connection tries the standard login.
+                LogAction("The server refused the login; trying the standard login on a new "
+                          "connection");
+                sckMail_->close();
+                connected_ = false;
+                return pairedConnect();
+            }
+            if (!loggedIn_) {
                 // No error and the socket stays up: the caller hears of it by the result.
                 raiseStatus("Host Login Failed!");
                 return false;
@@ -861,6 +905,200 @@ bool frmSendMail::connecttohost() {
         }
     }
     return true;
+}
+
+// The paired dialogue, for TLS and for the standard login:
+//
+//   step        sends                          wants    on anything else
+//   connect     (TLS first with security 1)    secured  refused certificate: ask, else fail
+//   greeting    -                              220      fail with the reply
+//   hello       EHLO <domain>                  250      fail
+//   starttls    STARTTLS (security 2)          220      fail ("refuses STARTTLS")
+//   handshake   -                              secured  fail
+//   hello again EHLO <domain>                  250      fail
+//   login       AUTH PLAIN, else AUTH LOGIN    235      fail ("Host Login Failed!")
+//
+// Every reply is taken by the step that sent its command; after the login the
+// flags take over for the transfer, one reply per command.
+bool frmSendMail::pairedConnect() {
+    for (int attempt = 0; attempt < 2; ++attempt) {
+        const bool implicitTls = security_ == 1;
+        if (!openConnection(implicitTls)) {
+            if (certificateRefused_ && attempt == 0 && certificateTrusted()) continue;
+            if (certificateRefused_) {
+                const platform::CertificateInfo c = sckMail_->peerCertificate();
+                const std::string trusted = Account(account_).trustedCertificate("SMTP");
+                const std::string server = host_ + ":" + Str(port_);
+                std::string why = trusted.empty()
+                                      ? "The certificate of " + server + " was not accepted.\n" +
+                                            platform::describeCertificate(c) +
+                                            "\nTo trust it: corva trust --account " +
+                                            Str(account_ + 1)
+                                      : "The certificate of " + server +
+                                            " has changed since you trusted it, and is refused.\n" +
+                                            platform::describeCertificate(c);
+                return pairedFail(why);
+            }
+            if (aborted_) return false;
+            return pairedFail(closedByServer_ ? "The SMTP Host closed the connection"
+                                              : "Timeout occurred: The SMTP Host did not "
+                                                "respond to the request");
+        }
+        break;
+    }
+    const std::string domain = Mid(from_, InStr(from_, "@") + 1);
+    raiseStatus("Initialising Communications...");
+    auto fails = [&](const std::optional<Reply>& r, int want, const std::string& what) {
+        if (r && r->code == want) return false;
+        std::string text = r ? Trim(Mid(r->text, 5)) : "";
+        if (!r)
+            text = closedByServer_ ? "The SMTP Host closed the connection"
+                                   : "Timeout occurred: The SMTP Host did not respond to the "
+                                     "request";
+        else if (!what.empty())
+            text = what + ": " + text;
+        pairedFail(text);
+        return true;
+    };
+    std::optional<Reply> r = exchange("", connectTimeout_);
+    if (fails(r, 220, "")) return false;
+    r = exchange("EHLO " + domain, connectTimeout_);
+    if (fails(r, 250, "")) return false;
+    if (security_ == 2 && !sckMail_->isSecure()) {
+        if (InStrNoCase(r->text, "STARTTLS") == 0)
+            return pairedFail("The server does not offer STARTTLS");
+        r = exchange("STARTTLS", connectTimeout_);
+        if (fails(r, 220, "The server refuses STARTTLS")) return false;
+        secured_ = false;
+        certificateRefused_ = false;
+        sckMail_->startSecure(host_);
+        if (!waituntiltrue(secured_, connectTimeout_, false)) {
+            if (certificateRefused_ && certificateTrusted()) return pairedConnect();
+            return pairedFail(certificateRefused_
+                                  ? "The certificate of " + host_ + ":" + Str(port_) +
+                                        " was not accepted.\n" +
+                                        platform::describeCertificate(sckMail_->peerCertificate()) +
+                                        "\nTo trust it: corva trust --account " + Str(account_ + 1)
+                                  : "The secure connection failed");
+        }
+        r = exchange("EHLO " + domain, connectTimeout_);
+        if (fails(r, 250, "")) return false;
+    }
+    if (useAuthentication_ && !standardLogin(r->text)) return false;
+    pairing_ = false;
+    replies_.clear();
+    authParameter_ = false;
+    return true;
+}
+
+bool frmSendMail::openConnection(bool secureFromStart) {
+    pairing_ = true;
+    replies_.clear();
+    replyQueued_ = false;
+    pendingReply_.clear();
+    outgoing_.clear();
+    connected_ = false;
+    secured_ = false;
+    closedByServer_ = false;
+    certificateRefused_ = false;
+    loggedIn_ = false;
+    raiseStatus("Connecting to Server...");
+    const std::string trusted = Account(account_).trustedCertificate("SMTP");
+    sckMail_->setTrustedFingerprints(trusted.empty() ? std::vector<std::string>{}
+                                                     : std::vector<std::string>{trusted});
+    for (int attempt = 0; attempt < connectRetry_; ++attempt) {
+        if (sckMail_->state() != platform::SocketState::Closed) sckMail_->close();
+        closedByServer_ = false;
+        if (secureFromStart)
+            sckMail_->connectSecure(host_, port_, host_);
+        else
+            sckMail_->connect(host_, port_);
+        if (waituntiltrue(connected_, connectTimeout_, false)) return true;
+        if (aborted_ || certificateRefused_) break;
+    }
+    return false;
+}
+
+bool frmSendMail::certificateTrusted() {
+    const platform::CertificateInfo c = sckMail_->peerCertificate();
+    const Account settings(account_);
+    if (c.empty() || !settings.trustedCertificate("SMTP").empty()) return false;
+    if (!platform::current().prompts().trustCertificate(host_ + ":" + Str(port_), c)) return false;
+    settings.setTrustedCertificate("SMTP", c.fingerprint);
+    savesettings();
+    LogAction("Certificate " + c.fingerprint + " trusted for " + host_ + ":" + Str(port_));
+    return true;
+}
+
+std::optional<frmSendMail::Reply> frmSendMail::exchange(const std::string& command, int seconds) {
+    if (!command.empty()) sendText(command + CRLF);
+    replyQueued_ = !replies_.empty();
+    if (!replyQueued_ && !waituntiltrue(replyQueued_, seconds, false)) return std::nullopt;
+    if (replies_.empty()) return std::nullopt;
+    Reply reply = replies_.front();
+    replies_.pop_front();
+    replyQueued_ = !replies_.empty();
+    if (EndsWith(reply.text, CRLF)) reply.text.resize(reply.text.size() - 2);
+    return reply;
+}
+
+bool frmSendMail::pairedFail(const std::string& text) {
+    pairing_ = false;
+    replies_.clear();
+    if (failPending_ && !errors_.empty()) {
+        sendfail();
+        return false;
+    }
+    errors_.clear();
+    adderror(text);
+    sendfail();
+    return false;
+}
+
+std::vector<std::string> frmSendMail::offeredMechanisms(const std::string& ehloReply) {
+    std::vector<std::string> found;
+    for (const std::string& line : Split(ehloReply, CRLF)) {
+        if (line.size() < 4) continue;
+        std::string rest = UCase(Trim(line.substr(4)));
+        if (!StartsWith(rest, "AUTH ") && !StartsWith(rest, "AUTH=")) continue;
+        for (const std::string& word : Split(rest.substr(5), " "))
+            if (!word.empty()) found.push_back(word);
+    }
+    return found;
+}
+
+// AUTH PLAIN when offered, else AUTH LOGIN; each answer on one line of its own.
+bool frmSendMail::standardLogin(const std::string& ehloReply) {
+    auto oneLine = [](const std::string& bytes) {
+        return Replace(encodebase64byte(bytes), CRLF, "");
+    };
+    const std::vector<std::string> offered = offeredMechanisms(ehloReply);
+    auto offers = [&](const char* m) {
+        return std::find(offered.begin(), offered.end(), m) != offered.end();
+    };
+    std::optional<Reply> r;
+    if (offers("PLAIN")) {
+        raiseStatus("Sending Login Authentication...");
+        r = exchange("AUTH PLAIN " + oneLine(std::string(1, '\0') + username_ +
+                                             std::string(1, '\0') + password_),
+                     connectTimeout_);
+    } else if (offers("LOGIN")) {
+        raiseStatus("Sending Login Authentication...");
+        r = exchange("AUTH LOGIN", connectTimeout_);
+        if (r && r->code == 334) r = exchange(oneLine(username_), connectTimeout_);
+        if (r && r->code == 334) r = exchange(oneLine(password_), connectTimeout_);
+    } else {
+        raiseStatus("Login Not Supported by Host, Continuing...");
+        return true;
+    }
+    if (r && r->code == 235) {
+        loggedIn_ = true;
+        raiseStatus("Host Login OK!");
+        return true;
+    }
+    raiseStatus("Host Login Failed!");
+    return pairedFail(r ? "Login refused: " + Trim(Mid(r->text, 5))
+                        : "Login failed: the server did not answer");
 }
 
 void frmSendMail::disconnectfromhost() {

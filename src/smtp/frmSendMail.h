@@ -5,7 +5,9 @@
 #include "platform/Platform.h"
 
 #include <cstdint>
+#include <deque>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -125,6 +127,12 @@ public:
     // The errors gathered since the last failure, in the order they came.
     const std::vector<std::string>& Errors() const { return errors_; }
     bool Aborted() const { return aborted_; }
+    // 0 plain, 1 TLS from the first byte, 2 STARTTLS (Account::Security);
+    // Initialise reads it from SMTPSECURITY.
+    int Security() const { return security_; }
+    void setSecurity(int security) { security_ = security; }
+    // The AUTH mechanisms an EHLO reply offers, upper case.
+    static std::vector<std::string> offeredMechanisms(const std::string& ehloReply);
 
 private:
     struct Transfer;
@@ -134,6 +142,24 @@ private:
     void socketDataArrival(const std::string& data) override;
     void socketError(int number, const std::string& description) override;
     void socketSendProgress(long long bytesSent, long long bytesRemaining) override;
+    void socketSecured() override;
+
+    // One complete reply, all its lines, with its code.
+    struct Reply {
+        int code = 0;
+        std::string text;
+    };
+    // The dialogue where each reply belongs to its command (TLS, and the
+    // standard login): the connection up to a logged-in session.
+    bool pairedConnect();
+    bool openConnection(bool secureFromStart);
+    // Sends a command (when given) and waits for its reply; empty when none came.
+    std::optional<Reply> exchange(const std::string& command, int seconds);
+    // A failure of the paired dialogue: the error, then the usual failure.
+    bool pairedFail(const std::string& text);
+    bool standardLogin(const std::string& ehloReply);
+    // The certificate was refused: the user may trust it (true: try again).
+    bool certificateTrusted();
 
     void onReply(int code, const std::string& whole, const std::string& text);
     void onAuthChallenge(const std::string& text);
@@ -218,6 +244,18 @@ private:
     std::string outgoing_;     // written at the next wait or event pass
     std::string pendingReply_; // the start of a reply whose last line is still to come
     float deadline_ = 0;
+
+    int security_ = 0;
+    // While set, replies queue for exchange() instead of setting the flags.
+    bool pairing_ = false;
+    std::deque<Reply> replies_;
+    bool replyQueued_ = false;
+    bool secured_ = false;
+    bool certificateRefused_ = false;
+    // The login as written was refused (only looked at while it runs).
+    bool legacyLogin_ = false;
+    bool loginRefused_ = false;
+    bool loginDone_ = false;
 };
 
 } // namespace corva

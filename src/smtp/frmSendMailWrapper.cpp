@@ -245,7 +245,7 @@ bool frmSendMailWrapper::connect(int account) {
             return false;
         }
         mail.setConnectTimeout(static_cast<int32_t>(sget("MailTimeout", 30).toLong()));
-        mail.setSMTPHost(server_);
+        mail.setSMTPHost(settings.smtpAddress().first);
         if (settings.smtpAuth()) {
             user_ = settings.smtpUserName();
             password_ = settings.smtpPassword();

@@ -35,8 +35,15 @@ public:
         return std::nullopt;
     }
     void setCursor(platform::Cursor) override {}
+    bool trustCertificate(const std::string& server,
+                          const platform::CertificateInfo& certificate) override {
+        trustQuestions.push_back(server + " " + certificate.fingerprint);
+        return trustAnswer;
+    }
 
     platform::PasswordReply passwordReply{"", true, false};
+    bool trustAnswer = false;
+    std::vector<std::string> trustQuestions;
     std::vector<std::string> messages;
     std::vector<std::string> passwordPrompts;
 };

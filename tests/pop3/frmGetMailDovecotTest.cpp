@@ -3,6 +3,7 @@
 #include "Pop3Harness.h"
 
 #include "support/DovecotServer.h"
+#include "support/TestCertificates.h"
 
 #include <chrono>
 #include <cmath>
@@ -140,6 +141,62 @@ TEST_F(DovecotTest, CancelAfterDeletingLosesTheDeletions) {
     ASSERT_TRUE(waitFinished(full, 10000));
     EXPECT_EQ(full.headers.size(), 0u);
     EXPECT_EQ(dovecot_->messageCount(user), 0);
+}
+
+} // namespace
+} // namespace corva::test
+
+namespace corva::test {
+namespace {
+
+// A real server that requires TLS: STLS on its usual port, TLS from the first
+// byte on the other; a wrong password is the server's refusal either way.
+class DovecotTlsTest : public Pop3Test {
+protected:
+    static void SetUpTestSuite() {
+        const auto& certs = TestCertificates::get();
+        if (DovecotServer::available() && certs.ok())
+            dovecot_ = std::make_unique<DovecotServer>(certs.good.chain, certs.good.key);
+    }
+    static void TearDownTestSuite() { dovecot_.reset(); }
+    void SetUp() override {
+        if (!dovecot_) GTEST_SKIP() << "Dovecot is not installed";
+        Pop3Test::SetUp();
+        pop.setListener(&log);
+    }
+    static std::unique_ptr<DovecotServer> dovecot_;
+    EventLog log;
+    frmGetMail pop;
+};
+
+std::unique_ptr<DovecotServer> DovecotTlsTest::dovecot_;
+
+TEST_F(DovecotTlsTest, RetrieveOverStlsAndImplicitTlsAndRefusedPassword) {
+    dovecot_->addUser("tls", "pw");
+    const struct {
+        int security;
+        int port;
+        const char* password;
+        int stored;
+    } cases[] = {{2, dovecot_->port(), "pw", 2},
+                 {1, dovecot_->securePort(), "pw", 1},
+                 {1, dovecot_->securePort(), "wrong", 0}};
+    int round = 0;
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.security);
+        log = EventLog();
+        dovecot_->clearMailbox("tls");
+        for (int i = 0; i < c.stored; ++i)
+            dovecot_->addMessage("tls", message("a@example.com", "Round " + std::to_string(round)));
+        ++round;
+        account(0, "localhost:" + std::to_string(c.port), "tls", c.password);
+        sset("POPSECURITY0", c.security);
+        pop.GetMessages(0, false, false);
+        ASSERT_TRUE(waitFinished(log, 10000)) << dovecot_->log();
+        EXPECT_EQ(log.messages.size(), static_cast<size_t>(c.stored)) << dovecot_->log();
+        EXPECT_EQ(log.saw("POPError: -ERR [AUTH] Authentication failed.\r\n"), c.stored == 0)
+            << ::testing::PrintToString(log.outline());
+    }
 }
 
 } // namespace

@@ -72,7 +72,9 @@ TEST_F(LoginTest, SuccessBehindTheChallengeInOneReadCountsAsLoggedIn) {
     EXPECT_EQ(fake.problems(), "");
 }
 
-TEST_F(LoginTest, UnknownChallengeIsCancelledAndRefusalFails) {
+// A refused login gets one more try, on a new connection, with the standard
+// exchange; its refusal is the failure.
+TEST_F(LoginTest, RefusedLoginTriesTheStandardExchangeOnceMore) {
     FakeServer fake({
         Say("220 fake ESMTP\r\n"),
         Expect("EHLO example.com\r\n"),
@@ -81,12 +83,23 @@ TEST_F(LoginTest, UnknownChallengeIsCancelledAndRefusalFails) {
         Say("334 V2hvIGFyZSB5b3U/\r\n"), // "Who are you?"
         Expect("\r\n*\r\n"),
         Say("535 5.7.8 Authentication cancelled\r\n"),
+        NextConnection(),
+        Say("220 fake ESMTP\r\n"),
+        Expect("EHLO example.com\r\n"),
+        Say("250-fake\r\n250 AUTH LOGIN\r\n"),
+        Expect("AUTH LOGIN\r\n"),
+        Say("334 VXNlcm5hbWU6\r\n"),
+        Expect("YW5u\r\n"),
+        Say("334 UGFzc3dvcmQ6\r\n"),
+        Expect("c2VjcmV0\r\n"),
+        Say("535 5.7.8 Authentication credentials invalid\r\n"),
         Expect("QUIT\r\n"),
         Say("221 bye\r\n"),
     });
     EXPECT_FALSE(connectAndQuit(fake));
     EXPECT_EQ(fake.problems(), "");
-    EXPECT_EQ(events_.failures, std::vector<std::string>{"5.7.8 Authentication cancelled"});
+    EXPECT_EQ(events_.failures,
+              std::vector<std::string>{"Login refused: 5.7.8 Authentication credentials invalid"});
 }
 
 TEST_F(LoginTest, LoginNotOfferedGoesOnWithout) {

@@ -87,7 +87,8 @@ bool DovecotServer::available() {
     return ::access(DovecotBinary, X_OK) == 0;
 }
 
-DovecotServer::DovecotServer() {
+DovecotServer::DovecotServer(const std::string& certificate, const std::string& key)
+    : certificate_(certificate), key_(key) {
     std::string pattern = (fs::temp_directory_path() / "corva-dovecot-XXXXXX").string();
     if (!mkdtemp(pattern.data())) throw std::runtime_error("DovecotServer: mkdtemp failed");
     root_ = pattern + "/";
@@ -109,6 +110,7 @@ DovecotServer::DovecotServer() {
 
     for (int attempt = 0; attempt < 3; ++attempt) {
         port_ = freePort();
+        securePort_ = certificate_.empty() ? 0 : freePort();
         writeConfig();
         // Everything the child needs is made before the fork: it may only exec.
         const std::string conf = root_ + "dovecot.conf";
@@ -164,8 +166,10 @@ void DovecotServer::writeConfig() {
          << "instance_name = corva-test-" << port_ << "\n"
          << "protocols = pop3\n"
          << "listen = 127.0.0.1\n"
-         << "ssl = no\n"
-         << "disable_plaintext_auth = no\n"
+         << (certificate_.empty()
+                 ? "ssl = no\n"
+                 : "ssl = required\nssl_cert = <" + certificate_ + "\nssl_key = <" + key_ + "\n")
+         << "disable_plaintext_auth = " << (certificate_.empty() ? "no" : "yes") << "\n"
          << "auth_mechanisms = plain\n"
          << "auth_failure_delay = 0\n"
          << "default_internal_user = " << internalUser << "\n"
@@ -178,7 +182,9 @@ void DovecotServer::writeConfig() {
          << " home=" << root_ << "home/%u\n}\n"
          << "service pop3-login {\n  inet_listener pop3 {\n    address = 127.0.0.1\n    port = "
          << port_
-         << "\n  }\n  inet_listener pop3s {\n    port = 0\n  }\n}\n"
+         << "\n  }\n  inet_listener pop3s {\n    address = 127.0.0.1\n    port = " << securePort_
+         << (securePort_ ? "\n    ssl = yes" : "")
+         << "\n  }\n}\n"
          // No growing delay for logins after a failed one: tests fail logins on purpose.
          << "service anvil {\n  unix_listener anvil-auth-penalty {\n    mode = 0\n  }\n}\n";
 }

@@ -15,12 +15,15 @@ public:
     static bool available();
 
     // Starts the server and waits until it greets; throws std::runtime_error on failure.
-    DovecotServer();
+    // With a certificate (PEM chain and key files) TLS is required: STLS on
+    // port(), TLS from the first byte on securePort().
+    explicit DovecotServer(const std::string& certificate = "", const std::string& key = "");
     ~DovecotServer();
     DovecotServer(const DovecotServer&) = delete;
     DovecotServer& operator=(const DovecotServer&) = delete;
 
     int port() const { return port_; }
+    int securePort() const { return securePort_; }
     // "127.0.0.1:<port>", the form a server setting takes.
     std::string address() const;
 
@@ -48,6 +51,8 @@ private:
 
     std::string root_;
     int port_ = 0;
+    int securePort_ = 0;
+    std::string certificate_, key_;
     pid_t pid_ = -1;
     uid_t mailUid_ = 0;
     gid_t mailGid_ = 0;

@@ -7,6 +7,8 @@
 #include <chrono>
 #include <cstdio>
 #include <netinet/in.h>
+#include <openssl/err.h>
+#include <openssl/ssl.h>
 #include <poll.h>
 #include <stdexcept>
 #include <sys/socket.h>
@@ -79,9 +81,88 @@ bool FakeServer::waitClosed(int ms) {
 void FakeServer::stop() {
     stopping_ = true;
     if (thread_.joinable()) thread_.join();
-    if (clientFd_ >= 0) ::close(clientFd_);
+    closeClient();
     if (listenFd_ >= 0) ::close(listenFd_);
-    clientFd_ = listenFd_ = -1;
+    listenFd_ = -1;
+    if (sslContext_) SSL_CTX_free(static_cast<SSL_CTX*>(sslContext_));
+    sslContext_ = nullptr;
+}
+
+void FakeServer::useCertificate(const std::string& certFile, const std::string& keyFile) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    certFile_ = certFile;
+    keyFile_ = keyFile;
+}
+
+void FakeServer::closeClient() {
+    if (ssl_) SSL_free(static_cast<SSL*>(ssl_));
+    ssl_ = nullptr;
+    if (clientFd_ >= 0) ::close(clientFd_);
+    clientFd_ = -1;
+}
+
+long FakeServer::sendBytes(const char* data, size_t size) {
+    if (ssl_) return SSL_write(static_cast<SSL*>(ssl_), data, static_cast<int>(size));
+    return ::send(clientFd_, data, size, MSG_NOSIGNAL);
+}
+
+bool FakeServer::startTls(size_t index, bool refusal) {
+    std::string cert, key;
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        cert = certFile_;
+        key = keyFile_;
+    }
+    const std::string step = "step " + std::to_string(index + 1) + ": ";
+    if (!sslContext_) {
+        SSL_CTX* ctx = SSL_CTX_new(TLS_server_method());
+        if (!ctx || SSL_CTX_use_certificate_chain_file(ctx, cert.c_str()) != 1 ||
+            SSL_CTX_use_PrivateKey_file(ctx, key.c_str(), SSL_FILETYPE_PEM) != 1) {
+            if (ctx) SSL_CTX_free(ctx);
+            addProblem(step + "no certificate to start TLS with");
+            return false;
+        }
+        sslContext_ = ctx;
+    }
+    // Whatever the client sent in the clear after the command is not TLS.
+    if (!pending_.empty()) {
+        addProblem(step + "client sent \"" + visible(pending_) + "\" before the handshake");
+        return false;
+    }
+    timeval limit{5, 0};
+    ::setsockopt(clientFd_, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
+    SSL* ssl = SSL_new(static_cast<SSL_CTX*>(sslContext_));
+    SSL_set_fd(ssl, clientFd_);
+    const bool accepted = SSL_accept(ssl) == 1;
+    if (!accepted) {
+        SSL_free(ssl);
+        ERR_clear_error();
+        if (!refusal) addProblem(step + "TLS handshake failed");
+        return refusal;
+    }
+    ssl_ = ssl;
+    if (!refusal) return true;
+    // A client may check the certificate once the handshake is done: then it
+    // must hang up without a word.
+    while (readSome(SliceMs * 5)) {
+    }
+    ERR_clear_error();
+    if (!pending_.empty()) {
+        addProblem(step + "the client took the certificate and sent \"" + visible(pending_) + "\"");
+        return false;
+    }
+    return true;
+}
+
+bool FakeServer::nextConnection(size_t index) {
+    while (readSome(SliceMs * 5)) {
+    }
+    if (!pending_.empty())
+        addProblem("step " + std::to_string(index + 1) + ": client sent \"" + visible(pending_) +
+                   "\" before it closed");
+    pending_.clear();
+    closeClient();
+    return acceptClient();
 }
 
 void FakeServer::addProblem(const std::string& text) {
@@ -124,8 +205,7 @@ bool FakeServer::runStep(const ScriptStep& step, size_t index) {
     case ScriptStep::Kind::Say: {
         size_t sent = 0;
         while (sent < step.bytes.size()) {
-            ssize_t n =
-                ::send(clientFd_, step.bytes.data() + sent, step.bytes.size() - sent, MSG_NOSIGNAL);
+            long n = sendBytes(step.bytes.data() + sent, step.bytes.size() - sent);
             if (n <= 0) {
                 addProblem("step " + std::to_string(index + 1) + ": client gone before Say(\"" +
                            visible(step.bytes) + "\")");
@@ -157,11 +237,14 @@ bool FakeServer::runStep(const ScriptStep& step, size_t index) {
     }
     case ScriptStep::Kind::Drop:
         ::shutdown(clientFd_, SHUT_RDWR);
-        ::close(clientFd_);
-        clientFd_ = -1;
+        closeClient();
         return true;
     case ScriptStep::Kind::Silence:
         return true;
+    case ScriptStep::Kind::Tls:
+        return startTls(index, step.bytes == "refused");
+    case ScriptStep::Kind::NextConnection:
+        return nextConnection(index);
     }
     return true;
 }
@@ -200,11 +283,15 @@ bool FakeServer::expect(const std::string& want, size_t index) {
 bool FakeServer::readSome(int ms) {
     auto deadline = Clock::now() + std::chrono::milliseconds(ms);
     while (!stopping_) {
+        if (clientFd_ < 0) return false;
         pollfd p{clientFd_, POLLIN, 0};
-        int r = ::poll(&p, 1, std::min(SliceMs, std::max(msLeft(deadline), 0)));
+        SSL* ssl = static_cast<SSL*>(ssl_);
+        int r = ssl && SSL_pending(ssl) > 0
+                    ? 1
+                    : ::poll(&p, 1, std::min(SliceMs, std::max(msLeft(deadline), 0)));
         if (r > 0) {
             char buf[65536];
-            ssize_t n = ::recv(clientFd_, buf, sizeof buf, 0);
+            long n = ssl ? SSL_read(ssl, buf, sizeof buf) : ::recv(clientFd_, buf, sizeof buf, 0);
             if (n <= 0) return false;
             pending_.append(buf, static_cast<size_t>(n));
             std::lock_guard<std::mutex> lock(mutex_);

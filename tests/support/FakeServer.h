@@ -13,7 +13,7 @@
 namespace corva::test {
 
 struct ScriptStep {
-    enum class Kind { Say, Expect, Skip, Pause, Drop, Silence };
+    enum class Kind { Say, Expect, Skip, Pause, Drop, Silence, Tls, NextConnection };
     Kind kind;
     std::string bytes;
     int ms = 0;
@@ -45,6 +45,20 @@ inline ScriptStep Silence() {
     return {ScriptStep::Kind::Silence, {}, 0};
 }
 
+// Takes the TLS handshake as a server (the certificate set with
+// useCertificate); what follows is said and expected inside it.
+inline ScriptStep StartTls() {
+    return {ScriptStep::Kind::Tls, {}, 0};
+}
+// Offers the handshake and expects the client to break it off (a certificate it refuses).
+inline ScriptStep TlsRefused() {
+    return {ScriptStep::Kind::Tls, "refused", 0};
+}
+// Waits until the client closes this connection, then serves its next one.
+inline ScriptStep NextConnection() {
+    return {ScriptStep::Kind::NextConnection, {}, 0};
+}
+
 class FakeServer {
 public:
     // Starts listening at once; the script runs when the client connects.
@@ -56,6 +70,9 @@ public:
     int port() const { return port_; }
     // "127.0.0.1:<port>", the form a server setting takes.
     std::string address() const;
+
+    // The certificate chain and key (PEM files) StartTls presents; before the client connects.
+    void useCertificate(const std::string& certFile, const std::string& keyFile);
 
     // How long an Expect waits for its bytes before it counts as a mismatch (default 5 s).
     void setExpectTimeout(int ms) { expectTimeoutMs_ = ms; }
@@ -81,6 +98,10 @@ private:
     bool readSome(int ms);
     void drainUntilClosed(bool reportExtra);
     void addProblem(const std::string& text);
+    bool startTls(size_t index, bool refusal);
+    bool nextConnection(size_t index);
+    void closeClient();
+    long sendBytes(const char* data, size_t size);
 
     std::vector<ScriptStep> script_;
     int listenFd_ = -1;
@@ -96,6 +117,9 @@ private:
     std::string received_;
     std::string problems_;
     std::thread thread_;
+    std::string certFile_, keyFile_;
+    void* ssl_ = nullptr; // SSL*, kept out of this header
+    void* sslContext_ = nullptr;
 };
 
 // A text with CR, LF and other control bytes shown as escapes, for messages.

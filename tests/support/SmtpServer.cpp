@@ -44,6 +44,19 @@ std::string readLine(int fd, int ms) {
 } // namespace
 
 SmtpServer::SmtpServer(const std::string& user, const std::string& password) {
+    std::vector<std::string> extra;
+    if (!user.empty()) extra = {"--user", user, "--password", password};
+    start(extra);
+}
+
+SmtpServer::SmtpServer(const std::string& user, const std::string& password, const std::string& tls,
+                       const std::string& certificate, const std::string& key) {
+    std::vector<std::string> extra = {"--tls", tls, "--cert", certificate, "--key", key};
+    if (!user.empty()) extra.insert(extra.end(), {"--user", user, "--password", password});
+    start(extra);
+}
+
+void SmtpServer::start(std::vector<std::string> extra) {
     char pattern[] = "/tmp/corva-smtp-XXXXXX";
     if (!::mkdtemp(pattern)) return;
     folder_ = pattern;
@@ -54,9 +67,7 @@ SmtpServer::SmtpServer(const std::string& user, const std::string& password) {
         (std::filesystem::path(CORVA_TEST_DATA).parent_path() / "support" / "smtp_server.py")
             .string();
     std::vector<std::string> args = {"/usr/bin/python3", script, "--folder", folder_};
-    if (!user.empty()) {
-        args.insert(args.end(), {"--user", user, "--password", password});
-    }
+    args.insert(args.end(), extra.begin(), extra.end());
     std::vector<char*> argv;
     argv.reserve(args.size() + 1);
     for (auto& a : args) argv.push_back(a.data());

@@ -13,6 +13,12 @@ public:
     // With a user, AUTH LOGIN is offered with the challenges "Username:" and
     // "Password:" and only that login is accepted.
     explicit SmtpServer(const std::string& user = "", const std::string& password = "");
+    // With TLS: "implicit" from the first byte, or "starttls", which the server
+    // then requires before anything else. certificate and key are PEM files.
+    // Over implicit TLS the recordings hold the plain text; after STARTTLS only
+    // what came before it is readable.
+    SmtpServer(const std::string& user, const std::string& password, const std::string& tls,
+               const std::string& certificate, const std::string& key);
     ~SmtpServer();
     SmtpServer(const SmtpServer&) = delete;
     SmtpServer& operator=(const SmtpServer&) = delete;
@@ -35,6 +41,7 @@ public:
     std::string authLog() const;
 
 private:
+    void start(std::vector<std::string> extra);
     std::string folder_;
     int port_ = 0;
     int pid_ = -1;

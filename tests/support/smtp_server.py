@@ -11,6 +11,7 @@ standard input closes, so it never outlives the test that started it.
 import argparse
 import asyncio
 import os
+import ssl
 import sys
 
 from aiosmtpd.smtp import SMTP, AuthResult, LoginPassword
@@ -78,7 +79,18 @@ async def main():
     parser.add_argument("--folder", required=True)
     parser.add_argument("--user")
     parser.add_argument("--password", default="")
+    parser.add_argument("--tls", choices=["implicit", "starttls"])
+    parser.add_argument("--cert")
+    parser.add_argument("--key")
     args = parser.parse_args()
+
+    context = None
+    if args.tls:
+        context = ssl.create_default_context(ssl.Purpose.CLIENT_AUTH)
+        context.load_cert_chain(args.cert, args.key)
+    # STARTTLS is done by aiosmtpd itself and required before anything else;
+    # implicit TLS ends at the recording relay, so aiosmtpd speaks plain.
+    starttls = {"tls_context": context, "require_starttls": True} if args.tls == "starttls" else {}
 
     loop = asyncio.get_running_loop()
     recorder = Recorder(args.folder)
@@ -91,8 +103,9 @@ async def main():
                 auth_require_tls=False,
                 auth_required=False,
                 data_size_limit=None,
+                **starttls,
             )
-        return SMTP(recorder, data_size_limit=None)
+        return SMTP(recorder, data_size_limit=None, **starttls)
 
     inner = await loop.create_server(factory, "127.0.0.1", 0)
     inner_port = inner.sockets[0].getsockname()[1]
@@ -106,7 +119,9 @@ async def main():
         ) as answered:
             await asyncio.gather(relay(reader, up_writer, sent), relay(up_reader, writer, answered))
 
-    outer = await asyncio.start_server(on_client, "127.0.0.1", 0)
+    outer = await asyncio.start_server(
+        on_client, "127.0.0.1", 0, ssl=context if args.tls == "implicit" else None
+    )
     print("PORT %d" % outer.sockets[0].getsockname()[1], flush=True)
 
     # Standard input closing is the signal to stop.

@@ -1,10 +1,17 @@
 #include "platform/qt/QtSocket.h"
 
+#include <QCryptographicHash>
+#include <QDateTime>
 #include <QHostAddress>
 #include <QHostInfo>
 #include <QNetworkInterface>
 #include <QPointer>
+#include <QSslCertificate>
+#include <QSslConfiguration>
 #include <QTimer>
+
+#include <algorithm>
+#include <cstdlib>
 
 #include <sys/socket.h>
 
@@ -50,8 +57,8 @@ namespace {
 // would reset the connection and the server could lose that command, so the
 // write side is shut, replies are read and dropped until the server closes,
 // and only then is the socket released.
-void linger(std::unique_ptr<QTcpSocket> socket) {
-    QTcpSocket* s = socket.release();
+void linger(std::unique_ptr<QSslSocket> socket) {
+    QSslSocket* s = socket.release();
     s->disconnect();
     if (s->state() != QAbstractSocket::ConnectedState) {
         s->abort();
@@ -75,9 +82,40 @@ void linger(std::unique_ptr<QTcpSocket> socket) {
     shutWrite();
 }
 
+// The system's trusted certificates plus those of the file SSL_CERT_FILE
+// names, which is how private servers (and the tests) add their own CA.
+const QList<QSslCertificate>& trustedAuthorities() {
+    static const QList<QSslCertificate> all = [] {
+        QList<QSslCertificate> list = QSslConfiguration::systemCaCertificates();
+        if (const char* extra = std::getenv("SSL_CERT_FILE"); extra && *extra)
+            list += QSslCertificate::fromPath(QString::fromLocal8Bit(extra), QSsl::Pem);
+        return list;
+    }();
+    return all;
+}
+
+std::string fingerprintOf(const QSslCertificate& certificate) {
+    return certificate.digest(QCryptographicHash::Sha256).toHex(':').toUpper().toStdString();
+}
+
+std::string utcText(const QDateTime& when) {
+    return when.toUTC().toString("yyyy-MM-dd hh:mm:ss").toStdString();
+}
+
+CertificateInfo describe(const QSslCertificate& c) {
+    CertificateInfo info;
+    if (c.isNull()) return info;
+    info.subject = c.subjectDisplayName().toStdString();
+    info.issuer = c.issuerDisplayName().toStdString();
+    info.validFrom = utcText(c.effectiveDate());
+    info.validUntil = utcText(c.expiryDate());
+    info.fingerprint = fingerprintOf(c);
+    return info;
+}
+
 } // namespace
 
-QtSocket::QtSocket() : socketPtr_(std::make_unique<QTcpSocket>()) {
+QtSocket::QtSocket() : socketPtr_(std::make_unique<QSslSocket>()) {
     wire();
 }
 
@@ -86,8 +124,10 @@ void QtSocket::wire() {
     QObject::connect(socketPtr_.get(), &QTcpSocket::errorOccurred, this, &QtSocket::onError);
     QObject::connect(socketPtr_.get(), &QTcpSocket::bytesWritten, this, &QtSocket::onBytesWritten);
     QObject::connect(socketPtr_.get(), &QTcpSocket::connected, this, [this] {
-        if (listener_) listener_->socketConnected();
+        if (listener_ && !implicitTls_) listener_->socketConnected();
     });
+    QObject::connect(socketPtr_.get(), &QSslSocket::sslErrors, this, &QtSocket::onSslErrors);
+    QObject::connect(socketPtr_.get(), &QSslSocket::encrypted, this, &QtSocket::onEncrypted);
     QObject::connect(socketPtr_.get(), &QTcpSocket::disconnected, this, [this] {
         if (listener_) listener_->socketClosed();
     });
@@ -99,6 +139,7 @@ QtSocket::~QtSocket() {
 }
 
 void QtSocket::connect(const std::string& host, int port) {
+    implicitTls_ = false;
     failed_ = false;
     host_ = host;
     port_ = port;
@@ -115,7 +156,8 @@ void QtSocket::close() {
     // Closing is immediate for the logic: no late event follows, and the next
     // connect starts on a fresh socket.
     linger(std::move(socketPtr_));
-    socketPtr_ = std::make_unique<QTcpSocket>();
+    socketPtr_ = std::make_unique<QSslSocket>();
+    implicitTls_ = false;
     wire();
 }
 
@@ -130,6 +172,9 @@ void QtSocket::sendData(const std::string& data) {
 
 int QtSocket::state() const {
     if (failed_) return SocketState::Error;
+    if (implicitTls_ && socket_().state() == QAbstractSocket::ConnectedState &&
+        !socket_().isEncrypted())
+        return SocketState::Connecting;
     switch (socket_().state()) {
     case QAbstractSocket::UnconnectedState:
         return SocketState::Closed;
@@ -184,11 +229,81 @@ void QtSocket::onReadyRead() {
 }
 
 void QtSocket::onError(QAbstractSocket::SocketError error) {
-    // A close from the far side is reported by the disconnected signal alone.
-    if (error == QAbstractSocket::RemoteHostClosedError) return;
+    // A close from the far side is reported by the disconnected signal alone,
+    // unless it cut a handshake short.
+    bool handshaking = socket_().mode() != QSslSocket::UnencryptedMode && !socket_().isEncrypted();
+    if (error == QAbstractSocket::RemoteHostClosedError && !handshaking) return;
     failed_ = true;
-    if (listener_)
+    if (!listener_) return;
+    if (certificateRefused_) {
+        listener_->socketError(SocketError::CertificateRejected,
+                               "The server's certificate was not accepted: " +
+                                   certificate_.problems);
+    } else if (handshaking || error == QAbstractSocket::SslHandshakeFailedError ||
+               error == QAbstractSocket::SslInternalError ||
+               error == QAbstractSocket::SslInvalidUserDataError) {
+        listener_->socketError(SocketError::SecureChannel,
+                               "The secure connection failed: " +
+                                   socket_().errorString().toStdString());
+    } else {
         listener_->socketError(mapSocketError(error), socket_().errorString().toStdString());
+    }
+}
+
+void QtSocket::prepareSecure(const std::string& peerName) {
+    certificateRefused_ = false;
+    certificate_ = {};
+    QSslConfiguration config = socket_().sslConfiguration();
+    config.setCaCertificates(trustedAuthorities());
+    config.setPeerVerifyMode(QSslSocket::VerifyPeer);
+    socket_().setSslConfiguration(config);
+    socket_().setPeerVerifyName(QString::fromStdString(peerName));
+}
+
+void QtSocket::connectSecure(const std::string& host, int port, const std::string& peerName) {
+    failed_ = false;
+    host_ = host;
+    port_ = port;
+    if (socket_().state() != QAbstractSocket::UnconnectedState) socket_().abort();
+    implicitTls_ = true;
+    prepareSecure(peerName);
+    if (localPortWanted_ > 0)
+        socket_().bind(QHostAddress::Any, static_cast<quint16>(localPortWanted_));
+    socket_().connectToHostEncrypted(QString::fromStdString(host), static_cast<quint16>(port),
+                                     QString::fromStdString(peerName));
+}
+
+void QtSocket::startSecure(const std::string& peerName) {
+    if (socket_().state() != QAbstractSocket::ConnectedState) {
+        if (listener_) listener_->socketError(SocketError::NotConnected, "Socket is not connected");
+        return;
+    }
+    prepareSecure(peerName);
+    socket_().startClientEncryption();
+}
+
+void QtSocket::onSslErrors(const QList<QSslError>& errors) {
+    certificate_ = describe(socket_().peerCertificate());
+    std::string problems;
+    for (const QSslError& e : errors) {
+        if (!problems.empty()) problems += "; ";
+        problems += e.errorString().toStdString();
+    }
+    certificate_.problems = problems;
+    // A certificate the user trusted for this server passes whatever is wrong with it.
+    if (!certificate_.empty() &&
+        std::find(trusted_.begin(), trusted_.end(), certificate_.fingerprint) != trusted_.end()) {
+        socket_().ignoreSslErrors(errors);
+        return;
+    }
+    certificateRefused_ = true;
+}
+
+void QtSocket::onEncrypted() {
+    if (certificate_.empty()) certificate_ = describe(socket_().peerCertificate());
+    QPointer<QtSocket> alive(this);
+    if (implicitTls_ && listener_) listener_->socketConnected();
+    if (alive && listener_) listener_->socketSecured();
 }
 
 void QtSocket::onBytesWritten(qint64 bytes) {

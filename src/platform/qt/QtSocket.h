@@ -1,10 +1,13 @@
-// A TCP socket on QTcpSocket. Qt's socket errors are mapped to the classic
-// numbers the logic reacts to; a close from the far side is a close event only.
+// A TCP socket on QSslSocket, plain unless TLS is asked for. Qt's socket errors
+// are mapped to the classic numbers the logic reacts to; a close from the far
+// side is a close event only.
 #pragma once
 
 #include "platform/Platform.h"
 
 #include <QObject>
+#include <QSslError>
+#include <QSslSocket>
 #include <QTcpSocket>
 
 #include <memory>
@@ -31,16 +34,26 @@ public:
     std::string localIP() const override;
     long long bytesToWrite() const override;
     void flush() override;
+    void setTrustedFingerprints(const std::vector<std::string>& fingerprints) override {
+        trusted_ = fingerprints;
+    }
+    void connectSecure(const std::string& host, int port, const std::string& peerName) override;
+    void startSecure(const std::string& peerName) override;
+    bool isSecure() const override { return socket_().isEncrypted(); }
+    CertificateInfo peerCertificate() const override { return certificate_; }
 
 private:
     void onReadyRead();
     void onError(QAbstractSocket::SocketError error);
     void onBytesWritten(qint64 bytes);
+    void onSslErrors(const QList<QSslError>& errors);
+    void onEncrypted();
+    void prepareSecure(const std::string& peerName);
 
     // Replaced by a fresh one at each close: the old one lingers on its own
     // until the server has read everything sent (see close()).
-    std::unique_ptr<QTcpSocket> socketPtr_;
-    QTcpSocket& socket_() const { return *socketPtr_; }
+    std::unique_ptr<QSslSocket> socketPtr_;
+    QSslSocket& socket_() const { return *socketPtr_; }
     void wire();
     SocketListener* listener_ = nullptr;
     std::string host_;
@@ -48,6 +61,12 @@ private:
     int localPortWanted_ = 0;
     bool failed_ = false;
     long long sentSinceSend_ = 0;
+    // TLS from the first byte: the logic hears of the connection only once
+    // the handshake is done, so its first command is never sent in the clear.
+    bool implicitTls_ = false;
+    bool certificateRefused_ = false;
+    std::vector<std::string> trusted_;
+    CertificateInfo certificate_;
 };
 
 } // namespace corva::platform::qt

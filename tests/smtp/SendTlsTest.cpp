@@ -1,0 +1,145 @@
+// Secure sending: STARTTLS and TLS from the first byte with the standard
+// logins, byte for byte against scripts, and against a real server with a CA
+// made for the run. A message that fails stays in the Outbox.
+#include "SendTestSupport.h"
+
+#include "support/FakeServer.h"
+#include "support/SmtpServer.h"
+#include "support/TestCertificates.h"
+
+namespace corva::test {
+namespace {
+
+using Steps = std::vector<ScriptStep>;
+
+class TlsLoginTest : public SendFixture {
+protected:
+    void SetUp() override {
+        SendFixture::SetUp();
+        ASSERT_TRUE(TestCertificates::get().ok());
+    }
+    // Connects as ann/secret with the security given and hangs up again.
+    bool connectAndQuit(int security, const Steps& steps,
+                        const ServerCertificate& certificate = TestCertificates::get().good) {
+        FakeServer fake(steps);
+        fake.useCertificate(certificate.chain, certificate.key);
+        setAccount(0, fake.port(), "ann@example.com");
+        sset("SMTPSECURITY0", security);
+        frmSendMail mail;
+        mail.setListener(&events);
+        mail.Initialise(0);
+        mail.setUseAuthentication(true);
+        mail.setUsername("ann");
+        mail.setPassword("secret");
+        bool ok = mail.Connect();
+        mail.Disconnect();
+        fake.waitClosed(3000);
+        fake.stop();
+        problems = fake.problems();
+        return ok;
+    }
+    EngineEvents events;
+    std::string problems;
+};
+
+TEST_F(TlsLoginTest, StartTlsThenAuthPlain) {
+    EXPECT_TRUE(connectAndQuit(2, {Say("220 fake ESMTP\r\n"), Expect("EHLO example.com\r\n"),
+                                   Say("250-fake\r\n250-STARTTLS\r\n250 SIZE 1000\r\n"),
+                                   Expect("STARTTLS\r\n"), Say("220 2.0.0 Ready to start TLS\r\n"),
+                                   StartTls(), Expect("EHLO example.com\r\n"),
+                                   Say("250-fake\r\n250-AUTH LOGIN PLAIN\r\n250 SIZE 1000\r\n"),
+                                   Expect("AUTH PLAIN AGFubgBzZWNyZXQ=\r\n"),
+                                   Say("235 2.7.0 Authentication successful\r\n"),
+                                   Expect("QUIT\r\n"), Say("221 bye\r\n")}));
+    EXPECT_EQ(problems, "");
+    EXPECT_TRUE(events.said("Host Login OK!"));
+}
+
+TEST_F(TlsLoginTest, TlsFromTheFirstByteThenAuthLoginOnePerLine) {
+    EXPECT_TRUE(
+        connectAndQuit(1, {StartTls(), Say("220 fake ESMTP\r\n"), Expect("EHLO example.com\r\n"),
+                           Say("250-fake\r\n250 AUTH=LOGIN\r\n"), Expect("AUTH LOGIN\r\n"),
+                           Say("334 VXNlcm5hbWU6\r\n"), Expect("YW5u\r\n"),
+                           Say("334 UGFzc3dvcmQ6\r\n"), Expect("c2VjcmV0\r\n"),
+                           Say("235 2.7.0 Accepted\r\n"), Expect("QUIT\r\n"), Say("221 bye\r\n")}));
+    EXPECT_EQ(problems, "");
+}
+
+TEST_F(TlsLoginTest, FailuresBeforeTheLoginSayWhy) {
+    const Steps greeting = {Say("220 fake ESMTP\r\n"), Expect("EHLO example.com\r\n")};
+    const struct {
+        const char* name;
+        int security;
+        Steps rest;
+        ServerCertificate certificate;
+        const char* failure;
+    } cases[] = {
+        {"STARTTLS refused",
+         2,
+         {Say("250-fake\r\n250 STARTTLS\r\n"), Expect("STARTTLS\r\n"),
+          Say("454 4.7.0 TLS not available\r\n"), Expect("QUIT\r\n"), Say("221 bye\r\n")},
+         TestCertificates::get().good,
+         "The server refuses STARTTLS: 4.7.0 TLS not available"},
+        {"STARTTLS not offered",
+         2,
+         {Say("250-fake\r\n250 SIZE 1000\r\n"), Expect("QUIT\r\n"), Say("221 bye\r\n")},
+         TestCertificates::get().good,
+         "The server does not offer STARTTLS"},
+        {"login refused",
+         1,
+         {Say("250 AUTH PLAIN\r\n"), Expect("AUTH PLAIN AGFubgBzZWNyZXQ=\r\n"),
+          Say("535 5.7.8 Bad credentials\r\n"), Expect("QUIT\r\n"), Say("221 bye\r\n")},
+         TestCertificates::get().good,
+         "Login refused: 5.7.8 Bad credentials"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        events = EngineEvents();
+        Steps steps = c.security == 1 ? Steps{StartTls()} : Steps{};
+        steps.insert(steps.end(), greeting.begin(), greeting.end());
+        steps.insert(steps.end(), c.rest.begin(), c.rest.end());
+        EXPECT_FALSE(connectAndQuit(c.security, steps, c.certificate));
+        EXPECT_EQ(problems, "");
+        EXPECT_EQ(events.failures, std::vector<std::string>{c.failure});
+    }
+}
+
+TEST_F(TlsLoginTest, UnknownCertificateFailsWithItsFingerprint) {
+    EXPECT_FALSE(connectAndQuit(1, {TlsRefused()}, TestCertificates::get().selfSigned));
+    EXPECT_EQ(problems, "");
+    ASSERT_EQ(events.failures.size(), 1u);
+    EXPECT_NE(events.failures[0].find("was not accepted"), std::string::npos) << events.failures[0];
+    EXPECT_NE(events.failures[0].find("SHA-256 fingerprint: "), std::string::npos);
+    EXPECT_NE(events.failures[0].find("corva trust --account 1"), std::string::npos);
+}
+
+// A real server, TLS either way and a real login: the message arrives whole.
+TEST_F(SendFixture, RealServerOverTlsEitherWay) {
+    const auto& certs = TestCertificates::get();
+    ASSERT_TRUE(certs.ok());
+    for (const char* mode : {"implicit", "starttls"}) {
+        SCOPED_TRACE(mode);
+        Settings().DeleteAllSettings();
+        sset("MailTimeout", 5);
+        SmtpServer server("ann", "secret", mode, certs.good.chain, certs.good.key);
+        ASSERT_TRUE(server.running());
+        setAccount(0, server.port(), "ann@example.com");
+        sset("SMTPSECURITY0", std::string(mode) == "implicit" ? 1 : 2);
+        sset("SMTPAuth0", true);
+        sset("SMTPUname0", "ann");
+        sset("SMTPPwd0", "secret");
+        frmSendMailWrapper wrapper;
+        UploadEvents events;
+        wrapper.setListener(&events);
+        ASSERT_FALSE(wrapper.SpoolMessage(composed(0, "bob@example.net", "Secure", "x")).empty());
+        ASSERT_TRUE(upload(wrapper));
+        EXPECT_EQ(server.authLog(), "PLAIN 'ann' 'secret' ok\n");
+        ASSERT_EQ(server.messageCount(), 1);
+        EXPECT_NE(server.message(1).find("Subject: Secure"), std::string::npos);
+        EXPECT_TRUE(filesIn(outbox()).empty());
+        for (const auto& f : filesIn(sentItems())) EraseFile(sentItems() + f);
+    }
+}
+
+} // namespace
+} // namespace corva::test
