@@ -20,6 +20,7 @@
 #include <fcntl.h>
 #include <filesystem>
 #include <poll.h>
+#include <pty.h>
 #include <string>
 #include <sys/mount.h>
 #include <sys/wait.h>
@@ -38,11 +39,14 @@ struct Outcome {
 };
 
 // Runs corva with args, input on stdin and env ("NAME=VALUE") added, and
-// gathers both outputs to the end.
+// gathers both outputs to the end; stderr on a terminal of its own if asked.
 Outcome corva(const std::vector<std::string>& args, const std::vector<std::string>& env = {},
-              const std::string& input = "") {
+              const std::string& input = "", bool stderrOnTerminal = false) {
     int outPipe[2], errPipe[2], inPipe[2];
-    if (::pipe(outPipe) != 0 || ::pipe(errPipe) != 0 || ::pipe(inPipe) != 0) return {};
+    if (::pipe(outPipe) != 0 || ::pipe(inPipe) != 0) return {};
+    if (stderrOnTerminal ? ::openpty(&errPipe[0], &errPipe[1], nullptr, nullptr, nullptr) != 0
+                         : ::pipe(errPipe) != 0)
+        return {};
     pid_t pid = ::fork();
     if (pid == 0) {
         ::dup2(outPipe[1], 1);
@@ -108,9 +112,9 @@ protected:
     // The settings a user would have made, in the file's own form.
     void settings(const std::string& lines) { writeFile(home_.file("Corva.ini"), lines); }
     Outcome run(std::vector<std::string> args, const std::vector<std::string>& env = {},
-                const std::string& input = "") {
+                const std::string& input = "", bool stderrOnTerminal = false) {
         args.insert(args.begin(), {"--home", home_.path()});
-        return corva(args, env, input);
+        return corva(args, env, input, stderrOnTerminal);
     }
     std::string messages(const std::string& folder) const {
         return home_.file("Messages/" + folder);
@@ -161,6 +165,9 @@ TEST_F(CommandLine, ScanThenFetchStoresWhatPassesAndDeletesWhatIsBlocked) {
         }
     EXPECT_EQ(narrow.err, "");
     EXPECT_EQ(narrow.out.find('\x1b'), std::string::npos);
+    Outcome terminal = run({"scan"}, {"TERM=xterm"}, "", true);
+    EXPECT_NE(terminal.err.find("\r\x1b[K"), std::string::npos) << terminal.err;
+    EXPECT_EQ(std::count(terminal.err.begin(), terminal.err.end(), '\n'), 0) << terminal.err;
     Outcome verbose = run({"scan", "--verbose", "--color=always"});
     EXPECT_GT(SplitLines(verbose.err).size(), 3u) << verbose.err;
     EXPECT_NE(verbose.out.find("\x1b["), std::string::npos) << verbose.out;
