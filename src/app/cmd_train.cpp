@@ -3,9 +3,9 @@
 #include "app/Command.h"
 #include "app/HeadlessSession.h"
 #include "app/Terminal.h"
-#include "core/TerminalText.h"
 #include "bayes/modMailSubs.h"
 #include "core/FileSubs.h"
+#include "core/TerminalText.h"
 
 #include <chrono>
 #include <iostream>
