@@ -12,6 +12,7 @@ packages=(
     python3 python3-aiosmtpd
     poppler-utils
     clang libclang-rt-14-dev
+    bogofilter # bench/score_bulk compares against it
 )
 
 missing=()

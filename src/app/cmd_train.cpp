@@ -33,20 +33,19 @@ private:
 };
 
 int run(CommandArgs& args) {
-    const auto good = args.option("--good");
+    const auto good = args.option("--good", "a folder");
     const bool goodFile = args.flag("--good-file");
-    const auto spam = args.option("--spam");
+    const auto spam = args.option("--spam", "spambayes, archive or file");
     const bool subfolders = args.flag("--subfolders");
     const bool refresh = args.flag("--refresh");
-    auto unknown = args.unknownOptions();
-    bool bad = !unknown.empty() || !args.rest().empty() || (good && goodFile) ||
-               (spam && *spam != "spambayes" && *spam != "archive" && *spam != "file");
-    if (bad) {
-        for (const auto& u : unknown) std::cerr << "Unknown option: " << u << "\n";
-        std::cerr << "Usage: corva train [--good FOLDER|--good-file] "
-                     "[--spam spambayes|archive|file] [--subfolders] | corva train --refresh\n";
-        return 2;
-    }
+    if (good && goodFile) args.problem("--good and --good-file don't go together");
+    if (spam && *spam != "spambayes" && *spam != "archive" && *spam != "file")
+        args.problem("--spam needs spambayes, archive or file, not \"" + *spam + "\"");
+    if (auto status = args.refused("corva train [--good FOLDER|--good-file] "
+                                   "[--spam spambayes|archive|file] [--subfolders] | "
+                                   "corva train --refresh",
+                                   0, 0))
+        return *status;
 
     HeadlessSession session;
     frmBayesFilter& filter = BayesFilter();
@@ -62,10 +61,8 @@ int run(CommandArgs& args) {
         if (good) filter.GoodFolder = *good;
         filter.GoodSubfolders = subfolders;
         filter.SpamSubfolders = subfolders;
-        if (!goodFile && !FolderExists(filter.goodFolderPath())) {
-            std::cerr << "No such mail folder: " << filter.goodFolderPath() << "\n";
-            return 1;
-        }
+        if (!goodFile && !FolderExists(filter.goodFolderPath()))
+            return RefuseWith("train", "no folder \"" + filter.goodFolderPath() + "\"");
         if (spam && *spam == "archive") filter.SpamSource = SpamMailSource::Archive;
         if (spam && *spam == "file") filter.SpamSource = SpamMailSource::File;
         ok = filter.generatefilters();
