@@ -12,10 +12,13 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <fcntl.h>
 #include <random>
 #include <string>
 #include <sys/resource.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
+#include <unistd.h>
 #include <vector>
 
 using namespace corva::bench;
@@ -53,19 +56,32 @@ double childCpu() {
            static_cast<double>(usage.ru_utime.tv_usec + usage.ru_stime.tv_usec) / 1e6;
 }
 
-Run timed(const std::string& command) {
+// Runs argv (no shell, so thousands of file names fit) with standard output
+// thrown away, and measures it.
+Run timed(const std::vector<std::string>& args) {
     Run r;
     const double cpu = childCpu();
     const auto start = Clock::now();
-    const int status = std::system(command.c_str());
+    const pid_t pid = ::fork();
+    if (pid == 0) {
+        const int devnull = ::open("/dev/null", O_WRONLY);
+        ::dup2(devnull, 1);
+        std::vector<char*> argv;
+        for (const auto& a : args) argv.push_back(const_cast<char*>(a.c_str()));
+        argv.push_back(nullptr);
+        ::execvp(argv[0], argv.data());
+        ::_exit(127);
+    }
+    int status = 0;
+    ::waitpid(pid, &status, 0);
     r.wall = secondsSince(start);
     r.cpu = childCpu() - cpu;
     r.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
     return r;
 }
 
-std::string quoted(const std::string& s) {
-    return "'" + s + "'";
+Run sum(const Run& a, const Run& b) {
+    return {a.wall + b.wall, a.cpu + b.cpu, a.status ? a.status : b.status};
 }
 
 } // namespace
@@ -80,7 +96,7 @@ int main(int argc, char** argv) {
     dir.makeProgramFolder();
     const std::string home = dir.path();
     std::mt19937 rng(2026);
-    std::string hamList, spamList, testList;
+    std::vector<std::string> hamList, spamList, testList;
     for (int i = 0; i < train; ++i) {
         const std::string ham = home + "Messages/Inbox/H" + std::to_string(i) + ".EML";
         const std::string spam = home + "Messages/SpamBayes/S" + std::to_string(i) + ".EML";
@@ -88,27 +104,29 @@ int main(int argc, char** argv) {
                                header(i, false, rng) + corpus_detail::paragraphText(rng, 1500));
         corva::test::writeFile(spam,
                                header(i, true, rng) + corpus_detail::paragraphText(rng, 1500));
-        hamList += " " + quoted(ham);
-        spamList += " " + quoted(spam);
+        hamList.push_back(ham);
+        spamList.push_back(spam);
     }
-    std::string names;
     for (int i = 0; i < TestFiles; ++i) {
         const std::string file = home + "test/T" + std::to_string(i) + ".eml";
         corva::test::writeFile(file, header(train + i, i % 3 == 0, rng));
-        names += file + "\n";
+        testList.push_back(file);
     }
-    corva::test::writeFile(home + "names.txt", names);
     corva::test::writeFile(home + "Corva.ini", "DELAY,0\r\n");
-    const std::string corva = std::string(CORVA_EXE) + " --home " + quoted(home) + " --quiet ";
-    const std::string bogo = "bogofilter -d " + quoted(home + "bogo");
-    (void)!std::system(("mkdir -p " + quoted(home + "bogo")).c_str());
+    ::mkdir((home + "bogo").c_str(), 0700);
+    auto with = [](std::vector<std::string> head, const std::vector<std::string>& files) {
+        head.insert(head.end(), files.begin(), files.end());
+        return head;
+    };
+    const std::vector<std::string> corva{CORVA_EXE, "--home", home, "--quiet"};
+    const std::vector<std::string> bogo{"bogofilter", "-d", home + "bogo"};
 
-    const Run corvaTrain = timed(corva + "train >/dev/null");
-    const Run bogoTrain = timed(bogo + " -n -B" + hamList + " >/dev/null && " + bogo + " -s -B" +
-                                spamList + " >/dev/null");
-    const Run corvaScore =
-        timed(corva + "score --headers-only - <" + quoted(home + "names.txt") + " >/dev/null");
-    const Run bogoScore = timed(bogo + " -b <" + quoted(home + "names.txt") + " >/dev/null");
+    const Run corvaTrain = timed(with(corva, {"train"}));
+    const Run bogoTrain = sum(timed(with(with(bogo, {"-n", "-B"}), hamList)),
+                              timed(with(with(bogo, {"-s", "-B"}), spamList)));
+    const Run corvaScore = timed(with(with(corva, {"score", "--headers-only"}), testList));
+    // -v prints a line per file, as corva does.
+    const Run bogoScore = timed(with(with(bogo, {"-v", "-B"}), testList));
 
     const double trained = 2.0 * train;
     auto line = [](const char* what, const Run& r, double count) {
@@ -119,8 +137,8 @@ int main(int argc, char** argv) {
                 TestFiles);
     line("corva train", corvaTrain, trained);
     line("bogofilter -n/-s -B", bogoTrain, trained);
-    line("corva score -", corvaScore, TestFiles);
-    line("bogofilter -b", bogoScore, TestFiles);
+    line("corva score", corvaScore, TestFiles);
+    line("bogofilter -v -B", bogoScore, TestFiles);
     const double scoreRatio = corvaScore.cpu > 0 ? bogoScore.cpu / corvaScore.cpu : 0;
     const double trainRatio = corvaTrain.cpu > 0 ? bogoTrain.cpu / corvaTrain.cpu : 0;
     std::printf("Scoring: corva %.1fx bogofilter's rate (target 3x): %s\n", scoreRatio,

@@ -2,34 +2,38 @@
 // the unread spam), as the training view's Generate and Refresh commands do.
 #include "app/Command.h"
 #include "app/HeadlessSession.h"
+#include "app/Terminal.h"
 #include "bayes/modMailSubs.h"
 #include "core/FileSubs.h"
+#include "core/TerminalText.h"
 
 #include <chrono>
 #include <iostream>
 
-#include <unistd.h>
-
 namespace corva::app {
 namespace {
 
-// Progress on one line of the terminal, at most a few times a second.
+// Progress on one line of the terminal, at most a few times a second; off a
+// terminal only the steps, every message with --verbose, nothing with --quiet.
 class ConsoleProgress : public frmBayesFilterListener {
 public:
     void Status(const std::string& text) override {
+        const Verbosity v = Output().verbosity;
+        if (v == Verbosity::Quiet) return;
         auto now = std::chrono::steady_clock::now();
-        bool message = text.find(" - Message ") == std::string::npos;
-        if (!message && (!terminal_ || now - last_ < std::chrono::milliseconds(200))) return;
+        bool step = text.find(" - Message ") == std::string::npos;
+        if (v == Verbosity::Verbose || !terminal_) {
+            if (step || v == Verbosity::Verbose) std::cerr << terminalLine(text) << "\n";
+            return;
+        }
+        if (!step && now - last_ < std::chrono::milliseconds(200)) return;
         last_ = now;
-        if (terminal_)
-            std::cerr << "\r" << text << "\033[K" << (message ? "\n" : "") << std::flush;
-        else
-            std::cerr << text << "\n";
+        std::cerr << "\r" << terminalLine(text) << "\033[K" << (step ? "\n" : "") << std::flush;
     }
 
 private:
     std::chrono::steady_clock::time_point last_{};
-    bool terminal_ = isatty(2) != 0;
+    bool terminal_ = ProgressOnOneLine();
 };
 
 int run(CommandArgs& args) {

@@ -66,8 +66,14 @@ int printCommandHelp(const std::string& name) {
 
 int main(int argc, char** argv) {
     using Face = corva::app::Invocation::Face;
-    const corva::app::Invocation call =
-        corva::app::ParseCommandLine(std::vector<std::string>(argv + 1, argv + argc));
+    // Output options may stand anywhere, before the command as after it.
+    std::vector<std::string> arguments(argv + 1, argv + argc);
+    const std::string wrongOutput = corva::app::TakeOutputOptions(arguments, corva::app::Output());
+    if (!wrongOutput.empty()) {
+        std::cerr << "corva: " << wrongOutput << "\n";
+        return 2;
+    }
+    const corva::app::Invocation call = corva::app::ParseCommandLine(arguments);
     corva::app::SetHomeOption(call.home);
     switch (call.face) {
     case Face::Error:
@@ -98,11 +104,6 @@ int main(int argc, char** argv) {
         words.erase(words.begin());
         if (std::find(words.begin(), words.end(), "--help") != words.end())
             return printCommandHelp(first);
-        const std::string wrong = corva::app::TakeOutputOptions(words, corva::app::Output());
-        if (!wrong.empty()) {
-            std::cerr << "corva " << first << ": " << wrong << "\n";
-            return 2;
-        }
         QCoreApplication app(argc, argv);
         corva::platform::qt::QtPlatform platform;
         corva::platform::ConsolePrompts console;

@@ -207,11 +207,12 @@ std::vector<std::string> frmSettings::Languages() const {
 }
 
 std::string frmAccountWizard::PageProblem(int page, const WizardFields& f) {
-    // The texts and tests are the ones `corva account` uses too.
+    // The texts are the ones `corva account` uses too; the wizard's own test
+    // of an address is only that it holds "@".
     switch (page) {
     case 0:
         if (Trim(f.UserName).empty()) return NoUserNameText;
-        if (!IsMailAddress(Trim(f.EmailAddress))) return BadAddressText;
+        if (f.EmailAddress.find('@') == std::string::npos) return BadAddressText;
         return "";
     case 1:
         if (Trim(f.InboundServer).empty()) return NoInboundText;
