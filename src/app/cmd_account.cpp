@@ -39,6 +39,7 @@ Variant stored(const AccountKey& key, const std::string& value) {
     case AccountKey::Kind::Truth:
         return Variant(*TruthOf(value));
     case AccountKey::Kind::Port:
+    case AccountKey::Kind::Security:
         return Variant(std::stoi(Trim(value)));
     case AccountKey::Kind::Text:
         return Variant(value); // passwords may begin or end with a blank

@@ -22,6 +22,8 @@ const std::vector<AccountKey>& AccountKeys() {
         {"EXCLUSIVE0_", "exclusive0", K::Text, ""},
         {"EXCLUSIVE1_", "exclusive1", K::Text, ""},
         {"SMTPPort", "smtp-port", K::Port, ""},
+        {"POPSECURITY", "pop-security", K::Security, ""},
+        {"SMTPSECURITY", "smtp-security", K::Security, ""},
     };
     return keys;
 }
@@ -94,6 +96,10 @@ std::string AccountValueProblem(const AccountKey& key, std::string_view value) {
         return TruthOf(v) ? "" : std::string(key.name) + " takes true or false";
     case K::Port:
         return isPort(v) ? "" : std::string(key.name) + " takes a port from 1 to 65535";
+    case K::Security:
+        return v == "0" || v == "1" || v == "2"
+                   ? ""
+                   : std::string(key.name) + " takes 0 (none), 1 (SSL/TLS) or 2 (STARTTLS)";
     }
     return "";
 }

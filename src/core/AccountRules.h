@@ -12,7 +12,7 @@ namespace corva {
 
 // One per-account key as a user may type it.
 struct AccountKey {
-    enum class Kind { Text, Required, Host, Address, Truth, Port };
+    enum class Kind { Text, Required, Host, Address, Truth, Port, Security };
     const char* name;  // as the file spells it, without the number: "SMTPAuth"
     const char* alias; // the command line's friendlier name, or ""
     Kind kind;

@@ -1,5 +1,7 @@
 #include "cycle/frmSettings.h"
 
+#include "cycle/ServerProbe.h"
+
 #include "core/AccountRules.h"
 #include "core/AppInfo.h"
 #include "core/FileSubs.h"
@@ -90,6 +92,8 @@ void frmSettings::Load() {
         a.Exclusive0 = account.exclusive(0);
         a.Exclusive1 = account.exclusive(1);
         a.SmtpPort = numberField(account.key("SMTPPort"), "25");
+        a.PopSecurity = account.popSecurity();
+        a.SmtpSecurity = account.smtpSecurity();
     }
     selected_ = 0;
 }
@@ -120,6 +124,12 @@ bool frmSettings::cmdOK(GlobalFields& g, const AccountFields& shown) {
     double timeout = Val(g.MailTimeout);
     if (timeout < 0 || timeout > 999) return tell("Timeout must be 0 to 999 seconds");
     if (Val(g.MaxMailSize) < 0) g.MaxMailSize = "0";
+    accounts_[static_cast<size_t>(selected_)] = shown;
+    for (const AccountFields& a : accounts_) {
+        const std::string port = Trim(a.SmtpPort);
+        if (!port.empty() && !IsServer("host:" + port))
+            return tell("The SMTP port must be a number from 1 to 65535");
+    }
     if (Trim(g.MessageFolder).empty()) return tell("Please specify a message store location.");
     g.MessageFolder = cutTrailingSlash(g.MessageFolder);
     if (!FolderExists(g.MessageFolder))
@@ -165,6 +175,15 @@ bool frmSettings::cmdOK(GlobalFields& g, const AccountFields& shown) {
         sset(account.key("DISPLAYNAME"), a.DisplayName);
         sset(account.key("EXCLUSIVE0_"), a.Exclusive0);
         sset(account.key("EXCLUSIVE1_"), a.Exclusive1);
+        // New keys are written only once they say something, so that an
+        // installation left at its defaults keeps its file as it was.
+        auto setIfSaid = [&](const std::string& key, int value, int usual) {
+            if (value != usual || sget(key, "").toText() != "") sset(key, value);
+        };
+        const std::string port = Trim(a.SmtpPort);
+        if (!port.empty()) setIfSaid(account.key("SMTPPort"), std::stoi(port), 25);
+        setIfSaid(account.key("POPSECURITY"), a.PopSecurity, 0);
+        setIfSaid(account.key("SMTPSECURITY"), a.SmtpSecurity, 0);
     }
 
     sset("DELETEONRETRIEVE", g.DeleteOnRetrieve ? 1 : 0);
@@ -192,6 +211,20 @@ bool frmSettings::cmdOK(GlobalFields& g, const AccountFields& shown) {
     sset("langID", g.LangID);
     globals_ = g;
     return true;
+}
+
+std::string frmSettings::ProposedSmtpPort(const std::string& port, int security) {
+    const std::string p = Trim(port);
+    if (!p.empty() && p != "25" && p != "465" && p != "587") return port;
+    return std::to_string(corva::Account::usualSmtpPort(security));
+}
+
+std::string frmSettings::ProposedPopServer(const std::string& server, int security) {
+    const auto [host, port] = corva::Account::hostAndPort(server, 0);
+    if (host.empty() || (port != 0 && port != 110 && port != 995)) return server;
+    const int usual = corva::Account::usualPopPort(security);
+    const std::string shown = host.find(':') != std::string::npos ? "[" + host + "]" : host;
+    return usual == 110 ? shown : shown + ":" + std::to_string(usual);
 }
 
 std::vector<std::string> frmSettings::Languages() const {
@@ -240,7 +273,42 @@ void frmAccountWizard::Finish(const WizardFields& f) {
     sset(first.key("SMTP"), Trim(f.OutboundServer));
     sset(first.key("REPLYADDRESS"), Trim(f.EmailAddress));
     sset(first.key("DISPLAYNAME"), Trim(f.UserName));
+    if (f.PopSecurity != 0) sset(first.key("POPSECURITY"), f.PopSecurity);
+    if (f.SmtpSecurity != 0) sset(first.key("SMTPSECURITY"), f.SmtpSecurity);
     savesettings();
+}
+
+SecurityProposal frmAccountWizard::ProposeSecurity(const WizardFields& f, int timeoutMs) {
+    SecurityProposal proposal;
+    proposal.InboundServer = Trim(f.InboundServer);
+    proposal.OutboundServer = Trim(f.OutboundServer);
+    // A certificate that fails verification still shows the server speaks
+    // TLS: the session will ask about it.
+    const auto inbound = Account::hostAndPort(f.InboundServer, 0);
+    const std::string popHost = inbound.first;
+    for (const auto& [security, port] : {std::pair{1, 995}, std::pair{2, 110}}) {
+        if (popHost.empty()) break;
+        const int at = inbound.second != 0 ? inbound.second : port;
+        if (ProbeServer(ProbeProtocol::Pop3, popHost, at, security, "", timeoutMs).secure) {
+            proposal.PopSecurity = security;
+            proposal.InboundServer = inbound.second != 0
+                                         ? proposal.InboundServer
+                                         : frmSettings::ProposedPopServer(popHost, security);
+            break;
+        }
+    }
+    const auto outbound = Account::hostAndPort(f.OutboundServer, 0);
+    const std::string smtpHost = outbound.first;
+    for (const auto& [security, port] : {std::pair{1, 465}, std::pair{2, 587}, std::pair{2, 25}}) {
+        if (smtpHost.empty()) break;
+        const int at = outbound.second != 0 ? outbound.second : port;
+        if (ProbeServer(ProbeProtocol::Smtp, smtpHost, at, security, "", timeoutMs).secure) {
+            proposal.SmtpSecurity = security;
+            proposal.OutboundServer = smtpHost + ":" + std::to_string(at);
+            break;
+        }
+    }
+    return proposal;
 }
 
 bool frmAccountWizard::ConfirmCancel() {

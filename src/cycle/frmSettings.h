@@ -30,6 +30,10 @@ struct AccountFields {
     std::string Exclusive1;
     // Shown and kept while the dialog is open; OK does not store it.
     std::string SmtpPort = "25";
+    // Connection security of each server (POPSECURITY, SMTPSECURITY): 0 none,
+    // 1 SSL/TLS, 2 STARTTLS.
+    int PopSecurity = 0;
+    int SmtpSecurity = 0;
 };
 
 struct GlobalFields {
@@ -80,6 +84,11 @@ public:
     bool cmdOK(GlobalFields& globals, const AccountFields& shown);
 
     GlobalFields Globals() const { return globals_; }
+
+    // The port fields follow a change of security while they hold a usual
+    // port (or none); a port the user chose stays.
+    static std::string ProposedSmtpPort(const std::string& port, int security);
+    static std::string ProposedPopServer(const std::string& server, int security);
     // The languages the dialog offers.
     std::vector<std::string> Languages() const;
 
@@ -97,6 +106,16 @@ struct WizardFields {
     std::string OutboundServer;
     std::string LoginName;
     std::string Title;
+    int PopSecurity = 0; // as AccountFields
+    int SmtpSecurity = 0;
+};
+
+// What the wizard found the servers to support, most secure first.
+struct SecurityProposal {
+    int PopSecurity = 0;
+    std::string InboundServer; // with the port the choice needs
+    int SmtpSecurity = 0;
+    std::string OutboundServer;
 };
 
 class frmAccountWizard {
@@ -106,6 +125,9 @@ public:
     static std::string PageProblem(int page, const WizardFields& fields);
     // Finish: an empty store with account 0 set, saved as Corva.ini.
     static void Finish(const WizardFields& fields);
+    // Tries TLS from the first byte and STLS/STARTTLS on the usual ports of
+    // the servers typed, and proposes the first that works; 0 where none does.
+    static SecurityProposal ProposeSecurity(const WizardFields& fields, int timeoutMs);
     // Cancel: asks first; true when the wizard ends without settings.
     static bool ConfirmCancel();
 };

@@ -353,7 +353,7 @@ void frmGetMail::certificateRefused() {
     } else {
         text = "The certificate of " + server + " was not accepted.\n" +
                platform::describeCertificate(certificate) +
-               "\nTo trust it: corva trust --account " + Str(account_ + 1);
+               "\nTo trust it: corva trust --account " + Str(account_);
     }
     RecordAction(text, "certificateRefused", Module);
     events_->POPError(text);

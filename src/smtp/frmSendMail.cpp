@@ -11,6 +11,7 @@
 #include "core/mSHAREDDelay.h"
 #include "core/mSHAREDLogging.h"
 #include "core/mSHAREDSettings.h"
+#include "smtp/HeaderWords.h"
 
 #include <algorithm>
 #include <cmath>
@@ -18,6 +19,7 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <random>
 
 namespace corva {
 
@@ -429,7 +431,7 @@ std::string frmSendMail::fromValue(bool spooling) const {
     std::string name = fromDisplayName_;
     if (spooling && name.empty()) name = from_;
     if (name.empty()) return "<" + from_ + ">";
-    return "\"" + name + "\" <" + from_ + ">";
+    return DisplayName(name) + " <" + from_ + ">";
 }
 
 // Each further address sits on a folded line of its own.
@@ -439,12 +441,26 @@ std::string frmSendMail::addressValue(const std::vector<std::string>& addresses,
     for (size_t i = 0; i < addresses.size(); ++i) {
         std::string name = i < names.size() ? names[i] : "";
         if (spooling && name.empty()) name = addresses[i];
-        if (!name.empty()) value += "\"" + name + "\"";
+        if (!name.empty()) value += DisplayName(name);
         if (!value.empty()) value += " ";
         value += "<" + addresses[i] + ">";
         if (i + 1 < addresses.size()) value += ", \r\n    ";
     }
     return value;
+}
+
+std::string frmSendMail::newMessageId() const {
+    static unsigned long counter = 0;
+    static std::mt19937_64 random{std::random_device{}()};
+    char text[96];
+    std::snprintf(text, sizeof text, "%lld.%lu.%016llx",
+                  static_cast<long long>(DateTime::now().serial() * 86400.0), ++counter,
+                  static_cast<unsigned long long>(random()));
+    const size_t at = from_.find('@');
+    const std::string domain = at == std::string::npos || at + 1 >= from_.size()
+                                   ? std::string("corva.invalid")
+                                   : from_.substr(at + 1);
+    return "<" + std::string(text) + "@" + domain + ">";
 }
 
 std::string frmSendMail::dateLine() const {
@@ -465,7 +481,10 @@ void frmSendMail::writeBody(Output& out, bool spooling) {
     if (spooling && !bccRecipients_.empty())
         out.line("Bcc: " + addressValue(bccRecipients_, {}, false));
     if (!replyTo_.empty()) out.line("Reply-to: <" + replyTo_ + ">");
-    out.line("Subject: " + subject_);
+    out.line("Subject: " + HeaderText(subject_));
+    // Servers that score mail without one as junk see it on secure accounts,
+    // which are the ones that reach such servers; plain ones keep their bytes.
+    if (security_ != 0) out.line("Message-ID: " + newMessageId());
     if (encodeType_ == 0) {
         out.line("MIME-Version: 1.0");
         out.line("X-Priority: " + Str(priority_));
@@ -481,7 +500,7 @@ void frmSendMail::writeBody(Output& out, bool spooling) {
             out.line("--" + boundary);
         }
         out.line(std::string("Content-Type: ") + (asHTML_ ? "text/html;" : "text/plain;"));
-        out.line("\tcharset=\"iso-8859-1\"");
+        out.line(IsUtf8Text(message_) ? "\tcharset=\"utf-8\"" : "\tcharset=\"iso-8859-1\"");
         out.line(std::string("Content-Transfer-Encoding: ") + (eightBit_ ? "8bit" : "7bit"));
         if (asHTML_ && !contentBase_.empty()) out.line("Content-Base: \"" + contentBase_ + "\"");
     }
@@ -932,8 +951,7 @@ bool frmSendMail::pairedConnect() {
                 std::string why = trusted.empty()
                                       ? "The certificate of " + server + " was not accepted.\n" +
                                             platform::describeCertificate(c) +
-                                            "\nTo trust it: corva trust --account " +
-                                            Str(account_ + 1)
+                                            "\nTo trust it: corva trust --account " + Str(account_)
                                       : "The certificate of " + server +
                                             " has changed since you trusted it, and is refused.\n" +
                                             platform::describeCertificate(c);
@@ -978,7 +996,7 @@ bool frmSendMail::pairedConnect() {
                                   ? "The certificate of " + host_ + ":" + Str(port_) +
                                         " was not accepted.\n" +
                                         platform::describeCertificate(sckMail_->peerCertificate()) +
-                                        "\nTo trust it: corva trust --account " + Str(account_ + 1)
+                                        "\nTo trust it: corva trust --account " + Str(account_)
                                   : "The secure connection failed");
         }
         r = exchange("EHLO " + domain, connectTimeout_);

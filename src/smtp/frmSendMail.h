@@ -183,6 +183,8 @@ private:
     std::string addressValue(const std::vector<std::string>& addresses,
                              const std::vector<std::string>& names, bool spooling) const;
     std::string dateLine() const;
+    // "<time.count.random@domain>", unique for every message this program writes.
+    std::string newMessageId() const;
     std::string headerBlock(Output& out, bool spooling, const std::string& boundary) const;
     void writeBody(Output& out, bool spooling);
     bool encodeandsendfile(const std::string& path, int type, Output& out);

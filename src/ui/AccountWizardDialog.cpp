@@ -4,10 +4,13 @@
 #include "ui/DisplayText.h"
 #include "ui/Icons.h"
 
+#include <QComboBox>
 #include <QFormLayout>
+#include <QLabel>
 #include <QLineEdit>
 #include <QPainter>
 #include <QPixmap>
+#include <QPushButton>
 #include <QVBoxLayout>
 #include <QWizardPage>
 
@@ -58,12 +61,31 @@ AccountWizardDialog::AccountWizardDialog(QWidget* parent) : QWizard(parent) {
                        "mail, and your address."),
         {{"UserName", QStringLiteral("Your name:")},
          {"EmailAddress", QStringLiteral("Email address:")}}));
-    addPage(makePage(
+    QWizardPage* servers = makePage(
         QStringLiteral("Servers"),
         QStringLiteral("The servers your mail provider gave you: POP3 for incoming mail, SMTP for "
-                       "outgoing. Write host:port for a port other than 110."),
+                       "outgoing. Write host:port for a port other than the usual one."),
         {{"InboundServer", QStringLiteral("Incoming (POP3):")},
-         {"OutboundServer", QStringLiteral("Outgoing (SMTP):")}}));
+         {"OutboundServer", QStringLiteral("Outgoing (SMTP):")}});
+    auto* form = servers->findChild<QFormLayout*>();
+    auto choice = [](const char* name) {
+        auto* c = new QComboBox;
+        c->setObjectName(QString::fromLatin1(name));
+        c->addItems(
+            {QStringLiteral("None"), QStringLiteral("SSL/TLS"), QStringLiteral("STARTTLS")});
+        return c;
+    };
+    popSecurity_ = choice("POPSECURITY");
+    smtpSecurity_ = choice("SMTPSECURITY");
+    form->addRow(QStringLiteral("Incoming security:"), popSecurity_);
+    form->addRow(QStringLiteral("Outgoing security:"), smtpSecurity_);
+    auto* find = new QPushButton(QStringLiteral("Find secure settings"));
+    find->setObjectName(QStringLiteral("cmdFindSecure"));
+    found_ = new QLabel;
+    found_->setWordWrap(true);
+    form->addRow(find, found_);
+    connect(find, &QPushButton::clicked, this, [this] { findSecureSettings(); });
+    addPage(servers);
     addPage(makePage(
         QStringLiteral("Login"),
         QStringLiteral("The user name you log into your mail server with. Corva asks for the "
@@ -86,7 +108,24 @@ WizardFields AccountWizardDialog::fields() const {
     f.OutboundServer = fromDisplay(field("OutboundServer")->text());
     f.LoginName = fromDisplay(field("LoginName")->text());
     f.Title = fromDisplay(field("Title")->text());
+    f.PopSecurity = popSecurity_->currentIndex();
+    f.SmtpSecurity = smtpSecurity_->currentIndex();
     return f;
+}
+
+void AccountWizardDialog::findSecureSettings() {
+    found_->setText(QStringLiteral("Trying the secure choices..."));
+    setCursor(Qt::BusyCursor);
+    const SecurityProposal p = frmAccountWizard::ProposeSecurity(fields(), 5000);
+    unsetCursor();
+    field("InboundServer")->setText(toDisplay(p.InboundServer));
+    field("OutboundServer")->setText(toDisplay(p.OutboundServer));
+    popSecurity_->setCurrentIndex(p.PopSecurity);
+    smtpSecurity_->setCurrentIndex(p.SmtpSecurity);
+    const QString names[] = {QStringLiteral("no secure connection"), QStringLiteral("SSL/TLS"),
+                             QStringLiteral("STARTTLS")};
+    found_->setText(QStringLiteral("Incoming: %1. Outgoing: %2.")
+                        .arg(names[p.PopSecurity], names[p.SmtpSecurity]));
 }
 
 bool AccountWizardDialog::validateCurrentPage() {

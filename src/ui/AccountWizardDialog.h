@@ -6,6 +6,9 @@
 
 #include <QWizard>
 
+class QComboBox;
+class QLabel;
+
 class QLineEdit;
 
 namespace corva::ui {
@@ -20,9 +23,14 @@ public:
     QLineEdit* field(const QString& name) const;
     WizardFields fields() const;
     bool finished() const { return finished_; }
+    // Tries the secure choices on the servers typed and shows what it found.
+    void findSecureSettings();
 
 private:
     bool finished_ = false;
+    QComboBox* popSecurity_ = nullptr;
+    QComboBox* smtpSecurity_ = nullptr;
+    QLabel* found_ = nullptr;
 };
 
 } // namespace corva::ui

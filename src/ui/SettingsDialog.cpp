@@ -20,6 +20,18 @@
 namespace corva::ui {
 
 namespace {
+
+QComboBox* securityChoice(const QString& name) {
+    auto* choice = new QComboBox;
+    choice->setObjectName(name);
+    choice->addItems(
+        {QStringLiteral("None"), QStringLiteral("SSL/TLS"), QStringLiteral("STARTTLS")});
+    return choice;
+}
+
+} // namespace
+
+namespace {
 QString q(const std::string& s) {
     return toDisplay(s);
 }
@@ -93,6 +105,15 @@ QWidget* SettingsDialog::buildAccountsPage() {
     auto* in = new QFormLayout(incoming);
     in->addRow(label(QStringLiteral("Title:")), addLine("TITLE"));
     in->addRow(label(QStringLiteral("Server:")), addLine("SERVER"));
+    popSecurity_ = securityChoice(QStringLiteral("POPSECURITY"));
+    popSecurity_->setToolTip(QStringLiteral("SSL/TLS usually takes port 995 (host:995), STARTTLS "
+                                            "(STLS) the usual port 110"));
+    in->addRow(label(QStringLiteral("Security:")), popSecurity_);
+    connect(popSecurity_, &QComboBox::currentIndexChanged, this, [this](int security) {
+        if (showing_) return;
+        field("SERVER")->setText(
+            q(frmSettings::ProposedPopServer(b(field("SERVER")->text()), security)));
+    });
     in->addRow(label(QStringLiteral("User:")), addLine("UNAME"));
     QLineEdit* pwd = addLine("PWD");
     pwd->setEchoMode(QLineEdit::Password);
@@ -116,6 +137,14 @@ QWidget* SettingsDialog::buildAccountsPage() {
     port->setToolTip(
         QStringLiteral("Default is 25. Don't change this unless you know what you're doing."));
     out->addRow(label(QStringLiteral("Port:")), port);
+    smtpSecurity_ = securityChoice(QStringLiteral("SMTPSECURITY"));
+    smtpSecurity_->setToolTip(QStringLiteral("SSL/TLS usually takes port 465, STARTTLS port 587"));
+    out->addRow(label(QStringLiteral("Security:")), smtpSecurity_);
+    connect(smtpSecurity_, &QComboBox::currentIndexChanged, this, [this](int security) {
+        if (showing_) return;
+        field("SMTPPort")
+            ->setText(q(frmSettings::ProposedSmtpPort(b(field("SMTPPort")->text()), security)));
+    });
     out->addRow(addBox("SMTPAuth", QStringLiteral("Authorisation Rqd")));
     out->addRow(label(QStringLiteral("User")), addLine("SMTPUNAME"));
     QLineEdit* smtpPwd = addLine("SMTPPWD");
@@ -319,6 +348,10 @@ GlobalFields SettingsDialog::readGlobals() const {
 }
 
 void SettingsDialog::showAccount(const AccountFields& a) {
+    showing_ = true;
+    popSecurity_->setCurrentIndex(a.PopSecurity);
+    smtpSecurity_->setCurrentIndex(a.SmtpSecurity);
+    showing_ = false;
     field("TITLE")->setText(q(a.Title));
     field("SERVER")->setText(q(a.Server));
     field("UNAME")->setText(q(a.UName));
@@ -353,6 +386,8 @@ AccountFields SettingsDialog::readAccount() const {
     a.DisplayName = b(field("DISPLAYNAME")->text());
     a.Exclusive0 = b(field("EXCLUSIVE0_")->text());
     a.Exclusive1 = b(field("EXCLUSIVE1_")->text());
+    a.PopSecurity = popSecurity_->currentIndex();
+    a.SmtpSecurity = smtpSecurity_->currentIndex();
     return a;
 }
 

@@ -25,6 +25,9 @@ public:
     QLineEdit* field(const QString& name) const;
     QCheckBox* box(const QString& name) const;
     void selectAccount(int index);
+    // The security choices (0 none, 1 SSL/TLS, 2 STARTTLS), for tests.
+    QComboBox* popSecurity() const { return popSecurity_; }
+    QComboBox* smtpSecurity() const { return smtpSecurity_; }
 
 private:
     QWidget* buildAccountsPage();
@@ -43,6 +46,10 @@ private:
     QListWidget* accounts_ = nullptr;
     QComboBox* language_ = nullptr;
     QComboBox* firstWindow_ = nullptr;
+    QComboBox* popSecurity_ = nullptr;
+    QComboBox* smtpSecurity_ = nullptr;
+    // While an account is being shown, a security change proposes no port.
+    bool showing_ = false;
     int shownAccount_ = 0;
 };
 

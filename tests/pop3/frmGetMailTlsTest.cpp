@@ -87,7 +87,7 @@ TEST_F(TlsScriptTest, CertificatesThatFailAreRefusedWithTheirFingerprint) {
         const std::string& error = log.outline()[1];
         EXPECT_NE(error.find("was not accepted"), std::string::npos) << error;
         EXPECT_NE(error.find(each.problem), std::string::npos) << error;
-        EXPECT_NE(error.find("corva trust --account 1"), std::string::npos) << error;
+        EXPECT_NE(error.find("corva trust --account 0"), std::string::npos) << error;
         ASSERT_EQ(prompts.trustQuestions.size(), 1u);
         const std::string fingerprint =
             prompts.trustQuestions[0].substr(prompts.trustQuestions[0].find(' ') + 1);

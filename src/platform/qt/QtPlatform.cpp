@@ -18,6 +18,7 @@
 #include <QMessageBox>
 #include <QMimeDatabase>
 #include <QProcess>
+#include <QPushButton>
 #include <QStandardPaths>
 #include <QThread>
 #include <QTimeZone>
@@ -77,6 +78,24 @@ bool widgetsRunning() {
 
 class DialogPrompts : public Prompts {
 public:
+    // Only a window asks; the console never trusts a certificate by itself.
+    bool trustCertificate(const std::string& server, const CertificateInfo& certificate) override {
+        if (!widgetsRunning()) return false;
+        QMessageBox box;
+        box.setWindowTitle(QStringLiteral("Corva - Certificate not accepted"));
+        box.setIcon(QMessageBox::Warning);
+        box.setText(QString::fromStdString("The certificate of " + server +
+                                           " could not be verified.\n\n" +
+                                           describeCertificate(certificate)));
+        box.setInformativeText(
+            QStringLiteral("Trust this certificate for this server from now on? Only do so when "
+                           "you know the fingerprint is the server's own."));
+        QPushButton* trust = box.addButton(QStringLiteral("Trust"), QMessageBox::AcceptRole);
+        QPushButton* refuse = box.addButton(QStringLiteral("Refuse"), QMessageBox::RejectRole);
+        box.setDefaultButton(refuse);
+        box.exec();
+        return box.clickedButton() == trust;
+    }
     Answer messageBox(const std::string& text, Buttons buttons, Icon icon,
                       const std::string& title) override {
         if (!widgetsRunning()) return console_.messageBox(text, buttons, icon, title);
