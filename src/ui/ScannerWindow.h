@@ -28,6 +28,7 @@ class frmMain;
 
 namespace corva::ui {
 
+class MailerWindow;
 class ScannerListModel;
 class TextWindow;
 
@@ -68,6 +69,21 @@ public:
     void RemoveTrayIcon() override;
     void SpecificMessageArrived(clsMessage& message) override;
     bool ShowSettingsDialog() override;
+    void ShowMailerFirst() override;
+    bool MailerLoaded() const override;
+    bool MailerVisible() const override;
+    void MailerStatus(const std::string& text) override;
+    void MailerFinishedGettingMail(const std::string& text) override;
+    void MailerNewMessageStored(const std::string& path, const std::string& folder,
+                                clsMessage& message, bool inOpenFolder) override;
+    void HideMailer() override;
+    void UnloadMailer() override;
+    void ShowScanner() override;
+    void QuitProgram() override;
+
+    // The mailer's window, made on first use, shown and filled.
+    MailerWindow* openMailer();
+    MailerWindow* mailerWindow() const;
 
     // For tests and screenshots.
     // The list as shown, with any lines still waiting for their batch.
@@ -112,6 +128,7 @@ private:
     void quit();
 
     frmMain* main_ = nullptr;
+    QPointer<MailerWindow> mailerWindow_;
     ScannerListModel* model_ = nullptr;
     std::vector<ListLine> pending_;
     std::array<std::optional<QString>, 4> pendingPanels_;
