@@ -35,15 +35,6 @@ Table makeTable(ScanPrinter::Form form) {
     return Table(ScanPrinter::Columns());
 }
 
-std::string colourText(int32_t colour) {
-    static const char hex[] = "0123456789ABCDEF";
-    std::string text = "#";
-    // Stored with red in the low byte; written as the usual #RRGGBB.
-    for (int shift : {0, 4, 12, 8, 20, 16})
-        text += hex[(static_cast<uint32_t>(colour) >> shift) & 0xF];
-    return text;
-}
-
 } // namespace
 
 std::vector<TableColumn> ScanPrinter::Columns() {
@@ -54,7 +45,7 @@ std::vector<TableColumn> ScanPrinter::Columns() {
 
 ScanPrinter::ScanPrinter(std::ostream& out, std::ostream& status, Form form)
     : out_(out), status_(status), form_(form), table_(makeTable(form)),
-      colour_(form == Form::Table && ColourOnStdout()), oneLine_(ProgressOnOneLine()) {}
+      colour_(form == Form::Table && ColourOnStdout()) {}
 
 void ScanPrinter::RunAccountWizard() {
     endProgress();
@@ -85,7 +76,7 @@ void ScanPrinter::AddListLine(const ListLine& line) {
                                 .integer("account", static_cast<long long>(Val(line.Accnt)))
                                 .integer("msg", static_cast<long long>(Val(line.Msg)))
                                 .integer("msgNum", static_cast<long long>(Val(line.MsgNum)))
-                                .raw("colour", JsonQuote(colourText(line.Colour)))
+                                .raw("colour", JsonQuote(RgbText(line.Colour)))
                                 .str());
         return;
     }
@@ -126,25 +117,11 @@ void ScanPrinter::SetStatusPanel(int panel, const std::string& text) {
 }
 
 void ScanPrinter::progress(const std::string& text) {
-    const Verbosity v = Output().verbosity;
-    if (v == Verbosity::Quiet) return;
-    if (v == Verbosity::Verbose) {
-        status_ << terminalLine(text) << "\n";
-    } else if (oneLine_) {
-        // Carriage return, the text, then erase what an older, longer one left.
-        status_ << "\r" << cutToWidth(terminalLine(text), ProgressWidth() - 1) << "\x1b[K";
-        progressShown_ = true;
-    } else {
-        return; // not a terminal: only the summary at the end
-    }
-    status_.flush();
+    progress_.show(terminalLine(text));
 }
 
 void ScanPrinter::endProgress() {
-    if (!progressShown_) return;
-    status_ << "\r\x1b[K";
-    status_.flush();
-    progressShown_ = false;
+    progress_.clear();
 }
 
 void ScanPrinter::SetStatusPicture(PanelPicture picture) {

@@ -15,12 +15,7 @@ namespace {
 constexpr const char* Usage = "corva save-attachments FILE.eml DIR";
 
 int run(CommandArgs& args) {
-    auto unknown = args.unknownOptions();
-    if (!unknown.empty() || args.rest().size() != 2) {
-        for (const auto& u : unknown) std::cerr << "Unknown option: " << u << "\n";
-        std::cerr << "Usage: " << Usage << "\n";
-        return 2;
-    }
+    if (auto status = args.refused(Usage, 2, 2)) return *status;
     const std::string file = args.rest()[0];
     const std::string folder = args.rest()[1];
     std::string text;

@@ -76,6 +76,14 @@ std::optional<bool> TruthOf(std::string_view text) {
     return std::nullopt;
 }
 
+std::optional<int> SecurityOf(std::string_view text) {
+    const std::string t = LCase(Trim(std::string(text)));
+    if (t == "0" || t == "none") return 0;
+    if (t == "1" || t == "tls") return 1;
+    if (t == "2" || t == "starttls") return 2;
+    return std::nullopt;
+}
+
 std::string AccountValueProblem(const AccountKey& key, std::string_view value) {
     const std::string v = Trim(std::string(value));
     using K = AccountKey::Kind;
@@ -97,9 +105,8 @@ std::string AccountValueProblem(const AccountKey& key, std::string_view value) {
     case K::Port:
         return isPort(v) ? "" : std::string(key.name) + " takes a port from 1 to 65535";
     case K::Security:
-        return v == "0" || v == "1" || v == "2"
-                   ? ""
-                   : std::string(key.name) + " takes 0 (none), 1 (SSL/TLS) or 2 (STARTTLS)";
+        return SecurityOf(v) ? ""
+                             : std::string(key.name) + " takes none, tls or starttls (0, 1 or 2)";
     }
     return "";
 }

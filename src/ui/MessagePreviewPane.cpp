@@ -92,6 +92,7 @@ MessagePreviewPane::MessagePreviewPane(QWidget* parent) : QWidget(parent) {
         menu->addAction(QStringLiteral("View source"), this,
                         [this] { display_->mnuviewsource_click(); });
         menu->addAction(QStringLiteral("Print..."), this, [this] { print(); });
+        menu->addAction(QStringLiteral("Print preview..."), this, [this] { printPreview(); });
         menu->exec(text_->viewport()->mapToGlobal(at));
         delete menu;
     });
