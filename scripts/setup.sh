@@ -6,7 +6,7 @@ set -euo pipefail
 packages=(
     g++ cmake ninja-build pkg-config clang-format clang-tidy
     qt6-base-dev qt6-base-dev-tools libgl-dev
-    libssl-dev
+    libssl-dev openssl # the TLS tests make their certificates with it
     libgtest-dev libgmock-dev
     dovecot-core dovecot-pop3d
     python3 python3-aiosmtpd

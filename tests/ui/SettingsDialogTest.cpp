@@ -77,6 +77,11 @@ TEST_F(SettingsDialogTest, OkWritesEveryEditedAccountAndTheGlobalsToCorvaIni) {
     EXPECT_EQ(dialog->field("SMTPPort")->text(), "25");
     type("TITLE", "Work");
     type("SERVER", "pop.work.test");
+    // A security choice proposes its usual port; the port field keeps what it shows.
+    dialog->popSecurity()->setCurrentIndex(1);
+    dialog->smtpSecurity()->setCurrentIndex(2);
+    EXPECT_EQ(dialog->field("SERVER")->text(), "pop.work.test:995");
+    EXPECT_EQ(dialog->field("SMTPPort")->text(), "587");
     // The list shows the edited title of the account left behind.
     auto* list = dialog->findChild<QListWidget*>("lstAccounts");
     EXPECT_EQ(list->item(0)->text(), "1 - Home");
@@ -97,13 +102,18 @@ TEST_F(SettingsDialogTest, OkWritesEveryEditedAccountAndTheGlobalsToCorvaIni) {
     EXPECT_EQ(ini.sGet("REPLYADDRESS0", "").toText(), "ann@home.test");
     EXPECT_TRUE(ini.sGet("CHECK0", false).toBool());
     EXPECT_EQ(ini.sGet("TITLE1", "").toText(), "Work");
-    EXPECT_EQ(ini.sGet("SERVER1", "").toText(), "pop.work.test");
+    EXPECT_EQ(ini.sGet("SERVER1", "").toText(), "pop.work.test:995");
+    EXPECT_EQ(ini.sGet("POPSECURITY1", 0).toInt(), 1);
+    EXPECT_EQ(ini.sGet("SMTPSECURITY1", 0).toInt(), 2);
+    EXPECT_EQ(ini.sGet("SMTPPORT1", 0).toInt(), 587);
     EXPECT_FALSE(ini.sGet("CHECK1", true).toBool());
     EXPECT_EQ(ini.sGet("TITLE19", "").toText(), "Account 20");
     EXPECT_EQ(ini.sGet("MailTimeout", 0).toInt(), 45);
     // The start-up test compares with the text "1".
     EXPECT_EQ(ini.sGet("STARTMIN", "").toText().find('1') != std::string::npos, true);
-    EXPECT_EQ(ini.sGet("SMTPPORT0", "none").toText(), "none") << "the port is never stored";
+    // An account left at its defaults gains no keys.
+    for (const char* key : {"SMTPPORT0", "POPSECURITY0", "SMTPSECURITY0"})
+        EXPECT_EQ(ini.sGet(key, "none").toText(), "none") << key;
 
     // Opened again, the dialog shows what was stored.
     ui::SettingsDialog again(window.get());
