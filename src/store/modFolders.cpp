@@ -120,7 +120,9 @@ void generatefolderini() {
             } else {
                 pairs += names[names.size() - 2] + "\r\n" + names[names.size() - 3] + "\r\n";
             }
-            list += path + "\r\n";
+            // Backslashes, as every copy of the file has always held them;
+            // FillMailFolders reads either.
+            list += Replace(path, "/", "\\") + "\r\n";
         }
         WriteFileAtomically(FoldersIniPath, pairs, false);
         WriteFileAtomically(FolderListIniPath, list, false);
