@@ -68,6 +68,15 @@ public:
     void RemoveTrayIcon() override;
     void SpecificMessageArrived(clsMessage& message) override;
     bool ShowSettingsDialog() override;
+    bool TrayAvailable() const override;
+    void NotifyNewMail(const std::string& title, const std::string& text) override;
+    std::vector<std::string> OpenForms() const override;
+    bool UnloadForm(size_t index) override;
+
+    // Whether the desktop shows a notification area, unless a test says.
+    void setTrayAvailable(bool available) { trayAvailable_ = available; }
+    // The size the window first opens at on a screen of this available size.
+    static QSize firstWindowSize(const QSize& available);
 
     // For tests and screenshots.
     // The list as shown, with any lines still waiting for their batch.
@@ -110,6 +119,7 @@ private:
     TextWindow* showTextWindow(const QString& title, const QString& text);
     void act(const QString& key);
     void quit();
+    std::vector<QWidget*> openForms() const;
 
     frmMain* main_ = nullptr;
     ScannerListModel* model_ = nullptr;
@@ -134,6 +144,7 @@ private:
     bool readOnServerEnabled_ = true;
     bool hiddenAtStart_ = false;
     bool everShown_ = false;
+    std::optional<bool> trayAvailable_;
 };
 
 } // namespace corva::ui
