@@ -11,6 +11,7 @@ packages=(
     dovecot-core dovecot-pop3d
     python3 python3-aiosmtpd
     clang libclang-rt-14-dev
+    bogofilter # bench/score_bulk compares against it
 )
 
 missing=()

@@ -1,10 +1,11 @@
 #include "app/HeadlessSession.h"
 
 #include "app/Command.h"
+#include "app/ScanPrinter.h"
+#include "core/Account.h"
 #include "core/AppInfo.h"
 #include "core/Strings.h"
 #include "core/mSHAREDSettings.h"
-#include "cycle/frmMainTextView.h"
 #include "platform/Platform.h"
 
 #include <climits>
@@ -78,52 +79,51 @@ bool Interrupted() {
     return interrupted != 0;
 }
 
-int RunCycleCommand(CommandArgs& args, bool retrieve, const char* name) {
-    std::optional<std::string> accountText = args.option("--account");
-    bool deleteBlocked = args.flag("--delete");
-    bool quiet = args.flag("--quiet");
-    bool tabs = args.flag("--tabs");
-    for (const auto& word : args.unknownOptions()) {
-        std::cerr << "corva " << name << ": unknown option '" << word << "'\n";
-        return 2;
-    }
-    if (!args.rest().empty()) {
-        std::cerr << "corva " << name << ": unexpected '" << args.rest().front() << "'\n";
-        return 2;
-    }
-    int account = -1;
-    if (accountText) {
-        std::string t = Trim(*accountText);
-        bool digits =
-            !t.empty() && t.size() <= 2 && t.find_first_not_of("0123456789") == std::string::npos;
-        if (!digits || std::stoi(t) >= Account::Count) {
-            std::cerr << "corva " << name << ": --account takes an account number from 0 to 19\n";
-            return 2;
-        }
-        account = std::stoi(t);
-    }
+std::optional<int> RequireAccount(const std::string& command, int number, bool needsServer) {
+    const Account account(number);
+    const bool exists =
+        !account.server().empty() ||
+        (!needsServer && (!account.smtpServer().empty() || !account.replyAddress().empty()));
+    if (exists) return std::nullopt;
+    return RefuseWith(command, "there is no account " + std::to_string(number) + " (" +
+                                   account.key(needsServer ? "SERVER" : "SMTP") +
+                                   " is not set; 'corva account list' shows the accounts)");
+}
 
-    frmMainTextView view(std::cout, std::cerr, ::isatty(STDOUT_FILENO) != 0);
-    view.setQuiet(quiet);
-    view.setTabs(tabs);
+int RunCycleCommand(CommandArgs& args, bool retrieve, const char* name) {
+    const std::optional<int> account = args.account();
+    const bool deleteBlocked = args.flag("--delete");
+    const bool tabs = args.flag("--tabs");
+    const bool json = args.flag("--json");
+    if (tabs && json) args.problem("--tabs and --json don't go together");
+    if (auto status = args.refused(
+            std::string("corva ") + name + " [--account N] [--delete] [--tabs|--json]", 0, 0))
+        return *status;
+
+    ScanPrinter view(std::cout, std::cerr,
+                     json   ? ScanPrinter::Form::Json
+                     : tabs ? ScanPrinter::Form::Tabs
+                            : ScanPrinter::Form::Table);
     HeadlessSession session(view, frmMain::AutoScan::Off);
+    if (account)
+        if (auto refused = RequireAccount(name, *account, true)) return *refused;
     CatchInterrupt();
     frmMain& main = session.main();
     const long savedBefore = main.MessagesSaved();
     const double deletedBefore = main.DeletedThisRun();
     CycleRequest request;
-    if (account >= 0) request.accounts = AccountSet::one(account);
+    if (account) request.accounts = AccountSet::one(*account);
     request.deleteBlocked = deleteBlocked;
     request.retrieve = retrieve;
     main.checkmail(request);
     platform::current().eventLoop().runUntil([&] { return !main.CycleRunning() || Interrupted(); },
                                              INT_MAX);
     if (Interrupted()) {
-        std::cerr << "Interrupted; the transfer was stopped.\n";
+        std::cerr << "\nInterrupted; the transfer was stopped.\n";
         session.shutdown();
         return 130;
     }
-    view.printCounts(main, savedBefore, deletedBefore);
+    view.finish(main, savedBefore, deletedBefore);
     return view.problems() > 0 ? 1 : 0;
 }
 

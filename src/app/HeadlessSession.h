@@ -53,6 +53,11 @@ private:
 void CatchInterrupt();
 bool Interrupted();
 
+// An account the command line names must exist (have its POP3 server, or
+// for sending any of server, SMTP server or reply address); else the refusal
+// is printed and the status is 2.
+std::optional<int> RequireAccount(const std::string& command, int number, bool needsServer);
+
 // scan and fetch: one cycle over every account or one, printed as the list.
 int RunCycleCommand(CommandArgs& args, bool retrieve, const char* name);
 

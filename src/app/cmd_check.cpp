@@ -2,6 +2,7 @@
 // through the program's own filters, lists and word table.
 #include "app/Command.h"
 #include "app/HeadlessSession.h"
+#include "app/Json.h"
 #include "core/Account.h"
 #include "core/FileSubs.h"
 #include "core/Strings.h"
@@ -21,63 +22,102 @@ std::string oneLine(const std::string& text, const std::string& charset = "") {
     return terminalText(Replace(Replace(text, "\r", "\\r"), "\n", "\\n"), charset);
 }
 
+constexpr const char* Usage =
+    "corva check FILE...|- [--local] [--headers-only] [--account N] [--no-bayes] [--json]";
+
+std::string truth(bool value) {
+    return value ? "True" : "False";
+}
+
 int run(CommandArgs& args) {
     const bool local = args.flag("--local");
     const bool headersOnly = args.flag("--headers-only");
     const bool noBayes = args.flag("--no-bayes");
-    const auto account = args.option("--account");
-    std::string file, text;
-    if (auto status = readOneFile(
-            args, "corva check FILE.eml [--local] [--headers-only] [--account N] [--no-bayes]",
-            file, text))
-        return *status;
-    int accountNumber = 0;
-    if (account) {
-        accountNumber = static_cast<int>(Val(*account));
-        if (!Account::isNumber(accountNumber) || Trim(*account).empty()) {
-            std::cerr << "The account is a number from 0 to 19\n";
-            return 2;
-        }
-    }
+    const bool json = args.flag("--json");
+    const std::optional<int> account = args.account();
+    const bool bulk = args.rest().size() != 1 || args.rest().front() == "-";
+    std::vector<std::string> files;
+    if (auto status = fileNames(args, Usage, files)) return *status;
 
     HeadlessSession session;
+    if (account)
+        if (auto refused = RequireAccount("check", *account, false)) return *refused;
     frmFilters& filters = local ? session.localFilters() : session.serverFilters();
-    clsMessage msg;
-    msg.CreateFromText(text, headersOnly);
-    msg.FromAccount = static_cast<int16_t>(accountNumber);
-    filters.CheckMessage(msg, !noBayes);
-
+    int status = 0;
+    std::string text;
     std::ostream& o = std::cout;
-    o << verdictword(msg) << "\n";
-    o << "Colour: " << colourname(msg.Colour) << " (" << msg.Colour << ")\n";
-    o << "FilterReason: " << oneLine(msg.FilterReason) << "\n";
-    o << "Bayes: " << singleText(msg.Bayes) << "\n";
-    o << "DestFolder: " << oneLine(msg.DestFolder) << "\n";
-    o << "Deleted: " << (msg.Deleted ? "True" : "False") << "\n";
-    o << "BlockedSender: " << (msg.BlockedSender ? "True" : "False") << "\n";
-    o << "BlockedRecip: " << (msg.BlockedRecip ? "True" : "False") << "\n";
-    o << "Ignored: " << (msg.Ignored ? "True" : "False") << "\n";
-    o << "Suspicious: " << (msg.Suspicious ? "True" : "False") << "\n";
-    o << "Subject: " << oneLine(msg.Subject, headerCharset(msg.Headers, "Subject")) << "\n";
-    o << "Size: " << singleText(msg.Size) << "kb\n";
-    o << "Filters: " << (local ? "local (" : "server (") << oneLine(filters.CurrentRulesPath())
-      << ", " << filters.Filters().size() << " filters)\n";
-    return 0;
+    for (const std::string& file : files) {
+        if (!FileExists(file) || !LoadTextFile(file, text)) {
+            std::cerr << "Can't read " << terminalLine(file) << "\n";
+            status = 1;
+            continue;
+        }
+        clsMessage msg;
+        msg.CreateFromText(text, headersOnly);
+        msg.FromAccount = static_cast<int16_t>(account.value_or(0));
+        filters.CheckMessage(msg, !noBayes);
+        const std::string subjectCharset = headerCharset(msg.Headers, "Subject");
+        if (json) {
+            o << JsonObject()
+                     .text("file", file)
+                     .text("verdict", verdictword(msg))
+                     .text("colour", colourname(msg.Colour))
+                     .text("filterReason", msg.FilterReason)
+                     .raw("bayes", singleText(msg.Bayes))
+                     .text("destFolder", msg.DestFolder)
+                     .truth("deleted", msg.Deleted)
+                     .truth("blockedSender", msg.BlockedSender)
+                     .truth("blockedRecip", msg.BlockedRecip)
+                     .truth("ignored", msg.Ignored)
+                     .truth("suspicious", msg.Suspicious)
+                     .text("subject", msg.Subject, subjectCharset)
+                     .raw("size", singleText(msg.Size))
+                     .str()
+              << "\n";
+            continue;
+        }
+        if (bulk) {
+            o << terminalLine(file) << "\t" << verdictword(msg) << "\t" << singleText(msg.Bayes)
+              << "\t" << terminalLine(msg.FilterReason) << "\n";
+            continue;
+        }
+        o << verdictword(msg) << "\n";
+        o << "Colour: " << colourname(msg.Colour) << " (" << msg.Colour << ")\n";
+        o << "FilterReason: " << oneLine(msg.FilterReason) << "\n";
+        o << "Bayes: " << singleText(msg.Bayes) << "\n";
+        o << "DestFolder: " << oneLine(msg.DestFolder) << "\n";
+        o << "Deleted: " << truth(msg.Deleted) << "\n";
+        o << "BlockedSender: " << truth(msg.BlockedSender) << "\n";
+        o << "BlockedRecip: " << truth(msg.BlockedRecip) << "\n";
+        o << "Ignored: " << truth(msg.Ignored) << "\n";
+        o << "Suspicious: " << truth(msg.Suspicious) << "\n";
+        o << "Subject: " << oneLine(msg.Subject, subjectCharset) << "\n";
+        o << "Size: " << singleText(msg.Size) << "kb\n";
+        o << "Filters: " << (local ? "local (" : "server (") << oneLine(filters.CurrentRulesPath())
+          << ", " << filters.Filters().size() << " filters)\n";
+    }
+    return status;
 }
 
 const CommandRegistration registration({
     "check",
-    "corva check FILE.eml [--local] [--headers-only] [--account N] [--no-bayes]",
-    "Show the scanner's verdict on a mail file",
+    Usage,
+    "Show the scanner's verdict on mail files",
     "Runs the message through the block and ignore lists, the filter rules, the\n"
     "Bayesian score and the size limit, as a scan does, and prints the verdict word\n"
     "(BLOCK, FAIL, IGNORE, SPAM? or PASS), the colour of its line, FilterReason,\n"
     "Bayes, DestFolder and the other marks. Nothing is changed.\n"
     "--local uses the local filters (LocalRules.txt) instead of the server ones.\n"
     "--headers-only reads the file as a scan reads TOP n 1, without the body.\n"
-    "--account N checks it as mail of account N (for its \"ignore mail not\n"
-    "addressed to\" settings); 0 by default.\n"
-    "--no-bayes leaves the score out, as a retrieved message's local check does.",
+    "--account N checks it as mail of account N, which must exist (for its\n"
+    "\"ignore mail not addressed to\" settings); 0 by default.\n"
+    "--no-bayes leaves the score out, as a retrieved message's local check does.\n"
+    "Several files (or \"-\", the names on standard input one a line) are checked\n"
+    "in one process, one line each: FILE, verdict, score and FilterReason, separated\n"
+    "by tabs. --json writes one object per file, one a line: \"file\", \"verdict\",\n"
+    "\"colour\", \"filterReason\", \"bayes\", \"destFolder\", \"deleted\",\n"
+    "\"blockedSender\", \"blockedRecip\", \"ignored\", \"suspicious\", \"subject\" and\n"
+    "\"size\" (KB). A file that can't be read makes the exit status 1.",
     run,
 });
 

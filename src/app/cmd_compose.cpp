@@ -3,9 +3,12 @@
 #include "app/Command.h"
 #include "app/HeadlessSession.h"
 #include "core/Account.h"
+#include "core/AccountRules.h"
 #include "core/FileSubs.h"
 #include "core/Strings.h"
+#include "core/TerminalText.h"
 #include "core/mSHAREDSettings.h"
+#include "core/modSubs.h"
 #include "smtp/frmSendMailWrapper.h"
 
 #include <filesystem>
@@ -51,31 +54,30 @@ public:
     SendMailWrapperListener* next;
 };
 
-int usage() {
-    std::cerr << "Usage: corva compose --account N --to ADDR [--cc ADDR]... [--bcc ADDR]... "
-                 "--subject S [--body-file F] [--attach FILE]...\n";
-    return 2;
-}
+constexpr const char* Usage = "corva compose --account N --to ADDR [--cc ADDR]... [--bcc ADDR]... "
+                              "--subject S [--body-file F|-] [--attach FILE]...";
 
 int run(CommandArgs& args) {
-    auto account = args.option("--account");
-    auto to = args.option("--to");
-    auto subject = args.option("--subject");
-    auto bodyFile = args.option("--body-file");
-    auto cc = args.options("--cc");
-    auto bcc = args.options("--bcc");
-    auto attachments = args.options("--attach");
-    auto unknown = args.unknownOptions();
-    if (!unknown.empty() || !args.rest().empty()) {
-        for (const auto& u : unknown) std::cerr << "Unknown option: " << u << "\n";
-        return usage();
-    }
-    if (!account || !to || !subject) return usage();
-    int n = static_cast<int>(Val(*account));
-    if (Trim(*account).empty() || !Account::isNumber(n) || Str(n) != Trim(*account)) {
-        std::cerr << "The account is a number from 0 to 19\n";
-        return 2;
-    }
+    const std::optional<int> account = args.account();
+    auto to = args.option("--to", "an address");
+    auto subject = args.option("--subject", "a text");
+    auto bodyFile = args.option("--body-file", "a file");
+    auto cc = args.options("--cc", "an address");
+    auto bcc = args.options("--bcc", "an address");
+    auto attachments = args.options("--attach", "a file");
+    if (auto status = args.refused(Usage, 0, 0)) return *status;
+    for (const auto& [option, given] : {std::pair{"--account", account.has_value()},
+                                        {"--to", to.has_value()},
+                                        {"--subject", subject.has_value()}})
+        if (!given) return RefuseWith("compose", std::string(option) + " is required");
+    std::vector<std::string> addresses = cc;
+    addresses.insert(addresses.end(), bcc.begin(), bcc.end());
+    addresses.push_back(*to);
+    for (const std::string& list : addresses)
+        for (const std::string& one : Split(Replace(list, ",", ";"), ";"))
+            if (!Trim(one).empty() && !IsMailAddress(extractemail(one)))
+                return RefuseWith("compose", "\"" + terminalLine(one) + "\" is not an address");
+    const int n = *account;
     std::string body;
     if (bodyFile) {
         if (*bodyFile == "-") {
@@ -87,6 +89,7 @@ int run(CommandArgs& args) {
     }
 
     HeadlessSession session;
+    if (auto refused = RequireAccount("compose", n, false)) return *refused;
     if (Account(n).replyAddress().empty()) {
         std::cerr << "Account " << n << " has no reply address (REPLYADDRESS" << n << ")\n";
         return 1;
@@ -119,15 +122,15 @@ int run(CommandArgs& args) {
 
 const CommandRegistration registration({
     "compose",
-    "corva compose --account N --to ADDR [--cc ADDR]... [--bcc ADDR]... --subject S "
-    "[--body-file F] [--attach FILE]...",
+    Usage,
     "Put a message into the Outbox, as the composer does",
     "Writes the finished message (headers, body, attachments in base64) into the\n"
     "Outbox as NN_outbound_K.eml, sent from account N's reply address and display\n"
     "name (REPLYADDRESSn, DISPLAYNAMEn). The body comes from F ('-' for standard\n"
     "input); its line ends become CRLF. Several addresses in one --to are written\n"
     "'a@x;b@y' without blanks. Prints the spooled file; 'corva send' uploads it.\n"
-    "Nothing is spooled when an attachment is missing.",
+    "Nothing is spooled when an attachment is missing. Account N must exist and\n"
+    "every address must be one (name@domain), else the exit status is 2.",
     run,
 });
 

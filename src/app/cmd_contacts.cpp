@@ -1,9 +1,12 @@
 // "corva contacts": lists, adds to and imports into the contact book.
 #include "app/Command.h"
 #include "app/HeadlessSession.h"
+#include "app/Json.h"
 #include "contacts/clsContacts.h"
 #include "contacts/modContacts.h"
+#include "core/AccountRules.h"
 #include "core/FileSubs.h"
+#include "core/Strings.h"
 #include "core/TerminalText.h"
 
 #include <iostream>
@@ -11,22 +14,21 @@
 namespace corva::app {
 namespace {
 
-int usage() {
-    std::cerr << "Usage: corva contacts list | add NAME EMAIL | import FILE.csv\n";
-    return 2;
-}
+constexpr const char* Usage = "corva contacts list [--json] | add NAME EMAIL | import FILE.csv";
 
 int run(CommandArgs& args) {
-    auto unknown = args.unknownOptions();
+    const bool json = args.flag("--json");
+    if (auto status = args.refused(Usage, 1, 3)) return *status;
     const auto& words = args.rest();
-    if (!unknown.empty() || words.empty()) {
-        for (const auto& u : unknown) std::cerr << "Unknown option: " << u << "\n";
-        return usage();
-    }
     const std::string what = words.front();
+    if (json && what != "list") return RefuseWith("contacts", "--json goes with list");
     if (!((what == "list" && words.size() == 1) || (what == "add" && words.size() == 3) ||
-          (what == "import" && words.size() == 2)))
-        return usage();
+          (what == "import" && words.size() == 2))) {
+        std::cerr << "Usage: " << Usage << "\n";
+        return 2;
+    }
+    if (what == "add" && !IsMailAddress(Trim(words[2])))
+        return RefuseWith("contacts", "\"" + terminalLine(words[2]) + "\" is not an address");
     if (what == "import" && !FileExists(words[1])) {
         std::cerr << "Can't read " << words[1] << "\n";
         return 1;
@@ -35,6 +37,17 @@ int run(CommandArgs& args) {
     // The session's start-up loads the book and its shutdown saves it.
     HeadlessSession session;
     clsContacts& book = Contacts();
+    if (what == "list" && json) {
+        std::cout << "[";
+        for (long i = 1; i <= book.Count(); ++i)
+            std::cout << (i > 1 ? ",\n  " : "\n  ")
+                      << JsonObject()
+                             .text("name", book.Contact(i).strName)
+                             .text("email", book.Contact(i).email)
+                             .str();
+        std::cout << (book.Count() ? "\n]\n" : "]\n");
+        return 0;
+    }
     if (what == "list") {
         for (long i = 1; i <= book.Count(); ++i)
             std::cout << terminalLine(book.Contact(i).strName) << " <"
@@ -45,7 +58,7 @@ int run(CommandArgs& args) {
     if (what == "add") {
         clsContact contact;
         contact.strName = words[1];
-        contact.email = words[2];
+        contact.email = Trim(words[2]);
         if (contact.strName.empty() || contact.email.empty()) {
             std::cerr << "A contact needs a name and an address\n";
             return 2;
@@ -68,12 +81,14 @@ int run(CommandArgs& args) {
 
 const CommandRegistration registration({
     "contacts",
-    "corva contacts list | add NAME EMAIL | import FILE.csv",
+    Usage,
     "List, add to or import into the contact book",
     "The book is contacts.txt in the data folder. 'add' replaces a contact of the\n"
     "same name. 'import' reads a CSV file whose first line names its columns (Name,\n"
     "E-mail Address, Mobile Phone, Home Street ...); only files of exactly two\n"
-    "columns are taken, as the mailer's import always has.",
+    "columns are taken, as the mailer's import always has. An EMAIL that is not\n"
+    "an address (name@domain) is refused with exit status 2.\n"
+    "list --json writes a list of {\"name\", \"email\"}.",
     run,
 });
 

@@ -2,6 +2,7 @@
 // hold, built from folders.ini as the window builds it.
 #include "app/Command.h"
 #include "app/HeadlessSession.h"
+#include "app/Json.h"
 #include "core/FileSubs.h"
 #include "core/Globals.h"
 #include "core/Strings.h"
@@ -9,6 +10,7 @@
 #include "store/FolderNode.h"
 #include "store/clsMailer.h"
 #include "store/modFolders.h"
+#include "store/modTags.h"
 
 #include <iostream>
 #include <string>
@@ -50,13 +52,9 @@ public:
 };
 
 int run(CommandArgs& args) {
-    bool rebuild = args.flag("--rebuild");
-    auto unknown = args.unknownOptions();
-    if (!unknown.empty() || !args.rest().empty()) {
-        for (const auto& u : unknown) std::cerr << "Unknown option: " << u << "\n";
-        std::cerr << "Usage: corva folders [--rebuild]\n";
-        return 2;
-    }
+    const bool rebuild = args.flag("--rebuild");
+    const bool json = args.flag("--json");
+    if (auto status = args.refused("corva folders [--rebuild] [--json]", 0, 0)) return *status;
     HeadlessSession session;
     clsMailer mailer;
     TreeBuilder tree;
@@ -64,34 +62,55 @@ int run(CommandArgs& args) {
     mailer.PopulateFolders(rebuild);
 
     AgeColours ages = AgeColours::FromSettings();
+    if (json) std::cout << "[";
+    bool first = true;
     for (const Node& n : tree.nodes) {
         std::string text = n.text;
+        long count = 0;
         if (n.parent >= 0) {
             std::string folder = MessageFolder + n.path;
             if (EqualsNoCase(n.path, std::string(OutboxFolder) + "/")) {
                 // The Outbox counts what waits to be sent, read or not.
                 std::vector<std::string> files;
                 FillFiles(folder, "EML", files);
-                if (!files.empty()) text += " (" + Str(static_cast<long long>(files.size())) + ")";
+                count = static_cast<long>(files.size());
+                if (count) text += " (" + Str(static_cast<long long>(count)) + ")";
             } else {
                 FolderNode node{text, false, std::nullopt};
                 scanfolder(folder, node, ages);
                 text = node.Text;
+                if (node.Bold) count = readunreadtag(folder);
             }
+        }
+        if (json) {
+            std::string path = n.path;
+            if (!path.empty()) path.pop_back();
+            std::cout << (first ? "\n  " : ",\n  ")
+                      << JsonObject()
+                             .text("name", n.text)
+                             .text("path", path)
+                             .integer("depth", n.depth)
+                             .integer("count", count)
+                             .str();
+            first = false;
+            continue;
         }
         std::cout << std::string(static_cast<size_t>(n.depth) * 2, ' ') << terminalLine(text)
                   << "\n";
     }
+    if (json) std::cout << (first ? "]\n" : "\n]\n");
     return 0;
 }
 
 const CommandRegistration registration({
     "folders",
-    "corva folders [--rebuild]",
+    "corva folders [--rebuild] [--json]",
     "List the mail folders with their unread counts",
     "Counts come from each folder's Unread.tag, as the mailer's tree shows them;\n"
     "the Outbox shows how many messages wait to be sent. --rebuild makes the\n"
-    "folder list again from the directories under the message folder.",
+    "folder list again from the directories under the message folder.\n"
+    "--json writes a list of {\"name\", \"path\" (under the message folder, \"\" for\n"
+    "the top), \"depth\", \"count\" (unread mail; for the Outbox, what waits)}.",
     run,
 });
 

@@ -3,6 +3,9 @@
 // from the files), with the unread count written back to the folder's tags.
 #include "app/Command.h"
 #include "app/HeadlessSession.h"
+#include "app/Json.h"
+#include "app/Table.h"
+#include "app/Terminal.h"
 #include "core/FileSubs.h"
 #include "core/Globals.h"
 #include "core/Strings.h"
@@ -34,28 +37,49 @@ std::string iconKey(const clsMessage& m) {
     return "blank";
 }
 
+constexpr const char* Usage = "corva list FOLDER [--unread] [--tabs|--json]";
+
+enum class Form { Table, Tabs, Json };
+
 class ListPrinter : public MailerListener, public CacheView {
 public:
-    ListPrinter(std::string folder, bool showTo, bool unreadOnly)
-        : folder_(std::move(folder)), showTo_(showTo), unreadOnly_(unreadOnly) {}
+    ListPrinter(std::string folder, bool showTo, bool unreadOnly, Form form)
+        : folder_(std::move(folder)), showTo_(showTo), unreadOnly_(unreadOnly), form_(form),
+          table_(form == Form::Table ? Table(columns(), TableWidth()) : Table(columns())) {}
     long total = 0, unread = 0;
 
     void ShowStatus(const std::string&) override {}
     void ShowListProgress(const std::string&) override {}
 
     void ClearMessages() override {
-        std::cout << "State\t" << (showTo_ ? "To" : "From")
-                  << "\tSubject\tReceived\tSent\tSize\tColour\tFile\n";
+        if (form_ == Form::Table) std::cout << table_.heading() << "\n";
     }
     void AddMessage(clsMessage& m, long, long) override {
         char size[32], colour[16];
         std::snprintf(size, sizeof size, "%.2f KB", static_cast<double>(m.Size));
         std::snprintf(colour, sizeof colour, "%06X", static_cast<unsigned>(m.Colour) & 0xFFFFFF);
-        std::cout << iconKey(m) << "\t" << terminalLine(showTo_ ? m.To_Email : m.From) << "\t"
-                  << terminalLine(m.Subject, headerCharset(m.Headers, "Subject")) << "\t"
-                  << terminalLine(m.ReceiveDate) << "\t" << terminalLine(m.SendDate) << "\t" << size
-                  << "\t" << colour << "\t" << terminalLine(m.Filename()) << "\n";
+        const std::string subjectCharset = headerCharset(m.Headers, "Subject");
         ++total;
+        if (form_ == Form::Json) {
+            std::cout << (total > 1 ? ",\n    " : "\n    ")
+                      << JsonObject()
+                             .text("state", iconKey(m))
+                             .text("from", m.From, headerCharset(m.Headers, "From"))
+                             .text("to", m.To_Email)
+                             .text("subject", m.Subject, subjectCharset)
+                             .text("received", m.ReceiveDate)
+                             .text("sent", m.SendDate)
+                             .number("size", static_cast<double>(m.Size))
+                             .raw("colour", JsonQuote(colour))
+                             .text("file", m.Filename())
+                             .str();
+            return;
+        }
+        std::cout << table_.row({iconKey(m), terminalLine(showTo_ ? m.To_Email : m.From),
+                                 terminalLine(m.Subject, subjectCharset),
+                                 terminalLine(m.ReceiveDate), terminalLine(m.SendDate), size,
+                                 colour, terminalLine(m.Filename())})
+                  << "\n";
     }
     void FinishedAddingMessages(long unreadCount, long mostRecentUnread) override {
         unread = unreadCount;
@@ -71,56 +95,78 @@ public:
     }
 
 private:
+    std::vector<TableColumn> columns() const {
+        return {{"State", 18, false},  {showTo_ ? "To" : "From", 28, true},
+                {"Subject", 40, true}, {"Received", 19, true},
+                {"Sent", 19, true},    {"Size", 10, false},
+                {"Colour", 6, false},  {"File", 24, true}};
+    }
+
     std::string folder_;
     bool showTo_;
     bool unreadOnly_;
+    Form form_;
+    Table table_;
 };
 
 int run(CommandArgs& args) {
-    bool unreadFlag = args.flag("--unread");
-    auto unknown = args.unknownOptions();
-    if (!unknown.empty() || args.rest().size() != 1) {
-        for (const auto& u : unknown) std::cerr << "Unknown option: " << u << "\n";
-        std::cerr << "Usage: corva list FOLDER [--unread]\n";
-        return 2;
-    }
+    const bool unreadFlag = args.flag("--unread");
+    const bool tabs = args.flag("--tabs");
+    const bool json = args.flag("--json");
+    if (tabs && json) args.problem("--tabs and --json don't go together");
+    if (auto status = args.refused(Usage, 1, 1)) return *status;
+    const Form form = json ? Form::Json : tabs ? Form::Tabs : Form::Table;
     HeadlessSession session;
     std::string relative = removecount(ToSlashes(Trim(args.rest().front())));
     while (!relative.empty() && relative.front() == '/') relative.erase(0, 1);
     if (StartsWithNoCase(relative, "Folders/")) relative.erase(0, 8);
     std::string folder = addslash(ResolvePath(addslash(MessageFolder + relative)));
-    if (relative.empty() || !FolderExists(folder)) {
-        std::cerr << "No folder \"" << args.rest().front() << "\" in " << MessageFolder << "\n";
-        return 1;
-    }
+    if (relative.empty() || !FolderExists(folder))
+        return RefuseWith("list", "no folder \"" + terminalLine(args.rest().front()) + "\" in " +
+                                      terminalLine(MessageFolder) +
+                                      " ('corva folders' lists them)");
     std::string name = relativefolder(folder);
     if (!name.empty()) name.pop_back();
 
     bool showTo = EqualsNoCase(name, OutboxFolder) || EqualsNoCase(name, SentItemsFolder);
     bool unreadOnly = unreadFlag || ShowUnreadOnly(folder);
-    ListPrinter printer(folder, showTo, unreadOnly);
+    ListPrinter printer(folder, showTo, unreadOnly, form);
     clsMailer mailer;
     mailer.setListener(&printer);
     FolderCaches caches;
+    if (json) std::cout << "{\"folder\": " << JsonText(name) << ", \"messages\": [";
     caches.populatelistview(mailer, &printer, folder, name, unreadOnly);
 
-    std::cout << (printer.total == 0 ? std::string("No") : Str(printer.total))
-              << (printer.total == 1 ? " message in " : " messages in ") << terminalLine(name)
-              << ", " << printer.unread << " unread"
-              << (unreadOnly ? " (only unread mail shown)" : "") << "\n";
+    if (json) {
+        std::cout << (printer.total ? "\n  ]" : "]") << ", \"total\": " << printer.total
+                  << ", \"unread\": " << printer.unread
+                  << ", \"unreadOnly\": " << (unreadOnly ? "true" : "false") << "}\n";
+        return 0;
+    }
+    if (tabs && Output().verbosity == Verbosity::Quiet) return 0;
+    (tabs ? std::cerr : std::cout)
+        << (printer.total == 0 ? std::string("No") : Str(printer.total))
+        << (printer.total == 1 ? " message in " : " messages in ") << terminalLine(name) << ", "
+        << printer.unread << " unread" << (unreadOnly ? " (only unread mail shown)" : "") << "\n";
     return 0;
 }
 
 const CommandRegistration registration({
     "list",
-    "corva list FOLDER [--unread]",
+    Usage,
     "List a mail folder's messages as the mailer shows them",
     "FOLDER is a folder under the message folder, such as Inbox, \"Sent Items\" or\n"
     "SpamBayes/BayesOld, matched without regard to case. The list is read through\n"
     "the folder's cache.csv (the command writes nothing); each line shows the state\n"
     "(unread, reply, exclaim...), sender (recipient in Sent Items and the Outbox),\n"
     "subject, received and sent dates, size, the age colour and the file. --unread\n"
-    "shows unread mail only, as does a folder set to show unread mail only.",
+    "shows unread mail only, as does a folder set to show unread mail only.\n"
+    "The table fits the terminal's width; --tabs writes only the rows, every field\n"
+    "whole and separated by a tab, and the count to standard error. --json writes\n"
+    "one object: \"folder\", \"messages\" (a list of {\"state\", \"from\", \"to\",\n"
+    "\"subject\", \"received\", \"sent\", \"size\" (KB), \"colour\" (RRGGBB), \"file\"}),\n"
+    "\"total\", \"unread\" and \"unreadOnly\". A folder that does not exist gives exit\n"
+    "status 2.",
     run,
 });
 

@@ -50,12 +50,8 @@ int run(CommandArgs& args) {
     const bool junk = args.flag("--junk");
     const bool good = args.flag("--good");
     const bool yes = args.flag("--yes");
-    auto unknown = args.unknownOptions();
-    if (!unknown.empty() || junk == good || args.rest().empty()) {
-        for (const auto& u : unknown) std::cerr << "Unknown option: " << u << "\n";
-        std::cerr << "Usage: corva mark --junk|--good [--yes] FILE...\n";
-        return 2;
-    }
+    if (junk == good) args.problem("give one of --junk and --good");
+    if (auto status = args.refused("corva mark --junk|--good [--yes] FILE...", 1)) return *status;
     clsMessages selection;
     for (const auto& file : args.rest()) {
         if (!FileExists(file)) {

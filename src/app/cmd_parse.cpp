@@ -1,6 +1,7 @@
 // "corva parse FILE.eml": shows what the message reader makes of a file, field
 // by field, with its parts and the plain text the plain view would show.
 #include "app/Command.h"
+#include "app/Json.h"
 #include "core/FileSubs.h"
 #include "core/Strings.h"
 #include "core/TerminalText.h"
@@ -94,40 +95,6 @@ std::vector<FieldValue> fieldsOf(const clsMessage& m) {
     };
 }
 
-// A JSON string in which every byte is one character: bytes above 127 become
-// \u0080..\u00ff, so the output is valid JSON whatever the mail's charset.
-std::string jsonString(const std::string& bytes) {
-    std::string out = "\"";
-    for (unsigned char c : bytes) {
-        switch (c) {
-        case '"':
-            out += "\\\"";
-            break;
-        case '\\':
-            out += "\\\\";
-            break;
-        case '\n':
-            out += "\\n";
-            break;
-        case '\r':
-            out += "\\r";
-            break;
-        case '\t':
-            out += "\\t";
-            break;
-        default:
-            if (c < 0x20 || c >= 0x7F) {
-                char hex[8];
-                std::snprintf(hex, sizeof hex, "\\u%04x", c);
-                out += hex;
-            } else {
-                out += static_cast<char>(c);
-            }
-        }
-    }
-    return out + "\"";
-}
-
 std::string numberText(double v) {
     std::ostringstream s;
     s.precision(15);
@@ -135,7 +102,11 @@ std::string numberText(double v) {
     return s.str();
 }
 
-void printJson(const std::string& file, const clsMessage& m, const std::string& plain) {
+// Decoded as the windows show it, or with --bytes one character per byte.
+void printJson(const std::string& file, const clsMessage& m, const std::string& plain, bool bytes) {
+    auto jsonString = [bytes](const std::string& text, const std::string& charset = "") {
+        return bytes ? JsonBytes(text) : JsonText(text, charset);
+    };
     std::ostream& o = std::cout;
     o << "{\n  \"file\": " << jsonString(file) << ",\n  \"fields\": {\n";
     auto fields = fieldsOf(m);
@@ -143,7 +114,7 @@ void printJson(const std::string& file, const clsMessage& m, const std::string& 
         const auto& f = fields[i];
         o << "    " << jsonString(f.name) << ": ";
         if (f.kind == FieldValue::Kind::Text)
-            o << jsonString(f.text);
+            o << jsonString(f.text, headerCharset(m.Headers, f.name));
         else if (f.kind == FieldValue::Kind::Bool)
             o << (f.flag ? "true" : "false");
         else
@@ -202,9 +173,11 @@ void printText(const std::string& file, const clsMessage& m, const std::string& 
 int run(CommandArgs& args) {
     bool headersOnly = args.flag("--headers-only");
     bool json = args.flag("--json");
+    bool bytes = args.flag("--bytes");
+    if (bytes && !json) args.problem("--bytes goes with --json");
     std::string file, text;
-    if (auto status =
-            readOneFile(args, "corva parse FILE.eml [--headers-only] [--json]", file, text))
+    if (auto status = readOneFile(args, "corva parse FILE.eml [--headers-only] [--json [--bytes]]",
+                                  file, text))
         return *status;
     // The plain view follows the user's "Tweaks" setting when a program folder is named.
     if (!HomeOption().empty()) {
@@ -216,7 +189,7 @@ int run(CommandArgs& args) {
     m.CreateFromText(text, headersOnly);
     std::string plain = headersOnly ? std::string() : extractplainmessage(m);
     if (json)
-        printJson(file, m, plain);
+        printJson(file, m, plain, bytes);
     else
         printText(file, m, plain);
     return 0;
@@ -224,13 +197,18 @@ int run(CommandArgs& args) {
 
 const CommandRegistration registration({
     "parse",
-    "corva parse FILE.eml [--headers-only] [--json]",
+    "corva parse FILE.eml [--headers-only] [--json [--bytes]]",
     "Show what the message reader makes of a mail file",
     "Prints every field of the parsed message, its MIME parts (type, name, encoding,\n"
     "size), its attachment names and the plain text the plain view shows.\n"
     "--headers-only parses the way a server scan does, without the body.\n"
-    "--json prints one object with fixed key order; each byte of the mail is one\n"
-    "character, bytes above 127 written as \\u0080 to \\u00ff.",
+    "--json prints one object with its keys in this order: \"file\"; \"fields\", an\n"
+    "object of every field above by its name (text, true/false or a number);\n"
+    "\"parts\", a list of {\"index\", \"type\", \"name\", \"encoding\", \"size\"};\n"
+    "\"attachments\", a list of names; \"plainText\". Text is decoded as the windows\n"
+    "decode it (the charset of an encoded word, else UTF-8, else Windows-1252).\n"
+    "--json --bytes instead writes each byte of the mail as one character, bytes\n"
+    "above 126 as \\u007f to \\u00ff, for byte-exact comparisons.",
     run,
 });
 

@@ -1,6 +1,8 @@
-// "corva score FILE.eml": the Bayesian score of a message, and how it came about.
+// "corva score FILE...": the Bayesian score of messages, and how it came about.
+// Many files in one process, one line each, as bulk filters work.
 #include "app/Command.h"
 #include "app/HeadlessSession.h"
+#include "app/Json.h"
 #include "bayes/modMailSubs.h"
 #include "core/FileSubs.h"
 #include "core/Globals.h"
@@ -13,6 +15,8 @@
 namespace corva::app {
 namespace {
 
+constexpr const char* Usage = "corva score FILE...|- [--breakdown] [--headers-only] [--json]";
+
 std::string singleText(float value) {
     char buffer[64];
     auto [end, ec] = std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::fixed);
@@ -22,40 +26,68 @@ std::string singleText(float value) {
 int run(CommandArgs& args) {
     const bool breakdown = args.flag("--breakdown");
     const bool headersOnly = args.flag("--headers-only");
-    std::string file, text;
-    if (auto status =
-            readOneFile(args, "corva score FILE.eml [--breakdown] [--headers-only]", file, text))
-        return *status;
+    const bool json = args.flag("--json");
+    const bool bulk = args.rest().size() != 1 || args.rest().front() == "-";
+    std::vector<std::string> files;
+    if (auto status = fileNames(args, Usage, files)) return *status;
 
     HeadlessSession session;
     frmBayesFilter& filter = StartBayesFilter();
-    clsMessage msg;
-    msg.CreateFromText(text, headersOnly);
-    float score = 0;
-    filter.Spamminess(msg, headersOnly, score);
-    std::cout << "Score: " << singleText(score) << "\n";
-    if (!msg.FilterReason.empty())
-        std::cout << "Reason: " << terminalLine(msg.FilterReason) << "\n";
     if (filter.WordTable().MaxIndex == 0)
-        std::cout << "No word table yet: run 'corva train' first.\n";
-    if (breakdown) {
-        std::vector<std::string> lines = filter.ShowBayesBreakdown(msg);
-        if (lines.empty())
+        std::cerr << "No word table yet: run 'corva train' first.\n";
+    int status = 0;
+    std::string text;
+    for (const std::string& file : files) {
+        if (!FileExists(file) || !LoadTextFile(file, text)) {
+            std::cerr << "Can't read " << terminalLine(file) << "\n";
+            status = 1;
+            continue;
+        }
+        clsMessage msg;
+        msg.CreateFromText(text, headersOnly);
+        float score = 0;
+        filter.Spamminess(msg, headersOnly, score);
+        const std::vector<std::string> lines =
+            breakdown ? filter.ShowBayesBreakdown(msg) : std::vector<std::string>();
+        if (json) {
+            std::string list;
+            for (const auto& line : lines) list += (list.empty() ? "" : ", ") + JsonText(line);
+            JsonObject o;
+            o.text("file", file).raw("score", singleText(score)).text("reason", msg.FilterReason);
+            if (breakdown) o.raw("breakdown", "[" + list + "]");
+            std::cout << o.str() << "\n";
+            continue;
+        }
+        if (bulk) {
+            std::cout << terminalLine(file) << "\t" << singleText(score) << "\n";
+            continue;
+        }
+        std::cout << "Score: " << singleText(score) << "\n";
+        if (!msg.FilterReason.empty())
+            std::cout << "Reason: " << terminalLine(msg.FilterReason) << "\n";
+        if (breakdown && lines.empty())
             std::cout << "No breakdown: fewer than " << corva::HeaderWords << " tokens.\n";
         for (const auto& line : lines) std::cout << terminalLine(line) << "\n";
     }
-    return 0;
+    return status;
 }
 
 const CommandRegistration registration({
     "score",
-    "corva score FILE.eml [--breakdown] [--headers-only]",
-    "Show the Bayesian score of a mail file",
-    "Scores the message with the word table (HashTable.dat in the filter folder),\n"
-    "from 0.01 (good) to 0.99 (spam). --breakdown lists every token with its\n"
+    Usage,
+    "Show the Bayesian score of mail files",
+    "Scores each message with the word table (HashTable.dat in the filter folder),\n"
+    "from 0.01 (good) to 0.99 (spam). \"-\" reads the file names from standard input,\n"
+    "one a line. For one file it prints \"Score: S\" and, when the scorer gave one,\n"
+    "\"Reason: TEXT\"; for several files (or \"-\") one line per file, FILE, a tab and\n"
+    "the score, all in one process. --breakdown lists every token with its\n"
     "probability, lowest first, as the scanner's spam split does; a message with\n"
     "fewer tokens than HeaderWords has none. --headers-only leaves out the links\n"
-    "of the body, as a scan of the server does.",
+    "of the body, as a scan of the server does.\n"
+    "--json writes one object per file, one a line: \"file\", \"score\", \"reason\"\n"
+    "and with --breakdown \"breakdown\" (a list of texts).\n"
+    "A file that can't be read is reported on standard error and makes the exit\n"
+    "status 1; the others are still scored.",
     run,
 });
 

@@ -2,6 +2,7 @@
 // reporting each message as it goes out or fails.
 #include "app/Command.h"
 #include "app/HeadlessSession.h"
+#include "app/Terminal.h"
 #include "core/FileSubs.h"
 #include "core/TerminalText.h"
 #include "smtp/frmSendMailWrapper.h"
@@ -55,13 +56,8 @@ private:
 };
 
 int run(CommandArgs& args) {
-    const bool quiet = args.flag("--quiet");
-    auto unknown = args.unknownOptions();
-    if (!unknown.empty() || !args.rest().empty()) {
-        for (const auto& u : unknown) std::cerr << "Unknown option: " << u << "\n";
-        std::cerr << "Usage: corva send [--quiet]\n";
-        return 2;
-    }
+    const bool quiet = Output().verbosity == Verbosity::Quiet;
+    if (auto status = args.refused("corva send", 0, 0)) return *status;
     HeadlessSession session;
     CatchInterrupt();
     frmSendMailWrapper& wrapper = session.sendMailWrapper();
@@ -81,7 +77,7 @@ int run(CommandArgs& args) {
 
 const CommandRegistration registration({
     "send",
-    "corva send [--quiet]",
+    "corva send",
     "Upload the mail waiting in the Outbox",
     "Sends every file in the Outbox through the SMTP server of the account its\n"
     "name begins with (SMTPn, SMTPPortn, SMTPAuthn ...), one connection per\n"

@@ -113,6 +113,7 @@ const CommandRegistration registration({
     "--wait is how long to wait for the handshake and for an answer (default 10).\n"
     "The exit status is 0 when the handshake finished, 1 when it did not.",
     run,
+    true,
 });
 
 } // namespace

@@ -2,51 +2,54 @@
 // the unread spam), as the training view's Generate and Refresh commands do.
 #include "app/Command.h"
 #include "app/HeadlessSession.h"
+#include "app/Terminal.h"
 #include "bayes/modMailSubs.h"
 #include "core/FileSubs.h"
+#include "core/TerminalText.h"
 
 #include <chrono>
 #include <iostream>
 
-#include <unistd.h>
-
 namespace corva::app {
 namespace {
 
-// Progress on one line of the terminal, at most a few times a second.
+// Progress on one line of the terminal, at most a few times a second; off a
+// terminal only the steps, every message with --verbose, nothing with --quiet.
 class ConsoleProgress : public frmBayesFilterListener {
 public:
     void Status(const std::string& text) override {
+        const Verbosity v = Output().verbosity;
+        if (v == Verbosity::Quiet) return;
         auto now = std::chrono::steady_clock::now();
-        bool message = text.find(" - Message ") == std::string::npos;
-        if (!message && (!terminal_ || now - last_ < std::chrono::milliseconds(200))) return;
+        bool step = text.find(" - Message ") == std::string::npos;
+        if (v == Verbosity::Verbose || !terminal_) {
+            if (step || v == Verbosity::Verbose) std::cerr << terminalLine(text) << "\n";
+            return;
+        }
+        if (!step && now - last_ < std::chrono::milliseconds(200)) return;
         last_ = now;
-        if (terminal_)
-            std::cerr << "\r" << text << "\033[K" << (message ? "\n" : "") << std::flush;
-        else
-            std::cerr << text << "\n";
+        std::cerr << "\r" << terminalLine(text) << "\033[K" << (step ? "\n" : "") << std::flush;
     }
 
 private:
     std::chrono::steady_clock::time_point last_{};
-    bool terminal_ = isatty(2) != 0;
+    bool terminal_ = ProgressOnOneLine();
 };
 
 int run(CommandArgs& args) {
-    const auto good = args.option("--good");
+    const auto good = args.option("--good", "a folder");
     const bool goodFile = args.flag("--good-file");
-    const auto spam = args.option("--spam");
+    const auto spam = args.option("--spam", "spambayes, archive or file");
     const bool subfolders = args.flag("--subfolders");
     const bool refresh = args.flag("--refresh");
-    auto unknown = args.unknownOptions();
-    bool bad = !unknown.empty() || !args.rest().empty() || (good && goodFile) ||
-               (spam && *spam != "spambayes" && *spam != "archive" && *spam != "file");
-    if (bad) {
-        for (const auto& u : unknown) std::cerr << "Unknown option: " << u << "\n";
-        std::cerr << "Usage: corva train [--good FOLDER|--good-file] "
-                     "[--spam spambayes|archive|file] [--subfolders] | corva train --refresh\n";
-        return 2;
-    }
+    if (good && goodFile) args.problem("--good and --good-file don't go together");
+    if (spam && *spam != "spambayes" && *spam != "archive" && *spam != "file")
+        args.problem("--spam needs spambayes, archive or file, not \"" + *spam + "\"");
+    if (auto status = args.refused("corva train [--good FOLDER|--good-file] "
+                                   "[--spam spambayes|archive|file] [--subfolders] | "
+                                   "corva train --refresh",
+                                   0, 0))
+        return *status;
 
     HeadlessSession session;
     frmBayesFilter& filter = BayesFilter();
@@ -62,10 +65,8 @@ int run(CommandArgs& args) {
         if (good) filter.GoodFolder = *good;
         filter.GoodSubfolders = subfolders;
         filter.SpamSubfolders = subfolders;
-        if (!goodFile && !FolderExists(filter.goodFolderPath())) {
-            std::cerr << "No such mail folder: " << filter.goodFolderPath() << "\n";
-            return 1;
-        }
+        if (!goodFile && !FolderExists(filter.goodFolderPath()))
+            return RefuseWith("train", "no folder \"" + filter.goodFolderPath() + "\"");
         if (spam && *spam == "archive") filter.SpamSource = SpamMailSource::Archive;
         if (spam && *spam == "file") filter.SpamSource = SpamMailSource::File;
         ok = filter.generatefilters();

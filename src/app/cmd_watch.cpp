@@ -1,10 +1,10 @@
 // corva watch: the automatic scan of the tray program, on the command line.
 #include "app/Command.h"
 #include "app/HeadlessSession.h"
+#include "app/ScanPrinter.h"
 #include "core/Strings.h"
 #include "core/Variant.h"
 #include "core/mSHAREDSettings.h"
-#include "cycle/frmMainTextView.h"
 #include "platform/Platform.h"
 
 #include <climits>
@@ -15,12 +15,9 @@ namespace corva::app {
 namespace {
 
 int run(CommandArgs& args) {
-    std::optional<std::string> delayText = args.option("--delay");
-    bool quiet = args.flag("--quiet");
-    for (const auto& word : args.unknownOptions()) {
-        std::cerr << "corva watch: unknown option '" << word << "'\n";
-        return 2;
-    }
+    std::optional<std::string> delayText = args.option("--delay", "a number of seconds");
+    const bool tabs = args.flag("--tabs");
+    if (auto status = args.refused("corva watch [--delay SECONDS] [--tabs]", 0, 0)) return *status;
     std::optional<int16_t> delay;
     if (delayText) {
         std::string t = Trim(*delayText);
@@ -32,15 +29,14 @@ int run(CommandArgs& args) {
         delay = static_cast<int16_t>(std::stoi(t));
     }
 
-    frmMainTextView view(std::cout, std::cerr, ::isatty(STDOUT_FILENO) != 0);
-    view.setQuiet(quiet);
+    ScanPrinter view(std::cout, std::cerr,
+                     tabs ? ScanPrinter::Form::Tabs : ScanPrinter::Form::Table);
     HeadlessSession session(view, frmMain::AutoScan::On, delay);
     CatchInterrupt();
     frmMain& main = session.main();
     if (!delay && sget("DELAY", 0).toNumber() < 1) {
-        std::cerr << "corva watch: DELAY is 0 in Corva.ini, so there are no automatic scans; "
-                     "give --delay SECONDS\n";
-        return 2;
+        return RefuseWith("watch", "DELAY is 0 in Corva.ini, so there are no automatic scans; "
+                                   "give --delay SECONDS");
     }
 
     // The timer fires the first scan shortly after start, then one every DELAY seconds.
@@ -52,7 +48,7 @@ int run(CommandArgs& args) {
             [&] { return main.CyclesFinished() != seen || Interrupted(); }, INT_MAX);
         if (main.CyclesFinished() != seen) {
             seen = main.CyclesFinished();
-            view.printCounts(main, saved, deleted);
+            view.finish(main, saved, deleted);
             saved = main.MessagesSaved();
             deleted = main.DeletedThisRun();
         }
@@ -64,11 +60,12 @@ int run(CommandArgs& args) {
 
 const CommandRegistration registration({
     "watch",
-    "corva watch [--delay SECONDS] [--quiet]",
+    "corva watch [--delay SECONDS] [--tabs]",
     "Stay running and scan every DELAY seconds, until Ctrl-C",
     "Scans all accounts shortly after start and again every DELAY seconds of\n"
     "Corva.ini (or SECONDS), as the tray program's timer does, printing each\n"
-    "cycle's lines and counts. AUTODELETE=1 deletes blocked mail on the server;\n"
+    "cycle's lines and counts as 'corva scan' does ('corva help scan'). The line\n"
+    "AUTODELETE,1 in Corva.ini deletes blocked mail on the server;\n"
     "RetrieveOnStart retrieves in the first cycle. Ctrl-C stops the transfer\n"
     "under way and shuts down cleanly.",
     run,

@@ -3,10 +3,13 @@
 #include "app/Command.h"
 #include "app/CommandLine.h"
 #include "app/FolderAccess.h"
+#include "app/Terminal.h"
 #include "platform/ConsolePrompts.h"
 #include "platform/qt/QtPlatform.h"
 
 #include <QCoreApplication>
+
+#include <algorithm>
 
 #include <iostream>
 
@@ -25,15 +28,25 @@ void printUsage(std::ostream& out) {
 #else
     out << "The desktop windows are not part of this build yet; use the commands below.\n\n";
 #endif
-    out << "Commands:\n";
-    for (const auto& c : corva::app::Commands()) {
-        std::string name = c.name;
-        out << "  " << name << std::string(name.size() < 14 ? 14 - name.size() : 1, ' ')
-            << c.summary << "\n";
+    for (bool developer : {false, true}) {
+        out << (developer ? "\nDeveloper commands:\n" : "Commands:\n");
+        for (const auto& c : corva::app::Commands()) {
+            if (c.developer != developer) continue;
+            std::string name = c.name;
+            out << "  " << name << std::string(name.size() < 14 ? 14 - name.size() : 1, ' ')
+                << c.summary << "\n";
+        }
     }
     out << "\nOptions for every command:\n"
         << "  --home DIR    the program folder (default $CORVA_HOME, else\n"
-        << "                $XDG_DATA_HOME/corva, else ~/.local/share/corva)\n\n"
+        << "                $XDG_DATA_HOME/corva, else ~/.local/share/corva)\n"
+        << "  --color=WHEN  colour the lists: auto (the default: only on a terminal,\n"
+        << "                never with NO_COLOR set or TERM=dumb), always or never\n"
+        << "  --quiet, -q   no progress and no summary on standard error\n"
+        << "  --verbose, -v every progress step on a line of its own\n\n"
+        << "Exit status: 0 done, 1 the work failed (a server, a file), 2 the command\n"
+        << "line was wrong (an unknown option, a missing value, no such account,\n"
+        << "folder or address).\n\n"
         << "'corva help COMMAND' tells more about one command.\n";
 }
 
@@ -53,8 +66,14 @@ int printCommandHelp(const std::string& name) {
 
 int main(int argc, char** argv) {
     using Face = corva::app::Invocation::Face;
-    const corva::app::Invocation call =
-        corva::app::ParseCommandLine(std::vector<std::string>(argv + 1, argv + argc));
+    // Output options may stand anywhere, before the command as after it.
+    std::vector<std::string> arguments(argv + 1, argv + argc);
+    const std::string wrongOutput = corva::app::TakeOutputOptions(arguments, corva::app::Output());
+    if (!wrongOutput.empty()) {
+        std::cerr << "corva: " << wrongOutput << "\n";
+        return 2;
+    }
+    const corva::app::Invocation call = corva::app::ParseCommandLine(arguments);
     corva::app::SetHomeOption(call.home);
     switch (call.face) {
     case Face::Error:
@@ -92,7 +111,7 @@ int main(int argc, char** argv) {
         corva::platform::ScopedPlatform installed(platform);
         corva::app::FolderAccess access(first, words);
         if (!access.granted()) return 1;
-        corva::app::CommandArgs args(words);
+        corva::app::CommandArgs args(words, first);
         return access.finish(c.run(args));
     }
     std::cerr << "corva: unknown command '" << first << "'. Try 'corva --help'.\n";

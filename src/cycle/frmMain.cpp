@@ -15,7 +15,9 @@
 #include "core/mSHAREDDelay.h"
 #include "core/mSHAREDLogging.h"
 #include "core/mSHAREDSettings.h"
+#include "cycle/MailerCycleLink.h"
 #include "filters/frmFilters.h"
+#include "mailer/frmMailer.h"
 #include "message/clsMessage.h"
 #include "store/FolderCaches.h"
 #include "store/RetrieveStore.h"
@@ -144,6 +146,11 @@ void frmMain::startProgramSteps(const StartOptions& options) {
     fGetMail_ = std::make_unique<frmGetMail>();
     fGetMail_->setListener(this);
 
+    LogAction("Loading mailer");
+    mailerLink_ = std::make_unique<MailerCycleLink>(*this);
+    fMailer_ = std::make_unique<frmMailer>();
+    fMailer_->setEvents(mailerLink_.get());
+
     view_->SplashStatus("Loading Filters");
     DoEvents();
     LogAction("Loading Sendmail");
@@ -161,6 +168,8 @@ void frmMain::startProgramSteps(const StartOptions& options) {
     LogAction("Loading local filters");
     localFilters_->ReloadFilters(true);
     fGetMail_->setRuleChecks(serverFilters_.get(), localFilters_.get());
+    fMailer_->setLocalFilters(localFilters_.get());
+    fMailer_->setBayes(bayes_);
 
     view_->SplashStatus("Applying Settings");
     DoEvents();
@@ -315,6 +324,7 @@ bool frmMain::exitprog() {
         TimerAutoScan_->setEnabled(false);
         TimerIconFlash_->setEnabled(false);
         if (fGetMail_) fGetMail_->setRuleChecks(nullptr, nullptr);
+        if (fMailer_) fMailer_->setLocalFilters(nullptr);
         localFilters_.reset();
         serverFilters_.reset();
         if (fSendMail_) {

@@ -25,6 +25,8 @@ namespace corva {
 
 class frmBayesFilter;
 class frmFilters;
+class frmMailer;
+class frmMailerEvents;
 
 // Which accounts a cycle visits: every one in turn, or a single one.
 class AccountSet {
@@ -223,6 +225,8 @@ public:
     frmSendMailWrapper& SendMailWrapper() { return *fSendMail_; }
     frmBayesFilter& BayesFilter() { return *bayes_; }
     frmMainView& View() { return *view_; }
+    // The mailer, made at start-up; null before.
+    frmMailer* Mailer() { return fMailer_.get(); }
 
     // The folder a retrieved message goes to, ending in "/": its DestFolder
     // under the message folder, else Inbox.
@@ -302,6 +306,8 @@ private:
 
     std::unique_ptr<frmGetMail> fGetMail_;
     std::unique_ptr<frmSendMailWrapper> fSendMail_;
+    std::unique_ptr<frmMailerEvents> mailerLink_;
+    std::unique_ptr<frmMailer> fMailer_;
     frmBayesFilter* bayes_ = nullptr; // the program's one, which outlives this object
     std::unique_ptr<frmFilters> serverFilters_;
     std::unique_ptr<frmFilters> localFilters_;

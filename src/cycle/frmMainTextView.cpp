@@ -7,7 +7,6 @@
 #include "core/Variant.h"
 #include "core/mSHAREDSettings.h"
 #include "cycle/frmMain.h"
-#include "message/clsMessage.h"
 
 #include <ostream>
 
@@ -126,14 +125,6 @@ bool frmMainTextView::ShowSettingsDialog() {
     status_ << "The accounts are the keys SERVERn, UNAMEn, PWDn, TITLEn and REPLYADDRESSn in "
             << SettingsFilePath() << ".\n";
     return false;
-}
-
-void frmMainTextView::MessageStored(const std::string& path, const clsMessage& message) {
-    // A fetch lists no lines for what it stored; one line each says where it went.
-    out_ << "Saved: " << terminalLine(message.From, headerCharset(message.Headers, "From")) << " - "
-         << terminalLine(message.Subject, headerCharset(message.Headers, "Subject")) << " -> "
-         << terminalLine(path) << "\n";
-    out_.flush();
 }
 
 void frmMainTextView::printCounts(const frmMain& main, long savedBefore, double deletedBefore) {

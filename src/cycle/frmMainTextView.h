@@ -27,7 +27,6 @@ public:
     void SetStatusPanel(int panel, const std::string& text) override;
     void SetStatusPicture(PanelPicture picture) override;
     bool ShowSettingsDialog() override;
-    void MessageStored(const std::string& path, const clsMessage& message) override;
 
     // Server errors, time-outs and lost connections seen so far.
     int problems() const { return problems_; }

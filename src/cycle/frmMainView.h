@@ -169,6 +169,9 @@ public:
     }
     virtual void HideMailer() {}
     virtual void UnloadMailer() {}
+    // The mailer asked for the scanner, or to quit the program.
+    virtual void ShowScanner() {}
+    virtual void QuitProgram() {}
 };
 
 } // namespace corva

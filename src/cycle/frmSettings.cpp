@@ -1,5 +1,6 @@
 #include "cycle/frmSettings.h"
 
+#include "core/AccountRules.h"
 #include "core/AppInfo.h"
 #include "core/FileSubs.h"
 #include "core/Globals.h"
@@ -212,22 +213,22 @@ std::vector<std::string> frmSettings::Languages() const {
 }
 
 std::string frmAccountWizard::PageProblem(int page, const WizardFields& f) {
+    // The texts are the ones `corva account` uses too; the wizard's own test
+    // of an address is only that it holds "@".
     switch (page) {
     case 0:
-        if (Trim(f.UserName).empty()) return "Please specify a user name";
-        if (f.EmailAddress.find('@') == std::string::npos)
-            return "Please specify a valid email address, e.g. fred@example.com";
+        if (Trim(f.UserName).empty()) return NoUserNameText;
+        if (f.EmailAddress.find('@') == std::string::npos) return BadAddressText;
         return "";
     case 1:
-        if (Trim(f.InboundServer).empty()) return "Please specify an Inbound Mail Server";
-        if (Trim(f.OutboundServer).empty()) return "Please specify an Outbound Mail Server";
+        if (Trim(f.InboundServer).empty()) return NoInboundText;
+        if (Trim(f.OutboundServer).empty()) return NoOutboundText;
         return "";
     case 2:
-        if (Trim(f.LoginName).empty())
-            return "Please specify the username you log into your mail server with";
+        if (Trim(f.LoginName).empty()) return NoLoginText;
         return "";
     case 3:
-        if (Trim(f.Title).empty()) return "Please specify a title for this mail account";
+        if (Trim(f.Title).empty()) return NoTitleText;
         return "";
     default:
         return "";

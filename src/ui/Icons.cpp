@@ -240,7 +240,85 @@ QIcon commandIcon(const QString& key) {
             p.drawEllipse(QRectF(s * 0.34, s * 0.1, s * 0.32, s * 0.32));
             p.drawRoundedRect(QRectF(s * 0.18, s * 0.48, s * 0.64, s * 0.42), s * 0.2, s * 0.2);
         });
+    if (QIcon mailer = mailerIcon(key); !mailer.isNull()) return mailer;
     return appIcon();
+}
+
+QIcon mailerIcon(const QString& key) {
+    if (key == "blank") return render([](QPainter&, qreal) {});
+    // A list row's flags, drawn over each other: unread envelope, reply arrow, "!".
+    if (key.contains("unread") || key.contains("reply") || key.startsWith("exclaim"))
+        if (key != "readandunread")
+            return render([key](QPainter& p, qreal s) {
+                if (key.contains("unread"))
+                    envelope(p, QRectF(s * 0.08, s * 0.24, s * 0.7, s * 0.5), accent().lighter(150),
+                             ink());
+                if (key.contains("reply")) {
+                    p.setPen(QPen(good(), s * 0.11, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
+                    p.setBrush(Qt::NoBrush);
+                    p.drawArc(QRectF(s * 0.3, s * 0.5, s * 0.6, s * 0.5), 0, 180 * 16);
+                    p.drawPolyline(
+                        QPolygonF{{s * 0.2, s * 0.6}, {s * 0.3, s * 0.76}, {s * 0.44, s * 0.64}});
+                }
+                if (key.startsWith("exclaim")) {
+                    p.setPen(Qt::NoPen);
+                    p.setBrush(bad());
+                    p.drawRoundedRect(QRectF(s * 0.8, s * 0.06, s * 0.14, s * 0.56), s * 0.05,
+                                      s * 0.05);
+                    p.drawEllipse(QRectF(s * 0.8, s * 0.74, s * 0.14, s * 0.14));
+                }
+            });
+    if (key == "readandunread")
+        return render([](QPainter& p, qreal s) {
+            envelope(p, QRectF(s * 0.04, s * 0.1, s * 0.66, s * 0.46), QColor(0xFA, 0xFB, 0xFC),
+                     ink());
+            envelope(p, QRectF(s * 0.3, s * 0.44, s * 0.66, s * 0.46), accent().lighter(150),
+                     ink());
+        });
+    if (key == "newemail")
+        return render([](QPainter& p, qreal s) {
+            envelope(p, QRectF(s * 0.06, s * 0.22, s * 0.72, s * 0.52), QColor(0xFA, 0xFB, 0xFC),
+                     ink());
+            p.setPen(QPen(good(), s * 0.12, Qt::SolidLine, Qt::RoundCap));
+            p.drawLine(QPointF(s * 0.8, s * 0.52), QPointF(s * 0.8, s * 0.9));
+            p.drawLine(QPointF(s * 0.61, s * 0.71), QPointF(s * 0.99, s * 0.71));
+        });
+    if (key == "forward")
+        return render([](QPainter& p, qreal s) {
+            p.setPen(QPen(accent(), s * 0.12, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
+            p.drawLine(QPointF(s * 0.12, s * 0.5), QPointF(s * 0.86, s * 0.5));
+            p.drawPolyline(
+                QPolygonF{{s * 0.6, s * 0.26}, {s * 0.86, s * 0.5}, {s * 0.6, s * 0.74}});
+        });
+    if (key == "print")
+        return render([](QPainter& p, qreal s) {
+            p.setPen(QPen(ink(), s * 0.07));
+            p.setBrush(QColor(0xFA, 0xFB, 0xFC));
+            p.drawRect(QRectF(s * 0.26, s * 0.08, s * 0.48, s * 0.34));
+            p.setBrush(ink());
+            p.drawRoundedRect(QRectF(s * 0.08, s * 0.36, s * 0.84, s * 0.36), s * 0.06, s * 0.06);
+            p.setBrush(QColor(0xFA, 0xFB, 0xFC));
+            p.drawRect(QRectF(s * 0.26, s * 0.6, s * 0.48, s * 0.32));
+        });
+    if (key == "tkl")
+        return render([](QPainter& p, qreal s) {
+            p.setPen(QPen(ink(), s * 0.09, Qt::SolidLine, Qt::RoundCap));
+            p.setBrush(Qt::NoBrush);
+            p.drawEllipse(QRectF(s * 0.1, s * 0.1, s * 0.8, s * 0.8));
+            p.drawLine(QPointF(s * 0.5, s * 0.5), QPointF(s * 0.5, s * 0.24));
+            p.drawLine(QPointF(s * 0.5, s * 0.5), QPointF(s * 0.7, s * 0.6));
+        });
+    if (key == "help" || key == "scanner")
+        return render([key](QPainter& p, qreal s) {
+            QFont f = p.font();
+            f.setPixelSize(static_cast<int>(s * 0.7));
+            f.setBold(true);
+            p.setFont(f);
+            p.setPen(key == "help" ? accent() : ink());
+            p.drawText(QRectF(0, 0, s, s), Qt::AlignCenter,
+                       key == "help" ? QStringLiteral("?") : QStringLiteral("S"));
+        });
+    return {};
 }
 
 } // namespace corva::ui

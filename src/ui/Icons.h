@@ -17,5 +17,9 @@ QIcon trayIcon(TrayPicture picture);
 // "sendreceive", "stop", "upload", "download", "updownwithclear", "reinforce",
 // "settings", "close", "quit", "sendrcvdel", "mailer", "filters", "contacts".
 QIcon commandIcon(const QString& key);
+// The mailer's own pictures: its toolbar ("help", "scanner", "print", "tkl",
+// "newemail", "forward", "reply", "unread", "readandunread") and its rows'
+// flags ("blank", "unread", "exclaimunreadreply", ...); null for other keys.
+QIcon mailerIcon(const QString& key);
 
 } // namespace corva::ui

@@ -8,6 +8,7 @@
 #include "cycle/modScannerCommands.h"
 #include "filters/frmFilters.h"
 #include "filters/modBlockCommands.h"
+#include "mailer/frmMailer.h"
 #include "message/clsMessage.h"
 #include "message/clsMessages.h"
 #include "platform/Platform.h"
@@ -16,6 +17,8 @@
 #include "ui/DisplayText.h"
 #include "ui/Icons.h"
 #include "ui/LogViewer.h"
+#include "ui/MailerPreview.h"
+#include "ui/MailerWindow.h"
 #include "ui/ScannerListModel.h"
 #include "ui/SettingsDialog.h"
 #include "ui/TextWindow.h"
@@ -150,6 +153,8 @@ ScannerWindow::ScannerWindow() {
     key(Qt::CTRL | Qt::Key_F2, frmMain::Key::F2, true);
     key(Qt::CTRL | Qt::Key_F3, frmMain::Key::F3, true);
     key(Qt::CTRL | Qt::Key_F5, frmMain::Key::F5, true);
+    auto* toMailer = new QShortcut(Qt::CTRL | Qt::Key_Space, this);
+    connect(toMailer, &QShortcut::activated, this, [this] { openMailer(); });
     auto* quitKey = new QShortcut(QKeySequence(Qt::CTRL | Qt::Key_Q), this);
     connect(quitKey, &QShortcut::activated, this, [this] { quit(); });
     QScreen* screen = QGuiApplication::primaryScreen();
@@ -182,6 +187,7 @@ void ScannerWindow::buildToolbar() {
     };
     add("scan", "Scan", "Scan every account for mail (F5)");
     add("delete", "Delete", "Scan and delete junk on the server");
+    add("mailer", "Mailer", "Open the mailer (Ctrl+Space)");
 
     // Send and receive, with the drop-down of every command.
     QAction* updown = add("upanddown", "Send/Receive", "Send and receive mail (F3)");
@@ -202,6 +208,7 @@ void ScannerWindow::buildToolbar() {
     entry("reinforce", "Reinforce Bayes from the list");
     entry("settings", "Settings");
     entry("log", "View log");
+    entry("mailer", "Mailer");
     drop->addSeparator();
     entry("close", "Close to tray");
     entry("quit", "Quit");
@@ -245,6 +252,8 @@ void ScannerWindow::buildMenus() {
             [this] { showFromTray(); });
     connect(trayMenu_->addAction(QStringLiteral("Scan")), &QAction::triggered, this,
             [this] { act("scan"); });
+    connect(trayMenu_->addAction(QStringLiteral("Mailer")), &QAction::triggered, this,
+            [this] { openMailer(); });
     scanAccountMenu_ = trayMenu_->addMenu(QStringLiteral("Scan Account"));
     // The entries name the first four accounts as they are titled now.
     connect(scanAccountMenu_, &QMenu::aboutToShow, this, [this] {
@@ -297,6 +306,8 @@ void ScannerWindow::act(const QString& key) {
         auto* viewer = new LogViewer(this);
         viewer->setAttribute(Qt::WA_DeleteOnClose);
         viewer->show();
+    } else if (key == "mailer") {
+        openMailer();
     } else if (key == "close") {
         // As the close box: the state is kept and the window hides.
         main_->QueryUnload(true);
@@ -342,8 +353,11 @@ bool ScannerWindow::UnloadForm(size_t index) {
     std::vector<QWidget*> forms = openForms();
     if (index == 0 || index >= forms.size()) return true;
     QWidget* form = forms[index];
-    // A dialog inside its own modal loop can't go from here.
-    if (form->isVisible() && QApplication::activeModalWidget() == form) return false;
+    // A hidden form (the mailer once step 12 unloaded it) has nothing left to
+    // show; one that is shown closes, unless it runs a modal loop of its own
+    // or refuses.
+    if (!form->isVisible()) return true;
+    if (QApplication::activeModalWidget() == form) return false;
     return form->close();
 }
 
@@ -599,11 +613,8 @@ void ScannerWindow::SpecificMessageArrived(clsMessage& message) {
         showTextWindow(QStringLiteral("Message source"), toDisplay(message.RawMessage()));
     } else if (purpose == FetchPurpose::Read) {
         SetStatusPanel(1, "Viewing email");
-        // A message is read, not inspected: its lines wrap to the window.
-        showTextWindow(toDisplay(message.Subject),
-                       toDisplay("From: " + message.From + "\nTo: " + message.To_Email +
-                                 "\nSubject: " + message.Subject + "\n\n" + message.MessageBody))
-            ->setWordWrap(true);
+        // Read as the mailer reads a stored message.
+        showInReader(this, message);
     } else if (purpose == FetchPurpose::Download) {
         SaveDownloadedMessage(message);
         SetStatusPanel(1, "Selected message downloaded");
@@ -730,6 +741,66 @@ void ScannerWindow::changeEvent(QEvent* event) {
         }
     }
     QMainWindow::changeEvent(event);
+}
+
+// ---- The mailer ----
+
+MailerWindow* ScannerWindow::openMailer() {
+    if (!main_ || !main_->Mailer()) return nullptr;
+    if (!mailerWindow_) {
+        mailerWindow_ = new MailerWindow(*main_);
+        main_->Mailer()->setView(mailerWindow_);
+    }
+    main_->Mailer()->Open();
+    return mailerWindow_;
+}
+
+MailerWindow* ScannerWindow::mailerWindow() const {
+    return mailerWindow_;
+}
+
+void ScannerWindow::ShowMailerFirst() {
+    openMailer();
+}
+
+bool ScannerWindow::MailerLoaded() const {
+    return main_ && main_->Mailer() && main_->Mailer()->Loaded();
+}
+
+bool ScannerWindow::MailerVisible() const {
+    return mailerWindow_ && mailerWindow_->isVisible();
+}
+
+void ScannerWindow::MailerStatus(const std::string& text) {
+    if (MailerLoaded()) main_->Mailer()->ShowProgressMsg(text);
+}
+
+void ScannerWindow::MailerFinishedGettingMail(const std::string& text) {
+    if (MailerLoaded()) main_->Mailer()->NotifyFinishedGettingMail(text);
+}
+
+void ScannerWindow::MailerNewMessageStored(const std::string& path, const std::string& folder,
+                                           clsMessage& message, bool) {
+    if (MailerLoaded()) main_->Mailer()->MessageStored(path, folder, message);
+}
+
+void ScannerWindow::HideMailer() {
+    if (MailerLoaded()) main_->Mailer()->Hide();
+}
+
+void ScannerWindow::UnloadMailer() {
+    if (MailerLoaded()) main_->Mailer()->Unload();
+    if (main_ && main_->Mailer()) main_->Mailer()->setView(nullptr);
+    // Quit may come from the mailer's own toolbar, still on the stack.
+    if (mailerWindow_) mailerWindow_->deleteLater();
+}
+
+void ScannerWindow::ShowScanner() {
+    showFromTray();
+}
+
+void ScannerWindow::QuitProgram() {
+    quit();
 }
 
 } // namespace corva::ui

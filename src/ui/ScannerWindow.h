@@ -28,6 +28,7 @@ class frmMain;
 
 namespace corva::ui {
 
+class MailerWindow;
 class ScannerListModel;
 class TextWindow;
 
@@ -68,6 +69,21 @@ public:
     void RemoveTrayIcon() override;
     void SpecificMessageArrived(clsMessage& message) override;
     bool ShowSettingsDialog() override;
+    void ShowMailerFirst() override;
+    bool MailerLoaded() const override;
+    bool MailerVisible() const override;
+    void MailerStatus(const std::string& text) override;
+    void MailerFinishedGettingMail(const std::string& text) override;
+    void MailerNewMessageStored(const std::string& path, const std::string& folder,
+                                clsMessage& message, bool inOpenFolder) override;
+    void HideMailer() override;
+    void UnloadMailer() override;
+    void ShowScanner() override;
+    void QuitProgram() override;
+
+    // The mailer's window, made on first use, shown and filled.
+    MailerWindow* openMailer();
+    MailerWindow* mailerWindow() const;
     bool TrayAvailable() const override;
     void NotifyNewMail(const std::string& title, const std::string& text) override;
     std::vector<std::string> OpenForms() const override;
@@ -122,6 +138,7 @@ private:
     std::vector<QWidget*> openForms() const;
 
     frmMain* main_ = nullptr;
+    QPointer<MailerWindow> mailerWindow_;
     ScannerListModel* model_ = nullptr;
     std::vector<ListLine> pending_;
     std::array<std::optional<QString>, 4> pendingPanels_;

@@ -6,6 +6,7 @@
 #include "core/FileSubs.h"
 #include "core/Startup.h"
 #include "core/Strings.h"
+#include "core/TerminalText.h"
 #include "support/DovecotServer.h"
 #include "support/SmtpServer.h"
 #include "support/TempDir.h"
@@ -19,6 +20,7 @@
 #include <fcntl.h>
 #include <filesystem>
 #include <poll.h>
+#include <pty.h>
 #include <string>
 #include <sys/mount.h>
 #include <sys/wait.h>
@@ -36,18 +38,24 @@ struct Outcome {
     std::string err;
 };
 
-// Runs corva with args, stdin closed, and gathers both outputs to the end.
-Outcome corva(const std::vector<std::string>& args) {
-    int outPipe[2], errPipe[2];
-    if (::pipe(outPipe) != 0 || ::pipe(errPipe) != 0) return {};
+// Runs corva with args, input on stdin and env ("NAME=VALUE") added, and
+// gathers both outputs to the end; stderr on a terminal of its own if asked.
+Outcome corva(const std::vector<std::string>& args, const std::vector<std::string>& env = {},
+              const std::string& input = "", bool stderrOnTerminal = false) {
+    int outPipe[2], errPipe[2], inPipe[2];
+    if (::pipe(outPipe) != 0 || ::pipe(inPipe) != 0) return {};
+    if (stderrOnTerminal ? ::openpty(&errPipe[0], &errPipe[1], nullptr, nullptr, nullptr) != 0
+                         : ::pipe(errPipe) != 0)
+        return {};
     pid_t pid = ::fork();
     if (pid == 0) {
         ::dup2(outPipe[1], 1);
         ::dup2(errPipe[1], 2);
-        int devnull = ::open("/dev/null", O_RDONLY);
-        ::dup2(devnull, 0);
+        ::dup2(inPipe[0], 0);
+        ::close(inPipe[1]);
         ::close(outPipe[0]);
         ::close(errPipe[0]);
+        for (const std::string& e : env) ::putenv(const_cast<char*>(e.c_str()));
         std::vector<char*> argv{const_cast<char*>(CORVA_EXE)};
         for (const std::string& a : args) argv.push_back(const_cast<char*>(a.c_str()));
         argv.push_back(nullptr);
@@ -56,6 +64,9 @@ Outcome corva(const std::vector<std::string>& args) {
     }
     ::close(outPipe[1]);
     ::close(errPipe[1]);
+    ::close(inPipe[0]);
+    if (!input.empty()) (void)!::write(inPipe[1], input.data(), input.size());
+    ::close(inPipe[1]);
     Outcome result;
     pollfd fds[2] = {{outPipe[0], POLLIN, 0}, {errPipe[0], POLLIN, 0}};
     std::string* sinks[2] = {&result.out, &result.err};
@@ -100,9 +111,10 @@ class CommandLine : public ::testing::Test {
 protected:
     // The settings a user would have made, in the file's own form.
     void settings(const std::string& lines) { writeFile(home_.file("Corva.ini"), lines); }
-    Outcome run(std::vector<std::string> args) {
+    Outcome run(std::vector<std::string> args, const std::vector<std::string>& env = {},
+                const std::string& input = "", bool stderrOnTerminal = false) {
         args.insert(args.begin(), {"--home", home_.path()});
-        return corva(args);
+        return corva(args, env, input, stderrOnTerminal);
     }
     std::string messages(const std::string& folder) const {
         return home_.file("Messages/" + folder);
@@ -111,29 +123,69 @@ protected:
     TempDir home_;
 };
 
+// Set up as the README says, without a window; then scanned in every output
+// form, and fetched.
 TEST_F(CommandLine, ScanThenFetchStoresWhatPassesAndDeletesWhatIsBlocked) {
     if (!DovecotServer::available()) GTEST_SKIP() << "Dovecot is not installed";
     DovecotServer pop;
     pop.addUser("ann", "secret");
-    pop.addMessage("ann", mail("Friend <friend@example.org>", "Lunch"));
+    pop.addMessage("ann", mail("Friend <friend@example.org>", "=?utf-8?B?THVuY2ggR3LDvMOfZQ==?="));
     pop.addMessage("ann", mail("Pills <offers@junk.example>", "Cheap"));
     pop.addMessage("ann", mail("Boss <boss@example.org>", "Report"));
-    settings("SERVER0," + pop.address() + "\r\nUNAME0,ann\r\nPWD0,secret\r\nMAILTIMEOUT,20\r\n");
+    settings("MAILTIMEOUT,20\r\n");
+    Outcome added = run({"account", "add", "--title", "Work", "--server", pop.address(), "--user",
+                         "ann", "--password", "-", "--address", "ann@example.org"},
+                        {}, "secret\n");
+    ASSERT_EQ(added.status, 0) << added.err;
+    EXPECT_EQ(added.out, "Added account 0: Work\n");
 
     Outcome blocked = run({"block", "sender", "offers@junk.example"});
     ASSERT_EQ(blocked.status, 0) << blocked.err;
 
-    // A scan lists all three with their verdicts and changes nothing.
-    Outcome scan = run({"scan", "--tabs", "--quiet"});
+    // A scan lists all three with their verdicts and changes nothing. With
+    // --tabs standard output holds the rows alone, each field whole.
+    Outcome scan = run({"scan", "--tabs"});
     ASSERT_EQ(scan.status, 0) << scan.err;
-    for (const char* subject : {"Lunch", "Cheap", "Report"})
+    std::vector<std::string> rows = SplitLines(scan.out);
+    ASSERT_EQ(rows.size(), 3u) << scan.out;
+    for (const std::string& row : rows) EXPECT_EQ(std::count(row.begin(), row.end(), '\t'), 8);
+    for (const char* subject : {"Lunch Grüße", "Cheap", "Report"})
         EXPECT_NE(scan.out.find(subject), std::string::npos) << scan.out;
+    EXPECT_NE(scan.err.find("Seen: 3"), std::string::npos) << scan.err;
     EXPECT_EQ(pop.messageCount("ann"), 3);
     EXPECT_TRUE(emlFiles(messages("Inbox")).empty());
+
+    // The table fits the width it is given; progress off a terminal is the
+    // summary alone, and every step with --verbose.
+    Outcome narrow = run({"scan"}, {"COLUMNS=60"});
+    ASSERT_EQ(narrow.status, 0) << narrow.err;
+    for (const std::string& line : SplitLines(narrow.out))
+        if (!StartsWith(line, "Seen:")) {
+            EXPECT_LE(displayWidth(line), 60u) << line;
+        }
+    EXPECT_EQ(narrow.err, "");
+    EXPECT_EQ(narrow.out.find('\x1b'), std::string::npos);
+    Outcome terminal = run({"scan"}, {"TERM=xterm"}, "", true);
+    EXPECT_NE(terminal.err.find("\r\x1b[K"), std::string::npos) << terminal.err;
+    EXPECT_EQ(std::count(terminal.err.begin(), terminal.err.end(), '\n'), 0) << terminal.err;
+    Outcome verbose = run({"scan", "--verbose", "--color=always"});
+    EXPECT_GT(SplitLines(verbose.err).size(), 3u) << verbose.err;
+    EXPECT_NE(verbose.out.find("\x1b["), std::string::npos) << verbose.out;
+
+    Outcome json = run({"scan", "--json"});
+    ASSERT_EQ(json.status, 0) << json.err;
+    EXPECT_NE(json.out.find("\"subject\": \"Lunch Grüße\""), std::string::npos) << json.out;
+    EXPECT_NE(json.out.find("\"status\": \"BLOCK\""), std::string::npos) << json.out;
+    EXPECT_NE(json.out.find("\"seen\": 3"), std::string::npos) << json.out;
+
+    Outcome missing = run({"scan", "--account", "1"});
+    EXPECT_EQ(missing.status, 2);
+    EXPECT_NE(missing.err.find("no account 1"), std::string::npos) << missing.err;
 
     // Retrieving with delete: the blocked one goes on the server and is never
     // stored; the other two are stored once and stay on the server.
     Outcome fetch = run({"fetch", "--delete", "--quiet"});
+    EXPECT_EQ(fetch.err, "");
     ASSERT_EQ(fetch.status, 0) << fetch.err;
     EXPECT_EQ(pop.messageCount("ann"), 2);
     std::vector<std::string> stored = emlFiles(messages("Inbox"));
@@ -141,7 +193,7 @@ TEST_F(CommandLine, ScanThenFetchStoresWhatPassesAndDeletesWhatIsBlocked) {
     for (const std::string& name : stored) EXPECT_EQ(name, UCase(name)); // unread
     Outcome list = run({"list", "Inbox"});
     ASSERT_EQ(list.status, 0) << list.err;
-    EXPECT_NE(list.out.find("Lunch"), std::string::npos) << list.out;
+    EXPECT_NE(list.out.find("Lunch Grüße"), std::string::npos) << list.out;
     EXPECT_NE(list.out.find("Report"), std::string::npos) << list.out;
     EXPECT_EQ(list.out.find("Cheap"), std::string::npos) << list.out;
 }
@@ -245,10 +297,11 @@ TEST(CommandLineWords, OneParserForBothFaces) {
               (std::vector<std::string>{"scan", "--tabs"}));
 }
 
-// Wrong words get a clear error and a failing status, never a crash, and
-// touch no server.
+// Wrong words get a clear error and status 2, never a crash, and touch no
+// server and no file.
 TEST_F(CommandLine, BadArgumentsAreRefusedPlainly) {
-    settings("");
+    settings("SERVER0,127.0.0.1:9\r\nREPLYADDRESS0,ann@example.org\r\n");
+    const std::string before = readFile(home_.file("Corva.ini"));
     struct Case {
         std::vector<std::string> args;
         const char* says;
@@ -256,15 +309,119 @@ TEST_F(CommandLine, BadArgumentsAreRefusedPlainly) {
     for (const Case& c : std::vector<Case>{
              {{"frobnicate"}, "frobnicate"},
              {{"scan", "--account", "25"}, "0 to 19"},
-             {{"parse", home_.file("no-such.eml")}, "no-such.eml"},
+             {{"scan", "--account"}, "--account needs a number"},
+             {{"scan", "--account", "--tabs"}, "--account needs a number"},
+             {{"scan", "--account", "3"}, "no account 3"},
+             {{"check", "--account", "4", home_.file("m.eml")}, "no account 4"},
+             {{"scan", "--color=sometimes"}, "auto, always or never"},
+             {{"list", "No Such Folder"}, "no folder \"No Such Folder\""},
+             {{"block", "sender", "notanaddress"}, "\"notanaddress\" is not an address"},
+             {{"block", "domain", "two words"}, "is not a domain"},
+             {{"contacts", "add", "Bob", "bob"}, "is not an address"},
              {{"compose", "--account", "0", "--subject", "x"}, "--to"},
+             {{"compose", "--account", "0", "--to", "bob", "--subject", "x"}, "not an address"},
+             {{"account", "set", "0", "--bogus", "x"}, "no account key \"bogus\""},
+             {{"account", "set", "0", "--reply"}, "no account key"},
+             {{"account", "set", "0", "--Address", "fred"}, "Please specify a valid email"},
+             {{"account", "set", "7", "--title", "x"}, "no account 7"},
+             {{"account", "add", "--title", "T", "--user", "u", "--password", "p", "--address",
+               "a@b.example"},
+              "missing --server"},
+             {{"account", "add", "--title", "T", "--server", "", "--user", "u", "--password", "p",
+               "--address", "a@b.example"},
+              "Please specify an Inbound Mail Server"},
          }) {
         SCOPED_TRACE(Join(c.args, " "));
         Outcome o = run(c.args);
-        EXPECT_NE(o.status, 0);
-        EXPECT_GE(o.status, 1) << "crashed: " << o.err;
+        EXPECT_EQ(o.status, 2) << o.err;
         EXPECT_NE(o.err.find(c.says), std::string::npos) << o.err;
+        EXPECT_EQ(readFile(home_.file("Corva.ini")), before);
     }
+    Outcome unreadable = run({"parse", home_.file("no-such.eml")});
+    EXPECT_EQ(unreadable.status, 1);
+    EXPECT_NE(unreadable.err.find("no-such.eml"), std::string::npos) << unreadable.err;
+}
+
+// Accounts are added, changed and removed with the wizard's tests; a key
+// typed in another case, on the command line or in the file, is the same key.
+TEST_F(CommandLine, AccountsAreSetUpWithoutAWindow) {
+    settings("MAILTIMEOUT,20\r\nserver3,typo.example\r\n");
+    const std::vector<std::string> first{
+        "account", "add", "--title",    "Work",   "--server",  "pop.example.com:1100",
+        "--user",  "ann", "--password", "secret", "--address", "ann@example.org"};
+    ASSERT_EQ(run(first).status, 0);
+    Outcome second =
+        run({"account", "add", "--title=Home", "--server", "pop.home.example", "--user", "bob",
+             "--password", "pw", "--address", "bob@home.example", "--name", "Bob", "--smtp",
+             "smtp.home.example:587", "--smtp-user", "bob", "--smtp-password", "pw2"});
+    ASSERT_EQ(second.status, 0) << second.err;
+    EXPECT_EQ(second.out, "Added account 1: Home\n");
+    Outcome set =
+        run({"account", "set", "1", "--Title", "House", "--STOPATLAST", "yes", "--smtp-port=2525"});
+    ASSERT_EQ(set.status, 0) << set.err;
+    const std::string ini = readFile(home_.file("Corva.ini"));
+    for (const char* line :
+         {"SERVER0,pop.example.com:1100\r\n", "UNAME0,ann\r\n", "PWD0,secret\r\n",
+          "REPLYADDRESS0,ann@example.org\r\n", "TITLE1,House\r\n", "SMTP1,smtp.home.example\r\n",
+          "SMTPPORT1, 2525 \r\n", "SMTPUNAME1,bob\r\n", "DISPLAYNAME1,Bob\r\n",
+          "STOPATLAST1,True\r\n"})
+        EXPECT_NE(ini.find(line), std::string::npos) << line << " in\n" << ini;
+
+    Outcome listed = run({"account", "list", "--json"});
+    ASSERT_EQ(listed.status, 0) << listed.err;
+    EXPECT_NE(listed.out.find("\"title\": \"House\""), std::string::npos) << listed.out;
+    EXPECT_NE(listed.out.find("\"smtpPort\": 2525"), std::string::npos) << listed.out;
+    EXPECT_EQ(listed.out.find("secret"), std::string::npos) << listed.out;
+    EXPECT_NE(listed.out.find("\"server\": \"typo.example\""), std::string::npos) << listed.out;
+
+    ASSERT_EQ(run({"account", "remove", "0"}).status, 0);
+    EXPECT_EQ(readFile(home_.file("Corva.ini")).find("SERVER0"), std::string::npos);
+    Outcome rows = run({"account", "list", "--tabs"});
+    EXPECT_EQ(rows.out.substr(0, 7), "1\tHouse") << rows.out;
+    EXPECT_EQ(SplitLines(rows.out).size(), 2u) << rows.out;
+}
+
+// Many files in one process, names from the arguments or standard input;
+// JSON carries decoded text unless bytes are asked for.
+TEST_F(CommandLine, BulkFilesAndJsonForScripts) {
+    settings("DELAY,0\r\n");
+    const std::string a = home_.file("a.eml"), b = home_.file("b.eml");
+    writeFile(a, mail("Ann <ann@example.org>", "=?utf-8?B?R3LDvMOfZQ==?="));
+    writeFile(b, mail("Bob <bob@example.org>", "Plain"));
+    Outcome scored = run({"score", a, b, home_.file("gone.eml")});
+    EXPECT_EQ(scored.status, 1);
+    const std::vector<std::string> lines = SplitLines(scored.out);
+    ASSERT_EQ(lines.size(), 2u) << scored.out;
+    EXPECT_EQ(lines[0].substr(0, a.size() + 1), a + "\t");
+    EXPECT_NE(scored.err.find("Can't read " + home_.file("gone.eml")), std::string::npos);
+
+    Outcome piped = run({"check", "--json", "-"}, {}, a + "\n" + b + "\n");
+    ASSERT_EQ(piped.status, 0) << piped.err;
+    ASSERT_EQ(SplitLines(piped.out).size(), 2u) << piped.out;
+    EXPECT_NE(piped.out.find("\"subject\": \"Grüße\""), std::string::npos) << piped.out;
+    EXPECT_NE(piped.out.find("\"verdict\": \"PASS\""), std::string::npos) << piped.out;
+
+    EXPECT_NE(run({"parse", "--json", a}).out.find("\"Subject\": \"Grüße\""), std::string::npos);
+    EXPECT_NE(run({"parse", "--json", "--bytes", a}).out.find("=?utf-8?B?R3LDvMOfZQ==?="),
+              std::string::npos);
+    Outcome folders = run({"folders", "--json"});
+    EXPECT_NE(
+        folders.out.find("{\"name\": \"Folders\", \"path\": \"\", \"depth\": 0, \"count\": 0}"),
+        std::string::npos)
+        << folders.out;
+    EXPECT_EQ(run({"contacts", "list", "--json"}).out, "[]\n");
+}
+
+TEST_F(CommandLine, HelpTellsTheRealFormats) {
+    const std::string usage = corva({"--help"}).out;
+    const size_t heading = usage.find("Developer commands:");
+    ASSERT_NE(heading, std::string::npos) << usage;
+    EXPECT_GT(usage.find("ssl2-test"), heading);
+    EXPECT_LT(usage.find("account"), heading);
+    const std::string fetch = corva({"help", "fetch"}).out;
+    EXPECT_EQ(fetch.find("DELETEONRETRIEVE=1"), std::string::npos);
+    EXPECT_NE(fetch.find("DELETEONRETRIEVE,1"), std::string::npos);
+    EXPECT_NE(corva({"help", "scan"}).out.find("\"msgNum\""), std::string::npos);
 }
 
 // A command that only reads writes nothing in the program folder, not even a
@@ -281,7 +438,7 @@ TEST_F(CommandLine, ReadOnlyCommandsLeaveAFreshFolderEmpty) {
                                                                   {"contacts", "list"},
                                                                   {"scan"}}) {
         Outcome o = run(args);
-        EXPECT_LE(o.status, 1) << Join(args, " ") << ": " << o.err;
+        EXPECT_LE(o.status, 2) << Join(args, " ") << ": " << o.err; // 2: no Inbox yet
     }
     std::vector<std::string> left;
     for (const auto& e : fs::recursive_directory_iterator(home_.path()))

@@ -2,7 +2,6 @@
 #include "core/TerminalText.h"
 #include "cycle/frmMainTextView.h"
 #include "cycle/frmMainView.h"
-#include "message/clsMessage.h"
 
 #include <gtest/gtest.h>
 
@@ -80,9 +79,6 @@ TEST(TextView, PrintsLinesNoticesAndCountsProblems) {
     notice.kind = ListLine::Kind::Notice;
     notice.Status = "Timed out after 30 seconds.";
     view.AddListLine(notice);
-    clsMessage stored;
-    stored.CreateFromText("From: Ann <ann@a.test>\r\nSubject: Lunch\x07\r\n\r\nHi\r\n", false);
-    view.MessageStored("/m/Inbox/LUNCH.EML", stored);
     view.SetStatusPanel(1, "Listing messages");
     view.SetStatusPanel(1, "Listing messages");
     view.SetStatusPanel(4, "Next scan: 5");
@@ -92,9 +88,6 @@ TEST(TextView, PrintsLinesNoticesAndCountsProblems) {
     EXPECT_EQ(text.find("== Home ==\n"), 0u);
     EXPECT_NE(text.find("Status"), std::string::npos);
     EXPECT_NE(text.find("-- Timed out after 30 seconds.\n"), std::string::npos);
-    EXPECT_NE(text.find("Saved: Ann <ann@a.test> - Lunch\\x07 -> /m/Inbox/LUNCH.EML\n"),
-              std::string::npos)
-        << text;
     EXPECT_EQ(text.find("\x1b["), std::string::npos) << "no colours when not asked";
 }
 

@@ -8,6 +8,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace corva::test {
@@ -25,12 +26,14 @@ public:
     }
     std::optional<std::string> inputBox(const std::string&, const std::string&,
                                         const std::string&) override {
-        return std::nullopt;
+        return std::exchange(input, std::nullopt);
     }
     void setCursor(platform::Cursor) override {}
 
     std::vector<std::string> messages;
     std::vector<std::string> passwordPrompts;
+    // What the next input box is answered with; none is Cancel.
+    std::optional<std::string> input;
     // What every question other than a plain OK is answered with.
     platform::Answer answer = platform::Answer::No;
 };

@@ -4,7 +4,7 @@
 #include "ui/UiFixture.h"
 
 #include "support/DovecotServer.h"
-#include "ui/TextWindow.h"
+#include "ui/MailerPreview.h"
 
 #include <QAction>
 #include <QApplication>
@@ -218,27 +218,20 @@ TEST_F(ScannerScanTest, BounceFromTheMenuSpoolsANotice) {
     EXPECT_EQ(prompts().back().rfind("Selected messages have been bounced.", 0), 0u);
 }
 
-// The window a fetched message opened, once it has arrived.
-ui::TextWindow* waitForTextWindow(ui::ScannerWindow& window) {
-    ui::TextWindow* found = nullptr;
-    platform::current().eventLoop().runUntil(
-        [&] {
-            found = window.findChild<ui::TextWindow*>();
-            return found != nullptr;
-        },
-        10000);
-    return found;
-}
-
 TEST_F(ScannerScanTest, ReadAndDownloadFetchTheOneMessageFromTheServer) {
     window->selectRow(rowOf("lunch on friday"));
     window->runLineCommand("Read Message");
-    ui::TextWindow* shownWindow = waitForTextWindow(*window);
-    ASSERT_NE(shownWindow, nullptr);
-    EXPECT_EQ(shownWindow->windowTitle(), "lunch on friday");
-    EXPECT_TRUE(shownWindow->text().contains("Hello.")) << shownWindow->text().toStdString();
+    // Read as the mailer reads: in its reader window.
+    QWidget* reader = nullptr;
+    platform::current().eventLoop().runUntil(
+        [&] { return (reader = window->findChild<QWidget*>(QStringLiteral("reader"))) != nullptr; },
+        10000);
+    ASSERT_NE(reader, nullptr);
+    EXPECT_EQ(reader->windowTitle(), "lunch on friday");
+    QString text = ui::previewShownText(reader->findChild<QWidget*>(QStringLiteral("preview")));
+    EXPECT_TRUE(text.contains("Hello.")) << text.toStdString();
     EXPECT_EQ(window->statusPanelText(1), "Viewing email");
-    delete shownWindow;
+    delete reader;
 
     window->selectRow(rowOf("big sale"));
     window->runLineCommand("Download selected message to inbox");

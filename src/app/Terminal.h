@@ -1,0 +1,44 @@
+// How the commands speak to the terminal: colour, how much goes to standard
+// error, and the width a table may take. Chosen once per run from the global
+// options and the environment.
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+namespace corva::app {
+
+enum class ColourMode { Auto, Always, Never };
+enum class Verbosity { Quiet, Normal, Verbose };
+
+struct OutputOptions {
+    ColourMode colour = ColourMode::Auto;
+    Verbosity verbosity = Verbosity::Normal;
+};
+
+// The options of the run, taken by main before the command sees its words.
+OutputOptions& Output();
+
+// Takes --color[=WHEN] (also --colour), --quiet/-q and --verbose/-v from a
+// command's words wherever they stand. Gives what is wrong, or "".
+std::string TakeOutputOptions(std::vector<std::string>& words, OutputOptions& options);
+
+// Colour for a stream: "always" whatever the stream, "never" never; "auto"
+// only on a terminal and never with NO_COLOR set (to anything) or TERM=dumb.
+bool ColourWanted(ColourMode mode, bool terminal, const char* noColor, const char* term);
+bool ColourOnStdout();
+
+bool IsTerminal(int fd);
+// Progress on one line that rewrites itself: standard error is a terminal
+// that can move the cursor.
+bool ProgressOnOneLine();
+
+// The cells a table on standard output may take: $COLUMNS when set, else the
+// terminal's width; Unlimited when standard output is not a terminal.
+inline constexpr size_t Unlimited = static_cast<size_t>(-1);
+size_t TableWidth();
+// The width of the terminal on standard error, for the progress line; 80 when unknown.
+size_t ProgressWidth();
+
+} // namespace corva::app

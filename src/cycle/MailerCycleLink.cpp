@@ -1,0 +1,87 @@
+#include "cycle/MailerCycleLink.h"
+
+#include "core/Account.h"
+#include "core/ErrorHandler.h"
+#include "cycle/frmMain.h"
+#include "cycle/modScannerCommands.h"
+#include "store/modMessageFiles.h"
+
+namespace corva {
+
+void MailerCycleLink::Scan() {
+    main_.fMailer_Scan();
+}
+void MailerCycleLink::ScanSpecific(int account) {
+    main_.fMailer_ScanSpecific(account);
+}
+void MailerCycleLink::ScanDel() {
+    main_.fMailer_ScanDel();
+}
+void MailerCycleLink::ScanDelSpecific(int account) {
+    main_.fMailer_ScanDelSpecific(account);
+}
+void MailerCycleLink::DownloadMail() {
+    main_.fMailer_DownloadMail();
+}
+void MailerCycleLink::DownloadMailNoUpload() {
+    main_.fMailer_DownloadMailNoUpload();
+}
+void MailerCycleLink::DLWithClear() {
+    main_.fMailer_DLWithClear();
+}
+void MailerCycleLink::DLFrom(int account) {
+    main_.fMailer_DLFrom(account);
+}
+void MailerCycleLink::UpDownWithClear() {
+    main_.fMailer_UpDownWithClear();
+}
+void MailerCycleLink::UpDownWithClearFrom(int account) {
+    main_.fMailer_UpDownWithClearFrom(account);
+}
+void MailerCycleLink::SendRcvDel() {
+    main_.fMailer_SendRcvDel();
+}
+void MailerCycleLink::SendRcvDelSpecific(int account) {
+    main_.fMailer_SendRcvDelSpecific(account);
+}
+void MailerCycleLink::UploadMail() {
+    main_.UploadMail();
+}
+void MailerCycleLink::StopTransfer() {
+    main_.cancelcheck();
+}
+void MailerCycleLink::QuitProg() {
+    main_.View().QuitProgram();
+}
+void MailerCycleLink::ShowSettings() {
+    main_.showsettings();
+}
+void MailerCycleLink::ShowScanner() {
+    main_.View().ShowScanner();
+}
+
+void MailerCycleLink::BounceMessage(const std::string& path) {
+    guarded("BounceMessage", "frmMailer", [&] {
+        auto msg = readfullmessage(path);
+        if (msg->Filename().empty()) return;
+        auto& prompts = platform::current().prompts();
+        auto bounce = BuildBounce(*msg, Account(msg->FromAccount).replyAddress());
+        if (!bounce) {
+            prompts.messageBox("Couldn't bounce message - can't determine the sender's email.",
+                               platform::Buttons::Ok, platform::Icon::Exclamation, "Corva");
+            return;
+        }
+        clsMessage out;
+        out.From = bounce->From;
+        out.To_Email = bounce->To;
+        out.Subject = bounce->Subject;
+        out.MessageBody = bounce->Body;
+        out.FromAccount = msg->FromAccount;
+        main_.SendMailWrapper().SpoolMessage(out, bounce->From, "");
+        prompts.messageBox("Selected messages have been bounced. If you change your mind, delete "
+                           "the outbound messages before you do another 'send/receive mail'",
+                           platform::Buttons::Ok, platform::Icon::Information, "Corva");
+    });
+}
+
+} // namespace corva

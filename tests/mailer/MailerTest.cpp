@@ -1,0 +1,390 @@
+// frmMailer driven through a recording view: what the tree and list show, and
+// what each command leaves in the store's files and tags.
+#include "core/FileSubs.h"
+#include "core/Globals.h"
+#include "core/Strings.h"
+#include "core/mSHAREDSettings.h"
+#include "mailer/frmMailer.h"
+#include "store/modFolders.h"
+#include "store/modTags.h"
+#include "support/RecordingPlatform.h"
+#include "support/TempDir.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <map>
+
+using namespace corva;
+using namespace corva::test;
+namespace fs = std::filesystem;
+
+namespace {
+
+class RecordingView : public frmMailerView {
+public:
+    void ClearTree() override { nodes.clear(); }
+    void AddNode(int node, int, const FolderNode& look) override {
+        nodes.resize(static_cast<size_t>(node) + 1);
+        nodes[static_cast<size_t>(node)] = look;
+    }
+    void SetNode(int node, const FolderNode& look) override {
+        nodes.at(static_cast<size_t>(node)) = look;
+    }
+    void SetWhoHeading(const std::string& h) override { heading = h; }
+    void RowsReset() override { selection.clear(); }
+    std::vector<long> SelectedRows() const override { return selection; }
+    void SelectRows(const std::vector<long>& rows, long) override { selection = rows; }
+    void ShowStatus(const std::string& text) override { statuses.push_back(text); }
+    void SetUnreadButton(const std::string& caption, const std::string&) override {
+        unreadCaption = caption;
+    }
+    void SetToolbarButton(const std::string& key, const std::string& image) override {
+        buttons[key] = image;
+    }
+    void PreviewMessage(const std::string& path) override { previewed = path; }
+    std::string PreviewSelectedText() const override { return previewSelection; }
+
+    std::vector<FolderNode> nodes;
+    std::vector<long> selection;
+    std::vector<std::string> statuses;
+    std::string heading, unreadCaption, previewed, previewSelection;
+    std::map<std::string, std::string> buttons;
+};
+
+class RecordingEvents : public frmMailerEvents {
+public:
+    void DownloadMail() override { raised.push_back("DownloadMail"); }
+    void StopTransfer() override { raised.push_back("StopTransfer"); }
+    void ShowScanner() override { raised.push_back("ShowScanner"); }
+    std::vector<std::string> raised;
+};
+
+std::string message(const std::string& subject, bool read,
+                    const std::string& received = "2026-11-20 10:00:00") {
+    return "From: Ann <ann@example.com>\r\nTo: bob@example.com\r\nSubject: " + subject +
+           "\r\nDate: Tue, 3 Jun 2008 11:05:30 +0200\r\nMessage-ID: <" + Trim(subject) +
+           received.substr(0, 10) + "@x>\r\n" + (read ? "X-Message-Read: 1\r\n" : "") +
+           "X-Receive-Date: " + received + "\r\n\r\nBody of " + subject + ".\r\n";
+}
+
+std::vector<std::string> emlFiles(const std::string& folder) {
+    std::vector<std::string> names;
+    for (const auto& e : fs::directory_iterator(folder))
+        if (LCase(e.path().extension().string()) == ".eml")
+            names.push_back(e.path().filename().string());
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+class MailerTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        home_.makeProgramFolder();
+        Settings().DeleteAllSettings();
+        PathsStore().DeleteAllSettings();
+        NoCacheFlag = false;
+        readmessagefolder();
+        mailer_ = std::make_unique<frmMailer>(caches_);
+        mailer_->setView(&view_);
+        mailer_->setEvents(&events_);
+    }
+    void TearDown() override {
+        mailer_.reset();
+        NoCacheFlag = false;
+        Settings().DeleteAllSettings();
+        PathsStore().DeleteAllSettings();
+    }
+    // A message file named by its read state, as the store names them.
+    std::string add(const std::string& folder, const std::string& name, const std::string& subject,
+                    bool read, const std::string& received = "2026-11-20 10:00:00") {
+        std::string path = MessageFolder + folder + (read ? LCase(name) : UCase(name));
+        writeFile(path, message(subject, read, received));
+        return path;
+    }
+    void open() {
+        generatefolderini();
+        mailer_->Open();
+    }
+    void click(const std::string& name) { mailer_->treeview1_nodeclick(mailer_->FindNode(name)); }
+    std::vector<std::string> subjects() const {
+        std::vector<std::string> out;
+        for (long r = 0; r < mailer_->RowCount(); ++r) out.push_back(mailer_->Row(r).Subject);
+        return out;
+    }
+    long rowOf(const std::string& subject) const {
+        for (long r = 0; r < mailer_->RowCount(); ++r)
+            if (mailer_->Row(r).Subject == subject) return r;
+        return -1;
+    }
+    void select(std::vector<long> rows) { view_.selection = std::move(rows); }
+
+    TempDir home_;
+    RecordingPlatform platform_;
+    platform::ScopedPlatform installed_{platform_};
+    FolderCaches caches_;
+    RecordingView view_;
+    RecordingEvents events_;
+    std::unique_ptr<frmMailer> mailer_;
+};
+
+} // namespace
+
+TEST(MailerRows, IconKeyTakesTheFirstThatFits) {
+    struct Case {
+        bool high, unread, replied;
+        const char* key;
+    };
+    for (const Case& c :
+         {Case{true, true, true, "exclaimunreadreply"}, Case{true, true, false, "exclaimunread"},
+          Case{true, false, true, "exclaimreply"},
+          Case{true, false, false, "blank"}, // high priority alone
+          Case{false, true, true, "unreadreply"}, Case{false, true, false, "unread"},
+          Case{false, false, true, "reply"}, Case{false, false, false, "blank"}})
+        EXPECT_EQ(frmMailer::IconKey(c.high, c.unread, c.replied), c.key)
+            << c.high << c.unread << c.replied;
+}
+
+TEST_F(MailerTest, OpeningShowsTheTreeAndListsTheInbox) {
+    add("Inbox/", "a.eml", "alpha", false);
+    add("Inbox/", "b.eml", "beta", true);
+    add("Inbox/", "c.eml", "gamma", false);
+    add("Sent Items/", "s.eml", "sent", true);
+    open();
+
+    ASSERT_GE(mailer_->FindNode("inbox"), 1);
+    EXPECT_EQ(view_.nodes.at(0).Text, "Folders");
+    // The listing rewrote the tag from what it counted.
+    EXPECT_EQ(readunreadtag(MessageFolder + "Inbox/"), 2);
+    EXPECT_EQ(view_.nodes.at(static_cast<size_t>(mailer_->FindNode("Inbox"))).Text, "Inbox (2)");
+    EXPECT_EQ(mailer_->RowCount(), 3);
+    EXPECT_EQ(view_.heading, "From");
+    EXPECT_EQ(view_.statuses.back(), "3 messages in Inbox, 2 unread");
+    // The last row is selected and shown, still unread.
+    EXPECT_EQ(view_.selection, (std::vector<long>{2}));
+    EXPECT_EQ(view_.previewed, mailer_->Row(2).Path);
+    EXPECT_TRUE(FileExists(mailer_->Row(2).Path));
+    EXPECT_EQ(mailer_->Row(0).Size.substr(mailer_->Row(0).Size.size() - 2), "KB");
+
+    click("Sent Items");
+    EXPECT_EQ(view_.heading, "To");
+    ASSERT_EQ(mailer_->RowCount(), 1);
+    EXPECT_EQ(mailer_->Row(0).Who, "bob@example.com");
+    EXPECT_EQ(view_.statuses.back(), "1 message in Sent Items");
+}
+
+TEST_F(MailerTest, DeleteMovesIntoDeletedAsReadAndErasesThere) {
+    add("Inbox/", "a.eml", "alpha", false);
+    add("Inbox/", "b.eml", "beta", true);
+    add("Deleted/", "a.eml", "older alpha", true); // the name is taken there
+    open();
+    ASSERT_EQ(mailer_->RowCount(), 2);
+    select({rowOf("alpha")});
+    mailer_->listview1_keyup(46, false, false);
+
+    EXPECT_EQ(subjects(), (std::vector<std::string>{"beta"}));
+    EXPECT_EQ(view_.selection, (std::vector<long>{0}));
+    EXPECT_EQ(emlFiles(MessageFolder + "Deleted/"), (std::vector<std::string>{"a.eml", "a_1.eml"}));
+    EXPECT_EQ(readunreadtag(MessageFolder + "Inbox/"), 0);
+
+    // Shift+Delete is not the Delete key.
+    mailer_->listview1_keyup(46, true, false);
+    EXPECT_EQ(mailer_->RowCount(), 1);
+
+    click("Deleted");
+    ASSERT_EQ(mailer_->RowCount(), 2);
+    select({0, 1});
+    mailer_->DeleteSelected();
+    EXPECT_TRUE(emlFiles(MessageFolder + "Deleted/").empty());
+    EXPECT_EQ(view_.statuses.back(), "No messages in Deleted");
+}
+
+TEST_F(MailerTest, DroppingMovesFilesAndTheirUnreadCount) {
+    add("Inbox/", "a.eml", "alpha", false);
+    add("Inbox/", "b.eml", "beta", true);
+    MkMissingDir(MessageFolder + "Inbox/Work");
+    open();
+    int work = mailer_->FindNode("Work");
+    ASSERT_GT(work, 0);
+
+    select({rowOf("beta")});
+    EXPECT_FALSE(mailer_->treeview1_oledragover(mailer_->FindNode("Inbox")));
+    EXPECT_FALSE(mailer_->treeview1_oledragover(mailer_->FindNode("Outbox")));
+    EXPECT_FALSE(mailer_->treeview1_oledragover(0));
+    mailer_->treeview1_oledragdrop(work);
+    EXPECT_EQ(readunreadtag(MessageFolder + "Inbox/"), 1);
+    EXPECT_EQ(readunreadtag(MessageFolder + "Inbox/Work/"), 0);
+
+    select({rowOf("alpha")});
+    mailer_->treeview1_oledragdrop(work);
+    EXPECT_EQ(mailer_->RowCount(), 0);
+    EXPECT_EQ(readunreadtag(MessageFolder + "Inbox/"), 0);
+    EXPECT_EQ(readunreadtag(MessageFolder + "Inbox/Work/"), 1);
+    // Each keeps its name's case, its read state.
+    auto moved = emlFiles(MessageFolder + "Inbox/Work/");
+    ASSERT_EQ(moved.size(), 2u);
+    EXPECT_EQ(moved[0], UCase(moved[0]));
+    EXPECT_EQ(moved[1], LCase(moved[1]));
+    EXPECT_EQ(view_.nodes.at(static_cast<size_t>(work)).Text, "Work (1)");
+}
+
+TEST_F(MailerTest, MarksRewriteFilesIconsAndCounts) {
+    std::string a = add("Inbox/", "a.eml", "alpha", false);
+    add("Inbox/", "b.eml", "beta", false);
+    open();
+    select({rowOf("alpha")});
+    mailer_->markselectedReadUnread(true);
+    EXPECT_EQ(mailer_->Row(rowOf("alpha")).Path, MessageFolder + "Inbox/a.eml");
+    EXPECT_TRUE(FileExists(MessageFolder + "Inbox/a.eml"));
+    EXPECT_EQ(mailer_->Row(rowOf("alpha")).Icon, "blank");
+    EXPECT_EQ(readunreadtag(MessageFolder + "Inbox/"), 1);
+
+    mailer_->markselectedRepliedOrNot(true);
+    mailer_->MarkPriority(true);
+    EXPECT_EQ(mailer_->Row(rowOf("alpha")).Icon, "exclaimreply");
+    // The flags live in the file: a fresh listing agrees.
+    mailer_->ClickedRescanFolders();
+    EXPECT_EQ(mailer_->Row(rowOf("alpha")).Icon, "exclaimreply");
+    EXPECT_EQ(mailer_->Row(rowOf("beta")).Icon, "unread");
+}
+
+TEST_F(MailerTest, SeldupesSelectsOnlyEqualNeighbours) {
+    add("Inbox/", "1.eml", "Offer", true, "2026-11-01 10:00:00");
+    add("Inbox/", "2.eml", "Lunch", true, "2026-11-02 10:00:00");
+    add("Inbox/", "3.eml", " offer ", true, "2026-11-03 10:00:00");
+    add("Inbox/", "4.eml", "Offer", true, "2026-11-04 10:00:00");
+    open();
+    mailer_->SortBy(MailerColumn::ReceiveDate);
+    ASSERT_EQ(subjects().front(), "Offer");
+    mailer_->seldupes();
+    EXPECT_EQ(view_.selection, (std::vector<long>{3})) << "the first Offer has no twin beside it";
+
+    // Sorted, all three are neighbours; a selected row isn't compared, so the
+    // third waits for the next run, after Delete.
+    mailer_->SortBy(MailerColumn::Subject);
+    EXPECT_EQ(subjects().front(), "Lunch");
+    mailer_->seldupes();
+    EXPECT_EQ(view_.selection, (std::vector<long>{2}));
+    mailer_->SortBy(MailerColumn::Subject); // again: descending
+    EXPECT_EQ(subjects().back(), "Lunch");
+}
+
+TEST_F(MailerTest, OutboxAndNoCacheAreReadFromTheFiles) {
+    add("Outbox/", "00_outbound_1.eml", "queued", true);
+    add("Inbox/", "a.eml", "alpha", true);
+    open();
+    click("Outbox");
+    EXPECT_EQ(mailer_->RowCount(), 1);
+    EXPECT_EQ(caches_.cacheindex("Outbox"), -1);
+    // The Outbox node counts files, read or not.
+    EXPECT_EQ(view_.nodes.at(static_cast<size_t>(mailer_->FindNode("Outbox"))).Text, "Outbox (1)");
+    add("Outbox/", "00_outbound_2.eml", "queued too", true);
+    click("Outbox");
+    EXPECT_EQ(mailer_->RowCount(), 2);
+
+    // A cached folder doesn't see a file dropped in behind its back...
+    click("Inbox");
+    add("Inbox/", "b.eml", "beta", true);
+    click("Inbox");
+    EXPECT_EQ(mailer_->RowCount(), 1);
+    // ...unless the cache is turned off.
+    NoCacheFlag = true;
+    click("Inbox");
+    EXPECT_EQ(mailer_->RowCount(), 2);
+}
+
+TEST_F(MailerTest, NewMailInTheOpenFolderJoinsTheList) {
+    add("Inbox/", "a.eml", "alpha", true);
+    add("Inbox/Work/", "w.eml", "work", true);
+    open();
+    std::string path = MessageFolder + "Inbox/NEW.EML";
+    writeFile(path, message("new", false));
+    clsMessage m;
+    m.CreateFromText(message("new", false), true);
+    mailer_->AddNewMessage(path, MessageFolder + "Inbox/", m);
+    EXPECT_EQ(subjects(), (std::vector<std::string>{"alpha", "new"}));
+    EXPECT_EQ(view_.nodes.at(static_cast<size_t>(mailer_->FindNode("Inbox"))).Text, "Inbox (1)");
+
+    std::string other = MessageFolder + "Inbox/Work/OTHER.EML";
+    writeFile(other, message("other", false));
+    clsMessage o;
+    o.CreateFromText(message("other", false), true);
+    mailer_->AddNewMessage(other, MessageFolder + "Inbox/Work/", o);
+    EXPECT_EQ(mailer_->RowCount(), 2);
+    EXPECT_EQ(view_.nodes.at(static_cast<size_t>(mailer_->FindNode("Work"))).Text, "Work (1)");
+}
+
+TEST_F(MailerTest, ToolbarKeys) {
+    add("Inbox/", "a.eml", "alpha", false);
+    add("Inbox/", "b.eml", "beta", true);
+    open();
+    for (const char* key : {"newemail", "reply", "forward", "contacts", "tkl", "mailmerge"}) {
+        platform_.prompts_.messages.clear();
+        mailer_->Command(key);
+        EXPECT_EQ(platform_.prompts_.messages, (std::vector<std::string>{WorkInProgressText}))
+            << key;
+    }
+
+    mailer_->Command("upanddown");
+    EXPECT_EQ(view_.buttons["upanddown"], "stop");
+    mailer_->Timer2_Timer();
+    EXPECT_EQ(view_.buttons["upanddown"], "");
+    mailer_->Command("upanddown"); // the flashing button stops
+    EXPECT_EQ(events_.raised, (std::vector<std::string>{"DownloadMail", "StopTransfer"}));
+    mailer_->NotifyFinishedGettingMail("Done");
+    EXPECT_EQ(view_.buttons["upanddown"], "upanddown");
+    EXPECT_FALSE(mailer_->Flashing());
+
+    mailer_->Command("unread");
+    EXPECT_TRUE(ShowUnreadOnly(MessageFolder + "Inbox/"));
+    EXPECT_EQ(subjects(), (std::vector<std::string>{"alpha"}));
+    EXPECT_EQ(view_.unreadCaption, "Show all messages");
+    mailer_->Command("unread");
+    EXPECT_EQ(mailer_->RowCount(), 2);
+    EXPECT_EQ(view_.unreadCaption, "Show unread messages only");
+}
+
+TEST_F(MailerTest, FolderDeletionRefusesWhatIsNotEmpty) {
+    add("Inbox/Full/", "a.eml", "alpha", true);
+    MkMissingDir(MessageFolder + "Inbox/Parent/Child");
+    MkMissingDir(MessageFolder + "Inbox/Empty");
+    writeFile(MessageFolder + "Inbox/Empty/Unread.tag", "0");
+    open();
+    struct Case {
+        const char* folder;
+        const char* text;
+    };
+    for (const Case& c :
+         {Case{"Full", "You can't delete a folder containing messages.  Please move or delete "
+                       "the messages first."},
+          Case{"Parent", "You can't delete a folder containing sub-folders.  Please move or "
+                         "delete the sub-folders first."}}) {
+        platform_.prompts_.messages.clear();
+        click(c.folder);
+        mailer_->mnudeletefolder_click();
+        EXPECT_EQ(platform_.prompts_.messages, (std::vector<std::string>{c.text}));
+    }
+    click("Empty");
+    mailer_->mnudeletefolder_click();
+    EXPECT_FALSE(FolderExists(MessageFolder + "Inbox/Empty"));
+    EXPECT_EQ(mailer_->FindNode("Empty"), -1);
+    EXPECT_EQ(mailer_->SelectedNode(), mailer_->FindNode("Inbox"));
+}
+
+TEST_F(MailerTest, SplitMessageSavesTheSelectedTextAsAPart) {
+    add("Inbox/", "a.eml", "alpha", true);
+    open();
+    select({0});
+    view_.previewSelection = "Just this piece.";
+    mailer_->mnuDupeEmail();
+    ASSERT_EQ(mailer_->RowCount(), 2);
+    EXPECT_EQ(mailer_->Row(1).Subject, "PART: alpha");
+    EXPECT_TRUE(StartsWith(fileonly(mailer_->Row(1).Path), "dupemsg")) << mailer_->Row(1).Path;
+    std::string text = LoadTextFile(mailer_->Row(1).Path);
+    EXPECT_NE(text.find("\r\n\r\nJust this piece."), std::string::npos);
+    // A part of a part isn't marked twice.
+    select({1});
+    mailer_->mnuDupeEmail();
+    EXPECT_EQ(mailer_->Row(2).Subject, "PART: alpha");
+}
