@@ -7,6 +7,7 @@
 #include "ui/SettingsDialog.h"
 
 #include <QCheckBox>
+#include <QComboBox>
 #include <QLineEdit>
 #include <QListWidget>
 #include <QTabWidget>
