@@ -36,15 +36,6 @@ Table makeTable(ScanPrinter::Form form) {
     return Table(ScanPrinter::Columns());
 }
 
-std::string colourText(int32_t colour) {
-    static const char hex[] = "0123456789ABCDEF";
-    std::string text = "#";
-    // Stored with red in the low byte; written as the usual #RRGGBB.
-    for (int shift : {0, 4, 12, 8, 20, 16})
-        text += hex[(static_cast<uint32_t>(colour) >> shift) & 0xF];
-    return text;
-}
-
 } // namespace
 
 std::vector<TableColumn> ScanPrinter::Columns() {
@@ -86,7 +77,7 @@ void ScanPrinter::AddListLine(const ListLine& line) {
                                 .integer("account", static_cast<long long>(Val(line.Accnt)))
                                 .integer("msg", static_cast<long long>(Val(line.Msg)))
                                 .integer("msgNum", static_cast<long long>(Val(line.MsgNum)))
-                                .raw("colour", JsonQuote(colourText(line.Colour)))
+                                .raw("colour", JsonQuote(RgbText(line.Colour)))
                                 .str());
         return;
     }

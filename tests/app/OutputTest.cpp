@@ -100,6 +100,7 @@ TEST(Json, TextIsDecodedAndControlsEscapedWhileBytesStayBytes) {
     EXPECT_EQ(app::JsonText("a\"b\\c\x1b[2J\x7f"), "\"a\\\"b\\\\c\\u001b[2J\\u007f\"");
     EXPECT_EQ(app::JsonText("x\xc2\x9by"), "\"x\\u009by\"");
     EXPECT_EQ(app::JsonBytes("Gr\xc3\xbc\r\n"), "\"Gr\\u00c3\\u00bc\\r\\n\"");
+    EXPECT_EQ(app::RgbText(0xC08040), "#4080C0"); // red in the low byte
     EXPECT_EQ(app::JsonObject().text("a", "b").integer("n", 3).truth("t", false).str(),
               "{\"a\": \"b\", \"n\": 3, \"t\": false}");
 }
@@ -129,6 +130,8 @@ TEST(AccountValues, TheWizardsTestsAndKeysInAnyCase) {
     EXPECT_NE(problem("smtp", "mail:99999"), "");
     EXPECT_NE(problem("check", "maybe"), "");
     EXPECT_EQ(problem("check", "Yes"), "");
+    EXPECT_EQ(problem("pop-security", "STARTTLS"), "");
+    EXPECT_NE(problem("smtpsecurity", "3"), "");
     EXPECT_EQ(problem("password", ""), "");
 }
 
