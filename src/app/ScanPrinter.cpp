@@ -1,4 +1,5 @@
 #include "app/ScanPrinter.h"
+#include "message/clsMessage.h"
 
 #include "app/Terminal.h"
 #include "core/AppInfo.h"
@@ -107,6 +108,25 @@ void ScanPrinter::AddListLine(const ListLine& line) {
     const char* code = colour_ ? colourCode(line.Colour) : "";
     out_ << code << table_.row(cells) << (*code ? "\x1b[0m" : "") << "\n";
     out_.flush();
+}
+
+void ScanPrinter::MessageStored(const std::string& path, const clsMessage& message) {
+    if (form_ == Form::Json) {
+        notices_.push_back(
+            JsonObject()
+                .raw("kind", "\"saved\"")
+                .text("from", message.From, headerCharset(message.Headers, "From"))
+                .text("subject", message.Subject, headerCharset(message.Headers, "Subject"))
+                .text("path", path)
+                .str());
+        return;
+    }
+    ListLine saved;
+    saved.kind = ListLine::Kind::Notice;
+    saved.Status =
+        "Saved: " + terminalLine(message.From, headerCharset(message.Headers, "From")) + " - " +
+        terminalLine(message.Subject, headerCharset(message.Headers, "Subject")) + " -> " + path;
+    AddListLine(saved);
 }
 
 void ScanPrinter::SetStatusPanel(int panel, const std::string& text) {
