@@ -214,6 +214,19 @@ int frmMailer::FindNode(const std::string& name) const {
     return -1;
 }
 
+bool frmMailer::OpenFolder(const std::string& folder) {
+    return guardedValue("OpenFolder", kModule, false, [&] {
+        if (nodes_.empty()) {
+            keepFolder_ = folder;
+            mailer_.PopulateFolders(false);
+        }
+        int node = nodeOfFolder(folder);
+        if (node < 0) return false;
+        if (node != selectedNode_ || !isOpenFolder(folder)) treeview1_nodeclick(node);
+        return true;
+    });
+}
+
 int frmMailer::nodeOfFolder(const std::string& folder) const {
     std::string key = folderKey(folder);
     for (int i = 1; i < NodeCount(); ++i)

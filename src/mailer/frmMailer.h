@@ -62,6 +62,11 @@ public:
     // The node's directory, ending in "/"; "" for no node.
     std::string getpathfromnode(int node) const;
     int FindNode(const std::string& name) const;
+    // The node of a folder's directory; -1 when the tree has none.
+    int NodeOfFolder(const std::string& folder) const { return nodeOfFolder(folder); }
+    // Lists a folder as a click on its node would, building the tree first if
+    // needed (the commands work so, with no window); false when there is no such folder.
+    bool OpenFolder(const std::string& folder);
     void rescanfolders();
     void DisplaySpecialCounts();
 
