@@ -26,6 +26,8 @@ struct MailerRow {
     bool Replied = false;
     bool HighPriority = false;
     int32_t Colour = 0; // red in the low byte
+    // SendDate as a number for sorting, read on the first sort by it (0: not yet).
+    mutable double SendKey = 0;
 };
 
 // The list's columns, in order.
