@@ -10,6 +10,7 @@ packages=(
     libgtest-dev libgmock-dev
     dovecot-core dovecot-pop3d
     python3 python3-aiosmtpd
+    poppler-utils
     clang libclang-rt-14-dev
     bogofilter # bench/score_bulk compares against it
 )

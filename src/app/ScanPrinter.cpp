@@ -54,7 +54,7 @@ std::vector<TableColumn> ScanPrinter::Columns() {
 
 ScanPrinter::ScanPrinter(std::ostream& out, std::ostream& status, Form form)
     : out_(out), status_(status), form_(form), table_(makeTable(form)),
-      colour_(form == Form::Table && ColourOnStdout()), oneLine_(ProgressOnOneLine()) {}
+      colour_(form == Form::Table && ColourOnStdout()) {}
 
 void ScanPrinter::RunAccountWizard() {
     endProgress();
@@ -126,25 +126,11 @@ void ScanPrinter::SetStatusPanel(int panel, const std::string& text) {
 }
 
 void ScanPrinter::progress(const std::string& text) {
-    const Verbosity v = Output().verbosity;
-    if (v == Verbosity::Quiet) return;
-    if (v == Verbosity::Verbose) {
-        status_ << terminalLine(text) << "\n";
-    } else if (oneLine_) {
-        // Carriage return, the text, then erase what an older, longer one left.
-        status_ << "\r" << cutToWidth(terminalLine(text), ProgressWidth() - 1) << "\x1b[K";
-        progressShown_ = true;
-    } else {
-        return; // not a terminal: only the summary at the end
-    }
-    status_.flush();
+    progress_.show(terminalLine(text));
 }
 
 void ScanPrinter::endProgress() {
-    if (!progressShown_) return;
-    status_ << "\r\x1b[K";
-    status_.flush();
-    progressShown_ = false;
+    progress_.clear();
 }
 
 void ScanPrinter::SetStatusPicture(PanelPicture picture) {

@@ -6,6 +6,7 @@
 
 #include "app/Json.h"
 #include "app/Table.h"
+#include "app/Terminal.h"
 #include "cycle/frmMainView.h"
 
 #include <iosfwd>
@@ -48,9 +49,8 @@ private:
     Form form_;
     Table table_;
     bool colour_;
-    bool oneLine_;
+    ProgressLine progress_;
     bool headingPrinted_ = false;
-    bool progressShown_ = false;
     int problems_ = 0;
     std::string lastStatus_;
     std::vector<std::string> messages_, notices_; // JSON, gathered for the end

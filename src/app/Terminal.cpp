@@ -1,7 +1,10 @@
 #include "app/Terminal.h"
 
+#include "core/TerminalText.h"
+
 #include <cstdlib>
 #include <cstring>
+#include <iostream>
 #include <string_view>
 #include <sys/ioctl.h>
 #include <unistd.h>
@@ -90,6 +93,29 @@ size_t TableWidth() {
 } // namespace corva::app
 
 namespace corva::app {
+
+ProgressLine::ProgressLine() : oneLine_(ProgressOnOneLine()) {}
+
+void ProgressLine::show(const std::string& text) {
+    const Verbosity v = Output().verbosity;
+    if (v == Verbosity::Quiet) return;
+    if (v == Verbosity::Verbose) {
+        std::cerr << text << "\n";
+    } else if (oneLine_) {
+        // Carriage return, the text, then erase what an older, longer one left.
+        std::cerr << "\r" << cutToWidth(text, ProgressWidth() - 1) << "\x1b[K";
+        shown_ = true;
+    } else {
+        return;
+    }
+    std::cerr.flush();
+}
+
+void ProgressLine::clear() {
+    if (!shown_) return;
+    std::cerr << "\r\x1b[K" << std::flush;
+    shown_ = false;
+}
 
 size_t ProgressWidth() {
     winsize size{};

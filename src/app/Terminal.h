@@ -41,4 +41,20 @@ size_t TableWidth();
 // The width of the terminal on standard error, for the progress line; 80 when unknown.
 size_t ProgressWidth();
 
+// Progress on standard error as the options and the stream allow: one line
+// that rewrites itself on a terminal, a line per step with --verbose, nothing
+// with --quiet or (between summaries) off a terminal.
+class ProgressLine {
+public:
+    ProgressLine();
+    // text is terminal text already (decoded, one line).
+    void show(const std::string& text);
+    // Takes the line away before other output, so nothing is written over it.
+    void clear();
+
+private:
+    bool oneLine_;
+    bool shown_ = false;
+};
+
 } // namespace corva::app

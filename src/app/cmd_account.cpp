@@ -40,6 +40,8 @@ Variant stored(const AccountKey& key, const std::string& value) {
         return Variant(*TruthOf(value));
     case AccountKey::Kind::Port:
         return Variant(std::stoi(Trim(value)));
+    case AccountKey::Kind::Security:
+        return Variant(*SecurityOf(value));
     case AccountKey::Kind::Text:
         return Variant(value); // passwords may begin or end with a blank
     default:
@@ -300,7 +302,8 @@ const CommandRegistration registration({
     "  true or false), STOPATLAST (stop-at-last), SMTP (smtp), SMTPAuth (smtp-auth),\n"
     "  SMTPUNAME (smtp-user), SMTPPWD (smtp-password), REPLYADDRESS (address),\n"
     "  DISPLAYNAME (name), EXCLUSIVE0_ and EXCLUSIVE1_ (the two \"Ignore mail not\n"
-    "  addressed to\" texts), SMTPPort (smtp-port).\n"
+    "  addressed to\" texts), SMTPPort (smtp-port), POPSECURITY (pop-security) and\n"
+    "  SMTPSECURITY (smtp-security): none, tls or starttls (0, 1 or 2).\n"
     "remove N deletes every key of account N.",
     run,
 });

@@ -59,7 +59,15 @@ int run(CommandArgs& args) {
     clsMailer mailer;
     TreeBuilder tree;
     mailer.setListener(&tree);
-    mailer.PopulateFolders(rebuild);
+    if (rebuild || !FileExists(FoldersIniPath)) {
+        // The folder list made from the directories as the window would make
+        // it, without writing it: this command only reads.
+        tree.AddFolder("Folders", "");
+        const std::vector<std::string> lines = SplitLines(FolderIniText());
+        for (size_t i = 0; i + 1 < lines.size(); i += 2) tree.AddFolder(lines[i], lines[i + 1]);
+    } else {
+        mailer.PopulateFolders(false);
+    }
 
     AgeColours ages = AgeColours::FromSettings();
     if (json) std::cout << "[";
@@ -107,8 +115,9 @@ const CommandRegistration registration({
     "corva folders [--rebuild] [--json]",
     "List the mail folders with their unread counts",
     "Counts come from each folder's Unread.tag, as the mailer's tree shows them;\n"
-    "the Outbox shows how many messages wait to be sent. --rebuild makes the\n"
-    "folder list again from the directories under the message folder.\n"
+    "the Outbox shows how many messages wait to be sent. The tree is read from\n"
+    "folders.ini; without one, or with --rebuild, it is made from the directories\n"
+    "under the message folder (and not written).\n"
     "--json writes a list of {\"name\", \"path\" (under the message folder, \"\" for\n"
     "the top), \"depth\", \"count\" (unread mail; for the Outbox, what waits)}.",
     run,

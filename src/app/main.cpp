@@ -22,7 +22,7 @@ namespace {
 
 void printUsage(std::ostream& out) {
     out << "Corva " << CORVA_VERSION << ": a mail client that deletes junk on the server.\n\n"
-        << "Usage: corva [--home DIR] [COMMAND [ARGUMENTS]]\n\n";
+        << "Usage: corva [--home DIR] [--color=WHEN] [-q|-v] [COMMAND [ARGUMENTS]]\n\n";
 #ifdef CORVA_HAS_WINDOWS
     out << "Without a command Corva opens its windows.\n\n";
 #else

@@ -22,6 +22,8 @@ const std::vector<AccountKey>& AccountKeys() {
         {"EXCLUSIVE0_", "exclusive0", K::Text, ""},
         {"EXCLUSIVE1_", "exclusive1", K::Text, ""},
         {"SMTPPort", "smtp-port", K::Port, ""},
+        {"POPSECURITY", "pop-security", K::Security, ""},
+        {"SMTPSECURITY", "smtp-security", K::Security, ""},
     };
     return keys;
 }
@@ -74,6 +76,14 @@ std::optional<bool> TruthOf(std::string_view text) {
     return std::nullopt;
 }
 
+std::optional<int> SecurityOf(std::string_view text) {
+    const std::string t = LCase(Trim(std::string(text)));
+    if (t == "0" || t == "none") return 0;
+    if (t == "1" || t == "tls") return 1;
+    if (t == "2" || t == "starttls") return 2;
+    return std::nullopt;
+}
+
 std::string AccountValueProblem(const AccountKey& key, std::string_view value) {
     const std::string v = Trim(std::string(value));
     using K = AccountKey::Kind;
@@ -94,6 +104,9 @@ std::string AccountValueProblem(const AccountKey& key, std::string_view value) {
         return TruthOf(v) ? "" : std::string(key.name) + " takes true or false";
     case K::Port:
         return isPort(v) ? "" : std::string(key.name) + " takes a port from 1 to 65535";
+    case K::Security:
+        return SecurityOf(v) ? ""
+                             : std::string(key.name) + " takes none, tls or starttls (0, 1 or 2)";
     }
     return "";
 }

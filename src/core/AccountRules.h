@@ -12,7 +12,7 @@ namespace corva {
 
 // One per-account key as a user may type it.
 struct AccountKey {
-    enum class Kind { Text, Required, Host, Address, Truth, Port };
+    enum class Kind { Text, Required, Host, Address, Truth, Port, Security };
     const char* name;  // as the file spells it, without the number: "SMTPAuth"
     const char* alias; // the command line's friendlier name, or ""
     Kind kind;
@@ -31,6 +31,8 @@ bool IsMailAddress(std::string_view text);
 bool IsServer(std::string_view text);
 // A truth value as a user types it (true/false, yes/no, 1/0, on/off), in any case.
 std::optional<bool> TruthOf(std::string_view text);
+// A connection's security as a user types it: 0 or none, 1 or tls, 2 or starttls.
+std::optional<int> SecurityOf(std::string_view text);
 
 // What is wrong with the value for key, in the wizard's words, or "".
 std::string AccountValueProblem(const AccountKey& key, std::string_view value);

@@ -5,6 +5,7 @@
 
 #include "platform/Files.h"
 #include "platform/NameLookup.h"
+#include "platform/Printer.h"
 
 #include <chrono>
 #include <functional>
@@ -184,6 +185,8 @@ public:
     virtual const TextDecoder& textDecoder();
     virtual Files& files();
     virtual NameLookup& nameLookup();
+    // Defined with the plain printer in Printer.cpp.
+    virtual Printer& printer();
 
 private:
     struct Defaults;

@@ -101,8 +101,8 @@ std::string relativefolder(const std::string& folderPath) {
     return folder.substr(root.size());
 }
 
-void generatefolderini() {
-    guarded("generatefolderini", kModule, [] {
+std::string FolderIniText(std::string* list) {
+    return guardedValue("FolderIniText", kModule, std::string(), [&] {
         std::string root = addslash(ResolvePath(MessageFolder));
         std::vector<std::string> full;
         fillfoldersrecursed(root, full);
@@ -112,7 +112,7 @@ void generatefolderini() {
         // Byte order, the order an exchange sort leaves; a parent comes before its children.
         std::stable_sort(folders.begin(), folders.end());
 
-        std::string pairs, list;
+        std::string pairs;
         for (const auto& path : folders) {
             std::vector<std::string> names = Split(path, "/");
             if (names.size() <= 2) {
@@ -120,8 +120,16 @@ void generatefolderini() {
             } else {
                 pairs += names[names.size() - 2] + "\r\n" + names[names.size() - 3] + "\r\n";
             }
-            list += path + "\r\n";
+            if (list) *list += path + "\r\n";
         }
+        return pairs;
+    });
+}
+
+void generatefolderini() {
+    guarded("generatefolderini", kModule, [] {
+        std::string list;
+        const std::string pairs = FolderIniText(&list);
         WriteFileAtomically(FoldersIniPath, pairs, false);
         WriteFileAtomically(FolderListIniPath, list, false);
     });

@@ -29,6 +29,9 @@ std::string relativefolder(const std::string& folderPath);
 
 // Rewrites folders.ini and folderlist.ini from the directories under the root.
 void generatefolderini();
+// The text generatefolderini writes to folders.ini (and to folderlist.ini
+// through list), made from the folders on disk without writing anything.
+std::string FolderIniText(std::string* list = nullptr);
 // The relative folder paths of folderlist.ini ("Inbox/"), made first if missing.
 void FillMailFolders(std::vector<std::string>& folders);
 

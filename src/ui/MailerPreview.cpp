@@ -1,30 +1,20 @@
 #include "ui/MailerPreview.h"
 
 #include "message/clsMessage.h"
-#include "message/modMIME.h"
-#include "platform/Platform.h"
 #include "ui/DisplayText.h"
+#include "ui/MessagePreviewPane.h"
 
-#include <QPlainTextEdit>
+#include <QTextEdit>
 #include <QVBoxLayout>
+
+#include <memory>
 
 namespace corva::ui {
 
 namespace {
 
-// Until the full message display is in place the pane is plain text: the
-// header strip, then the message's plain text.
-class PlainPreview : public QPlainTextEdit {
-public:
-    explicit PlainPreview(QWidget* parent) : QPlainTextEdit(parent) {
-        setReadOnly(true);
-        setObjectName(QStringLiteral("preview"));
-    }
-    std::string raw;
-};
-
-PlainPreview* plain(QWidget* pane) {
-    return dynamic_cast<PlainPreview*>(pane);
+MessagePreviewPane* pane(QWidget* widget) {
+    return dynamic_cast<MessagePreviewPane*>(widget);
 }
 
 class ReaderWindow : public QWidget {
@@ -36,8 +26,8 @@ public:
         layout->setContentsMargins(0, 0, 0, 0);
         pane_ = makePreviewWidget(this);
         layout->addWidget(pane_);
-        showInPreview(pane_, &message);
         resize(720, 560);
+        showInPreview(pane_, &message);
     }
     QWidget* pane_;
 };
@@ -51,40 +41,41 @@ void showInReader(QWidget* parent, const clsMessage& message) {
 }
 
 QWidget* makePreviewWidget(QWidget* parent) {
-    return new PlainPreview(parent);
+    auto* p = new MessagePreviewPane(parent);
+    p->setObjectName(QStringLiteral("preview"));
+    return p;
 }
 
-void showInPreview(QWidget* pane, const clsMessage* message) {
-    PlainPreview* p = plain(pane);
+void showInPreview(QWidget* widget, const clsMessage* message) {
+    MessagePreviewPane* p = pane(widget);
     if (!p) return;
-    if (!message) {
-        p->raw.clear();
+    if (!message)
         p->clear();
-        return;
-    }
-    p->raw = message->RawMessage();
-    std::string text = "From: " + message->From + "\nTo: " + message->To_Email +
-                       "\nDate: " + message->SendDate + "\nSubject: " + message->Subject + "\n\n" +
-                       extractplainmessage(*message);
-    p->setPlainText(toDisplay(text));
+    else
+        p->display().showMessage(std::make_shared<clsMessage>(*message));
 }
 
-std::string previewSelectedText(QWidget* pane) {
-    PlainPreview* p = plain(pane);
-    return p ? fromDisplay(p->textCursor().selectedText().replace(QChar(0x2029), "\r\n")) : "";
+std::string previewSelectedText(QWidget* widget) {
+    MessagePreviewPane* p = pane(widget);
+    return p ? fromDisplay(p->textBox()->textCursor().selectedText().replace(QChar(0x2029), "\r\n"))
+             : "";
 }
 
-QString previewShownText(QWidget* pane) {
-    PlainPreview* p = plain(pane);
-    return p ? p->toPlainText() : QString();
+QString previewShownText(QWidget* widget) {
+    MessagePreviewPane* p = pane(widget);
+    if (!p) return QString();
+    QStringList shown = p->headerLines();
+    shown.append(QString());
+    shown.append(p->textBox()->toPlainText());
+    return shown.join(QLatin1Char('\n'));
 }
 
-void printPreviewed(QWidget*) {
-    platform::current().prompts().messageBox("Work in progress - should be in the next version.");
+void printPreviewed(QWidget* widget) {
+    if (MessagePreviewPane* p = pane(widget)) p->print();
 }
 
-void viewPreviewedSource(QWidget*) {
-    platform::current().prompts().messageBox("Work in progress - should be in the next version.");
+void viewPreviewedSource(QWidget* widget) {
+    if (MessagePreviewPane* p = pane(widget)) p->display().mnuviewsource_click();
 }
 
 } // namespace corva::ui

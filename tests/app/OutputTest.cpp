@@ -129,6 +129,8 @@ TEST(AccountValues, TheWizardsTestsAndKeysInAnyCase) {
     EXPECT_NE(problem("smtp", "mail:99999"), "");
     EXPECT_NE(problem("check", "maybe"), "");
     EXPECT_EQ(problem("check", "Yes"), "");
+    EXPECT_EQ(problem("pop-security", "STARTTLS"), "");
+    EXPECT_NE(problem("smtpsecurity", "3"), "");
     EXPECT_EQ(problem("password", ""), "");
 }
 

@@ -52,6 +52,8 @@ public:
     platform::EventLoop& eventLoop() override { return base_.eventLoop(); }
     platform::Prompts& prompts() override { return prompts_; }
     platform::Clock& clock() override { return base_.clock(); }
+    const platform::TextDecoder& textDecoder() override { return base_.textDecoder(); }
+    platform::Printer& printer() override { return base_.printer(); }
     platform::Sound& sound() override { return sound_; }
 
     RecordingPrompts prompts_;

@@ -22,6 +22,7 @@ public:
     Sound& sound() override;
     Speech& speech() override;
     const TextDecoder& textDecoder() override;
+    Printer& printer() override;
     // Replaces the prompts (the command line installs its console prompts).
     void setPrompts(Prompts* prompts) { promptsOverride_ = prompts; }
 
