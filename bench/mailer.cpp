@@ -209,15 +209,24 @@ int main(int argc, char** argv) {
     const char* names[] = {"icon", "from", "subject", "received", "sent", "size"};
     for (int column = 0; column < MailerColumnCount; ++column) {
         qint64 worst = 0;
+        double cpuWorst = 0;
         for (int twice = 0; twice < 2; ++twice) {
             StallWatch stall;
             stall.start();
-            QTimer::singleShot(0, [&] { w->listView().header()->sectionClicked(column); });
+            double cpu = 0;
+            QTimer::singleShot(0, [&] {
+                double before = bench::cpuSeconds();
+                w->listView().header()->sectionClicked(column);
+                w->listView().viewport()->repaint();
+                cpu = bench::cpuSeconds() - before;
+            });
             for (int i = 0; i < 5; ++i) app.processEvents();
             worst = std::max(worst, stall.stop());
+            cpuWorst = std::max(cpuWorst, cpu);
         }
-        std::printf("mailer: sort by %-8s longest stall %lld ms\n", names[column],
-                    static_cast<long long>(worst));
+        std::printf("mailer: sort by %-8s longest stall %lld ms (the click and its paint: cpu "
+                    "%.0f ms)\n",
+                    names[column], static_cast<long long>(worst), cpuWorst * 1000);
     }
 
     // Marking 1,000 selected rows read.

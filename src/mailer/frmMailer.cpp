@@ -6,6 +6,7 @@
 #include "core/FileSubs.h"
 #include "core/Globals.h"
 #include "core/Strings.h"
+#include "core/TerminalText.h"
 #include "core/mSHAREDDelay.h"
 #include "core/mSHAREDLogging.h"
 #include "core/mSHAREDSettings.h"
@@ -412,7 +413,31 @@ MailerRow frmMailer::MakeRow(const clsMessage& message, bool showTo) {
     row.SizeKB = message.Size;
     row.Size = sizeText(message.Size);
     row.Colour = message.Colour;
+    if (!message.Headers.empty()) {
+        row.WhoCharset = headerCharset(message.Headers, showTo ? "To" : "From");
+        row.SubjectCharset = headerCharset(message.Headers, "Subject");
+        row.CharsetsKnown = true;
+    }
     return row;
+}
+
+const MailerRow& frmMailer::RowToShow(long row) const {
+    const MailerRow& r = Row(row);
+    if (r.CharsetsKnown) return r;
+    r.CharsetsKnown = true;
+    // 8-bit text, or the escapes of the 7-bit Japanese encoding.
+    auto eightBit = [](const std::string& text) {
+        return std::any_of(text.begin(), text.end(), [](char c) {
+            return static_cast<unsigned char>(c) >= 0x80 || c == '\x1b';
+        });
+    };
+    if (!eightBit(r.Who) && !eightBit(r.Subject)) return r;
+    guarded("RowToShow", kModule, [&] {
+        auto header = readmessageheader(r.Path);
+        r.WhoCharset = headerCharset(header->Headers, showTo_ ? "To" : "From");
+        r.SubjectCharset = headerCharset(header->Headers, "Subject");
+    });
+    return r;
 }
 
 std::vector<long> frmMailer::selected() const {

@@ -73,6 +73,9 @@ public:
     // ---- The list ----
     long RowCount() const { return static_cast<long>(rows_.size()); }
     const MailerRow& Row(long row) const { return rows_.at(static_cast<size_t>(row)); }
+    // The row with its charsets: a row from cache.csv doesn't know them, so a
+    // row with 8-bit text has its file's header read the first time it shows.
+    const MailerRow& RowToShow(long row) const;
     std::string OpenFolder() const { return openFolder_; }
     // The selection changed; current is the row with the focus (-1: the first selected).
     void SelectionChanged(long current);

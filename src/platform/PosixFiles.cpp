@@ -223,10 +223,16 @@ public:
             ::sync_file_range(pending[i].fd, 0, static_cast<off_t>(bytes.size()),
                               SYNC_FILE_RANGE_WRITE);
         }
-        // Only whole files get their names.
+        // Only whole files get their names. One sync of the file system takes
+        // them all to the disk with one flush; a flush per file costs the
+        // disk's round trip a thousand times over.
+        int any = -1;
+        for (const Pending& p : pending)
+            if (p.fd >= 0) any = p.fd;
+        const bool allSynced = any >= 0 && ::syncfs(any) == 0;
         for (size_t i = 0; i < batch.size(); ++i) {
             if (pending[i].fd < 0) continue;
-            if (::fsync(pending[i].fd) != 0) {
+            if (!allSynced && ::fsync(pending[i].fd) != 0) {
                 fail(i, errno, "write " + batch[i].first);
                 continue;
             }
