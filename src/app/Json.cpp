@@ -71,6 +71,14 @@ std::string JsonBytes(std::string_view bytes) {
     return out + "\"";
 }
 
+std::string RgbText(int32_t colour) {
+    static const char hex[] = "0123456789ABCDEF";
+    std::string text = "#";
+    for (int shift : {4, 0, 12, 8, 20, 16})
+        text += hex[(static_cast<uint32_t>(colour) >> shift) & 0xF];
+    return text;
+}
+
 JsonObject& JsonObject::raw(std::string_view key, std::string_view json) {
     if (!body_.empty()) body_ += ", ";
     body_ += JsonQuote(key);

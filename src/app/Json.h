@@ -2,6 +2,7 @@
 // reader gets the characters; control characters travel as escapes.
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -13,6 +14,9 @@ std::string JsonQuote(std::string_view utf8);
 std::string JsonText(std::string_view bytes, std::string_view charset = {});
 // One code point per byte (\u0080..\u00ff above 127), for byte-exact comparison.
 std::string JsonBytes(std::string_view bytes);
+
+// A list colour (red in the low byte, as the program keeps it) as "#RRGGBB".
+std::string RgbText(int32_t colour);
 
 // An object built key by key, in the order given.
 class JsonObject {

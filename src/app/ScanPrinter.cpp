@@ -1,4 +1,5 @@
 #include "app/ScanPrinter.h"
+#include "message/clsMessage.h"
 
 #include "app/Terminal.h"
 #include "core/AppInfo.h"
@@ -33,15 +34,6 @@ const char* colourCode(int32_t colour) {
 Table makeTable(ScanPrinter::Form form) {
     if (form == ScanPrinter::Form::Table) return Table(ScanPrinter::Columns(), TableWidth());
     return Table(ScanPrinter::Columns());
-}
-
-std::string colourText(int32_t colour) {
-    static const char hex[] = "0123456789ABCDEF";
-    std::string text = "#";
-    // Stored with red in the low byte; written as the usual #RRGGBB.
-    for (int shift : {0, 4, 12, 8, 20, 16})
-        text += hex[(static_cast<uint32_t>(colour) >> shift) & 0xF];
-    return text;
 }
 
 } // namespace
@@ -85,7 +77,7 @@ void ScanPrinter::AddListLine(const ListLine& line) {
                                 .integer("account", static_cast<long long>(Val(line.Accnt)))
                                 .integer("msg", static_cast<long long>(Val(line.Msg)))
                                 .integer("msgNum", static_cast<long long>(Val(line.MsgNum)))
-                                .raw("colour", JsonQuote(colourText(line.Colour)))
+                                .raw("colour", JsonQuote(RgbText(line.Colour)))
                                 .str());
         return;
     }
@@ -116,6 +108,25 @@ void ScanPrinter::AddListLine(const ListLine& line) {
     const char* code = colour_ ? colourCode(line.Colour) : "";
     out_ << code << table_.row(cells) << (*code ? "\x1b[0m" : "") << "\n";
     out_.flush();
+}
+
+void ScanPrinter::MessageStored(const std::string& path, const clsMessage& message) {
+    if (form_ == Form::Json) {
+        notices_.push_back(
+            JsonObject()
+                .raw("kind", "\"saved\"")
+                .text("from", message.From, headerCharset(message.Headers, "From"))
+                .text("subject", message.Subject, headerCharset(message.Headers, "Subject"))
+                .text("path", path)
+                .str());
+        return;
+    }
+    ListLine saved;
+    saved.kind = ListLine::Kind::Notice;
+    saved.Status =
+        "Saved: " + terminalLine(message.From, headerCharset(message.Headers, "From")) + " - " +
+        terminalLine(message.Subject, headerCharset(message.Headers, "Subject")) + " -> " + path;
+    AddListLine(saved);
 }
 
 void ScanPrinter::SetStatusPanel(int panel, const std::string& text) {

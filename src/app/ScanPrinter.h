@@ -30,6 +30,8 @@ public:
     void SetStatusPanel(int panel, const std::string& text) override;
     void SetStatusPicture(PanelPicture picture) override;
     bool ShowSettingsDialog() override;
+    // A fetch lists no line for what it stored: one notice each says where it went.
+    void MessageStored(const std::string& path, const clsMessage& message) override;
 
     // Server errors, time-outs and lost connections seen so far.
     int problems() const { return problems_; }

@@ -70,7 +70,7 @@ public:
                              .text("received", m.ReceiveDate)
                              .text("sent", m.SendDate)
                              .number("size", static_cast<double>(m.Size))
-                             .raw("colour", JsonQuote(colour))
+                             .raw("colour", JsonQuote(RgbText(m.Colour)))
                              .text("file", m.Filename())
                              .str();
             return;
@@ -164,7 +164,7 @@ const CommandRegistration registration({
     "The table fits the terminal's width; --tabs writes only the rows, every field\n"
     "whole and separated by a tab, and the count to standard error. --json writes\n"
     "one object: \"folder\", \"messages\" (a list of {\"state\", \"from\", \"to\",\n"
-    "\"subject\", \"received\", \"sent\", \"size\" (KB), \"colour\" (RRGGBB), \"file\"}),\n"
+    "\"subject\", \"received\", \"sent\", \"size\" (KB), \"colour\" (\"#RRGGBB\"), \"file\"}),\n"
     "\"total\", \"unread\" and \"unreadOnly\". A folder that does not exist gives exit\n"
     "status 2.",
     run,

@@ -49,17 +49,14 @@ void printRecordedFailures() {
 }
 
 int run(CommandArgs& args) {
-    std::optional<std::string> text = args.option("--send");
+    constexpr const char* usage = "corva ssl2-test HOST PORT [--send TEXT] [--wait SECONDS]";
+    std::optional<std::string> text = args.option("--send", "a text");
     int waitSeconds = 10;
-    if (auto wait = args.option("--wait")) waitSeconds = std::atoi(wait->c_str());
-    if (!args.unknownOptions().empty()) {
-        std::cerr << "corva ssl2-test: unknown option " << args.unknownOptions().front() << "\n";
-        return 2;
-    }
-    if (args.rest().size() != 2 || std::atoi(args.rest()[1].c_str()) <= 0) {
-        std::cerr << "Usage: corva ssl2-test HOST PORT [--send TEXT] [--wait SECONDS]\n";
-        return 2;
-    }
+    if (auto wait = args.option("--wait", "a number of seconds"))
+        waitSeconds = std::atoi(wait->c_str());
+    if (auto status = args.refused(usage, 2, 2)) return *status;
+    if (std::atoi(args.rest()[1].c_str()) <= 0)
+        return RefuseWith("ssl2-test", "PORT is a number, not \"" + args.rest()[1] + "\"");
     const std::string host = args.rest()[0];
     const int port = std::atoi(args.rest()[1].c_str());
     auto& loop = platform::current().eventLoop();

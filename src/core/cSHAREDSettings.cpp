@@ -294,8 +294,10 @@ void cSHAREDSettings::DeleteFromSetByValue(const std::string& setName, const std
 
 bool cSHAREDSettings::ReadIDFromSet(const std::string& setName, std::string& previousId,
                                     std::string& id) const {
-    // The number follows the last underscore, so set names may hold underscores.
-    size_t underscore = previousId.rfind('_');
+    // The number is what follows the first underscore: a set whose name holds
+    // an underscore reads as Val of the rest, which is 0, and starts again from
+    // its first member. The ids have always been read so.
+    size_t underscore = previousId.find('_');
     int n = previousId.empty() || underscore == std::string::npos
                 ? 0
                 : static_cast<int>(Val(previousId.substr(underscore + 1)));

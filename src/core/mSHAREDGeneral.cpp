@@ -34,7 +34,7 @@ void removenonalphanumeric(std::string& text) {
         if ((c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == ' ')
             kept.push_back(c);
     }
-    text = cutoffnull(kept);
+    text = Trim(cutoffnull(kept));
 }
 
 std::string getquoted(std::string_view text) {
@@ -56,7 +56,7 @@ bool isequal(std::string_view a, std::string_view b, bool ignoreCase) {
 
 std::string cutoffnull(std::string_view text) {
     size_t nul = text.find('\0');
-    return Trim(nul == std::string_view::npos ? text : text.substr(0, nul));
+    return std::string(nul == std::string_view::npos ? text : text.substr(0, nul));
 }
 
 } // namespace corva

@@ -20,7 +20,8 @@ std::string getquoted(std::string_view text);
 bool containsnocase(std::string_view text, std::string_view find);
 // Trims both and compares, exactly or ignoring case.
 bool isequal(std::string_view a, std::string_view b, bool ignoreCase = true);
-// Cuts at the first NUL and trims.
+// Cuts at the first NUL and nothing more: blanks and line ends at either end
+// stay, since the HTML conversions that end in it must keep a body's layout.
 std::string cutoffnull(std::string_view text);
 
 } // namespace corva

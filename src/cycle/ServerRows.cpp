@@ -1,7 +1,6 @@
 #include "cycle/ServerRows.h"
 
 #include "core/ErrorHandler.h"
-#include "core/FileSubs.h"
 
 namespace corva {
 
@@ -38,15 +37,6 @@ void ServerRows::Add(const clsMessage& msg) {
     });
 }
 
-void ServerRows::AddStored(const clsMessage& msg) {
-    guarded("AddStored", Module, [&] {
-        Row row;
-        row.path = msg.Filename();
-        keepVerdict(row, msg);
-        rows_.push_back(std::move(row));
-    });
-}
-
 void ServerRows::Clear() {
     rows_.clear();
     rows_.shrink_to_fit();
@@ -55,20 +45,7 @@ void ServerRows::Clear() {
 
 ServerRows::Ptr ServerRows::build(const Row& row) const {
     auto msg = std::make_shared<clsMessage>();
-    if (!row.path.empty()) {
-        // As the list has always kept a retrieved message: its headers only.
-        std::string text = LoadTextFile(row.path);
-        size_t blank = text.find("\r\n\r\n");
-        if (blank != std::string::npos) text.resize(blank + 4);
-        if (!text.empty()) msg->CreateFromText(text, true);
-        msg->HeaderOnly = true;
-        msg->ReplaceRawMessage(msg->Headers);
-        msg->MessageBody.clear();
-        msg->Messagetext.clear();
-        msg->setFilename(row.path);
-    } else {
-        msg->CreateFromText(row.text, true);
-    }
+    msg->CreateFromText(row.text, true);
     msg->Subject = row.Subject;
     msg->From = row.From;
     msg->To_Email = row.To;

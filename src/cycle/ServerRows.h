@@ -1,8 +1,8 @@
 // The messages behind the scanner's list, one row per line, as the cycle
 // keeps them. A parsed message costs several times its header text, and a
 // mailbox of thousands made the list the biggest thing in memory; a row keeps
-// only the text the server sent for a scanned message (for a retrieved one,
-// the file it was stored in) and the verdict. A command that needs the
+// only the text the server sent and the verdict. A retrieved message is
+// stored, not listed, so it has no row. A command that needs the
 // message gets it parsed again from the row; Item keeps what it hands out
 // until the list is cleared, so that a command's changes stay with the row.
 #pragma once
@@ -23,9 +23,6 @@ public:
 
     // A scanned message: its text as the server sent it, and its verdict.
     void Add(const clsMessage& msg);
-    // A retrieved message, stored under msg.Filename(): its headers are read
-    // back from there.
-    void AddStored(const clsMessage& msg);
     long Count() const { return static_cast<long>(rows_.size()); }
     void Clear();
 
@@ -55,10 +52,8 @@ public:
 
 private:
     struct Row {
-        std::string text; // the server's text; empty for a stored message
-        std::string path; // the stored file
-        // What the cycle and the rule check set beside the parsed fields. From
-        // and To stand in for a stored file that has gone.
+        std::string text; // the server's text
+        // What the cycle and the rule check set beside the parsed fields.
         std::string Subject, From, To, FilterReason, DestFolder, ReceiveDate;
         float Bayes = 0;
         float Size = 0;

@@ -242,6 +242,12 @@ void frmMain::applyWindowGeometry() {
         return;
     }
     LogAction("Restoring main screen");
+    // Until a size is stored the window keeps the first size it chose, which
+    // shows all nine columns; 7668 twips, about 510 pixels, shows four.
+    int at = 0;
+    if (Settings().SettingPresent("MainWidth", at) <= 0 &&
+        Settings().SettingPresent("MainHeight", at) <= 0)
+        return;
     int width = sget("MainWidth", 7668).toInt();
     int height = sget("MainHeight", 7300).toInt();
     int screenWidth = view_->ScreenWidth();
@@ -314,20 +320,14 @@ bool frmMain::exitprog() {
         view_->HideWindow();
         DoEvents();
         LogAction("Unloading forms");
+        unloadForms();
         TimerAutoScan_->setEnabled(false);
         TimerIconFlash_->setEnabled(false);
         if (fGetMail_) fGetMail_->setRuleChecks(nullptr, nullptr);
         if (fMailer_) fMailer_->setLocalFilters(nullptr);
-        if (localFilters_) {
-            LogAction("Unloading local filters");
-            localFilters_.reset();
-        }
-        if (serverFilters_) {
-            LogAction("Unloading server filters");
-            serverFilters_.reset();
-        }
+        localFilters_.reset();
+        serverFilters_.reset();
         if (fSendMail_) {
-            LogAction("Unloading Sendmail");
             fSendMail_->setListener(nullptr);
             fSendMail_.reset();
         }
@@ -343,9 +343,27 @@ bool frmMain::exitprog() {
     return quit;
 }
 
+void frmMain::unloadForms() {
+    const std::vector<std::string> forms = view_->OpenForms();
+    // From the last down to the second; the first is this window, which goes last of all.
+    for (size_t i = forms.size(); i-- > 1;) {
+        LogAction("Unloading " + forms[i]);
+        if (!view_->UnloadForm(i)) {
+            // A window inside a modal loop of its own can't go now; the rest
+            // stay too, and shutdown goes on without them.
+            LogAction("Error 365 - unable to unload within this context - when exiting form. "
+                      "Resuming.");
+            return;
+        }
+    }
+}
+
 bool frmMain::QueryUnload(bool fromCloseBox) {
     if (!fromCloseBox) return false;
-    // Closing the window is never quitting.
+    // Without a notification area a hidden window could never be shown again:
+    // closing it quits, unless the user chooses to stay.
+    if (!view_->TrayAvailable()) return !exitprog();
+    // Closing the window is not quitting while the tray icon stays.
     sset("MainWindowState", view_->CurrentWindowState());
     view_->HideWindow();
     DoEvents();
@@ -394,6 +412,8 @@ bool frmMain::checkmail(const CycleRequest& request) {
         ServerMessages_.Clear();
         MessagesSeen_ = 0;
         MessagesKept_ = 0;
+        freshListed_ = 0;
+        savedAtCycleStart_ = MessagesSaved_;
         setuplistview();
         checknextaccount();
     });
@@ -446,6 +466,7 @@ void frmMain::endcycle(bool complete) {
     state_ = CycleState::Ending;
     const bool counted = request_.specific == 0;
     stopicontimer();
+    if (counted) notifyNewMail();
     // The long way starts the timer further on, and not at all while no
     // account is set up: there is nothing to scan yet.
     if (!complete) startmailtimer();
@@ -464,9 +485,33 @@ void frmMain::endcycle(bool complete) {
         return;
     }
     const std::string chime = AppPath() + "ClockChime.wav";
-    if (NewMailArrived_ && AudioOn_ && FileExists(chime)) platform::current().sound().play(chime);
+    platform::Sound& sound = platform::current().sound();
+    if (NewMailArrived_ && AudioOn_ && sound.canPlay(chime)) sound.play(chime);
     startmailtimer();
     notifyfinishedgettingmail("Process complete");
+}
+
+void frmMain::notifyNewMail() {
+    guarded("notifyNewMail", Module, [&] {
+        const long stored = MessagesSaved_ - savedAtCycleStart_;
+        if ((stored <= 0 && freshListed_ <= 0) || !sget("NotifyNewMail", true).toBool()) return;
+        std::string text;
+        if (stored > 0) text = Str(stored) + " new message(s) downloaded";
+        if (freshListed_ > 0) {
+            if (!text.empty()) text += "\n";
+            text += Str(freshListed_) + " new message(s) on the server";
+        }
+        view_->NotifyNewMail(AppTitle() + " - New mail", text);
+    });
+}
+
+std::string frmMain::listedKey(const clsMessage& msg) {
+    // The same message lies on the server scan after scan; only one not listed
+    // before is news. Without a Message-ID, what the line shows stands for it.
+    std::string key = Str(msg.FromAccount) + '\x1f';
+    if (!msg.MessageID.empty()) return key + msg.MessageID;
+    return key + msg.From + '\x1f' + msg.Subject + '\x1f' + msg.SendDate + '\x1f' +
+           Str(static_cast<long long>(msg.Size));
 }
 
 void frmMain::cancelcheck() {
@@ -510,7 +555,14 @@ void frmMain::showsettings() {
     if (view_->ShowSettingsDialog()) {
         view_->SetupToolbar();
         readsettings();
-        if (scanOnStartSet())
+        // The dialog may have moved the filter folder or changed the size limit.
+        guarded("showsettings", Module, [&] {
+            if (serverFilters_) serverFilters_->ReloadFilters(false);
+            if (localFilters_) localFilters_->ReloadFilters(true);
+        });
+        // Compared with 1: a ticked box saved as a truth value doesn't start a
+        // scan here, only the timer.
+        if (optionIsOne("ScanOnStart"))
             checkmail({});
         else
             startmailtimer();
@@ -660,13 +712,9 @@ void frmMain::MessageReceived(clsMessage& msg) {
             addnoticetolist("Could not save \"" + msg.Subject + "\"; it stays on the server.");
             return;
         }
-        if (msg.Deleted && DeleteMode()) {
-            countAndShow(msg, 0);
-            return;
-        }
-        // The list keeps where it was stored: a cycle may retrieve far more than fits in memory.
-        ServerMessages_.AddStored(msg);
-        showKeptRow(msg);
+        // Stored, not listed: a retrieved message is no line of the scanner's
+        // list, counts as neither seen nor kept, and makes no new mail by
+        // being listed. The store's tags and the tray say what arrived.
     });
 }
 
@@ -774,7 +822,10 @@ void frmMain::AddMessageToList(clsMessage& msg, long item) {
     line.kind = ListLine::Kind::Message;
     line.Status = verdictWord(msg);
     if (msg.Ignored && !msg.Deleted) msg.Subject = "N/A";
-    if (line.Status == "SPAM?" || line.Status == "PASS") NewMailArrived_ = true;
+    if (line.Status == "SPAM?" || line.Status == "PASS") {
+        NewMailArrived_ = true;
+        if (listedBefore_.insert(listedKey(msg)).second) ++freshListed_;
+    }
     line.Size = Str(static_cast<long long>(std::nearbyint(msg.Size))) + "kb";
     line.From = msg.From;
     line.Subject = msg.Subject;
@@ -879,6 +930,7 @@ bool frmMain::saveRetrievedMessage(clsMessage& msg) {
     if (!retrieveStore_.write(path, msg.RawMessage(), deleting)) return false;
     LogAction(path + " saved");
     ++MessagesSaved_;
+    view_->MessageStored(path, msg);
 
     if (view_->MailerLoaded()) {
         bool inOpenFolder = AddNewMessage(path, destination, msg);

@@ -19,6 +19,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <unordered_set>
 
 namespace corva {
 
@@ -260,6 +261,8 @@ private:
     void SendingFinished() override;
 
     void startProgramSteps(const StartOptions& options);
+    // Step 14 of shutdown: the open windows, from the last down to the second.
+    void unloadForms();
     void runFirstRun();
     void applyWindowGeometry();
     void showProgramInTray();
@@ -284,6 +287,9 @@ private:
     // Brings the tags of the folders that took messages since the last call up
     // to date: Unread.tag counts them, LastMsg.tag knows the newest.
     void flushUnreadTags();
+    // A desktop notification of what this cycle brought, unless NotifyNewMail is off.
+    void notifyNewMail();
+    static std::string listedKey(const clsMessage& msg);
     void swaptrayicon();
     void LocalChangetrayicon(TrayPicture picture);
     std::string firstAccountTitle(bool& found) const;
@@ -345,6 +351,11 @@ private:
     std::map<std::string, int> pendingUnread_;
     std::map<std::string, std::string> pendingNewest_; // folder -> newest ReceiveDate
     long cyclesFinished_ = 0;
+    // For the new-mail notification: every message a line has shown as PASS or
+    // SPAM? since the program started, and what this cycle added.
+    std::unordered_set<std::string> listedBefore_;
+    int freshListed_ = 0;
+    long savedAtCycleStart_ = 0;
     // The message folder fell back to the program folder for the rest of the run.
     bool messageFolderFellBack_ = false;
 };

@@ -5,6 +5,7 @@
 // default, so a view overrides only what it shows.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -118,12 +119,38 @@ public:
     }
     virtual void RemoveTrayIcon() {}
 
+    // A retrieved message was written to the store at path. It is no list
+    // line; this is how a view that wants to can tell what arrived.
+    virtual void MessageStored(const std::string& path, const clsMessage& message) {
+        (void)path;
+        (void)message;
+    }
+
     // The message asked for on its own (read, view source, download) has arrived.
     virtual void SpecificMessageArrived(clsMessage& message) { (void)message; }
 
     // ---- Dialogs ----
     // The settings dialog; true when it was confirmed.
     virtual bool ShowSettingsDialog() { return false; }
+
+    // ---- The desktop around the window ----
+    // False when the desktop shows no notification area: closing the window
+    // then quits, or the program would run on with no way back to it.
+    virtual bool TrayAvailable() const { return true; }
+    // A desktop notification of new mail, through the tray icon.
+    virtual void NotifyNewMail(const std::string& title, const std::string& text) {
+        (void)title;
+        (void)text;
+    }
+    // The open windows by caption, in the order they were opened; the first is
+    // this window itself. Shutdown unloads them from the last down to the second.
+    virtual std::vector<std::string> OpenForms() const { return {}; }
+    // Unloads the window at that position; false when it refuses, as a window
+    // that runs a modal loop of its own must.
+    virtual bool UnloadForm(size_t index) {
+        (void)index;
+        return true;
+    }
 
     // ---- The mailer window, when there is one ----
     virtual bool MailerLoaded() const { return false; }

@@ -58,6 +58,7 @@ void frmSettings::Load() {
     g.DisableReadOnServer = sget("DisableReadOnServer", false).toBool();
     g.AutoUpdateCheck = !sget("DisableAutoUpdateCheck", false).toBool();
     g.ShowScannerFirst = sget("ShowScannerFirst", true).toBool();
+    g.NotifyNewMail = sget("NotifyNewMail", true).toBool();
     g.MaxMailSize = numberField("MaxMailSize", "0");
     g.MailTimeout = numberField("MailTimeout", "30");
     g.Age0 = numberField("Age0", "30");
@@ -184,6 +185,11 @@ bool frmSettings::cmdOK(GlobalFields& g, const AccountFields& shown) {
     sset("Age2", Val(g.Age2));
     sset("MailTimeout", static_cast<int>(Val(g.MailTimeout)));
     sset("DisableAutoUpdateCheck", !g.AutoUpdateCheck);
+    // Kept out of Corva.ini until it is turned off, so that the file of an
+    // installation that never changed it stays as it was.
+    int at = 0;
+    if (!g.NotifyNewMail || Settings().SettingPresent("NotifyNewMail", at) > 0)
+        sset("NotifyNewMail", g.NotifyNewMail);
     sset("FontSize", Val(g.FontSize));
     if (!Trim(g.MsgFontSize).empty()) sset("MsgFontSize", Val(g.MsgFontSize));
 
@@ -241,6 +247,11 @@ void frmAccountWizard::Finish(const WizardFields& f) {
     sset(first.key("REPLYADDRESS"), Trim(f.EmailAddress));
     sset(first.key("DISPLAYNAME"), Trim(f.UserName));
     savesettings();
+}
+
+std::string frmAccountWizard::ProposedTitle(const WizardFields& f) {
+    const std::string server = Trim(f.InboundServer);
+    return Trim(server.substr(0, server.find(':')));
 }
 
 bool frmAccountWizard::ConfirmCancel() {

@@ -46,6 +46,8 @@ struct GlobalFields {
     bool DisableReadOnServer = false;
     bool AutoUpdateCheck = true; // the opposite of DisableAutoUpdateCheck
     bool ShowScannerFirst = true;
+    // A desktop notification when new mail arrives (key NotifyNewMail).
+    bool NotifyNewMail = true;
     std::string MaxMailSize = "0";
     std::string MailTimeout = "30";
     std::string Age0 = "30";
@@ -108,6 +110,8 @@ public:
     static void Finish(const WizardFields& fields);
     // Cancel: asks first; true when the wizard ends without settings.
     static bool ConfirmCancel();
+    // The title the last page offers: the incoming server's name, without a port.
+    static std::string ProposedTitle(const WizardFields& fields);
 };
 
 } // namespace corva

@@ -1,5 +1,7 @@
 #include "cycle/modScannerCommands.h"
 
+#include "bayes/frmBayesFilter.h"
+#include "bayes/modMailSubs.h"
 #include "core/Account.h"
 #include "core/FileSubs.h"
 #include "core/Globals.h"
@@ -8,6 +10,7 @@
 #include "core/modSubs.h"
 #include "cycle/frmMain.h"
 #include "message/clsMessage.h"
+#include "message/clsMessages.h"
 #include "platform/Platform.h"
 #include "smtp/frmSendMailWrapper.h"
 #include "store/modMessageFiles.h"
@@ -54,6 +57,13 @@ bool RunScannerCommand(frmMain& main, const std::string& key) {
         main.downloadmail(false);
     } else if (key == "settings") {
         main.showsettings();
+    } else if (key == "reinforce") {
+        // The list is being rebuilt while a cycle checks; what it shows is no basis.
+        if (main.Checking()) return true;
+        std::vector<std::shared_ptr<clsMessage>> lines;
+        for (long i = 1; i <= main.ServerMessages().Count(); ++i)
+            lines.push_back(main.ServerMessages().Item(i));
+        ReinforceUsingVisible(main.BayesFilter(), lines, [&main] { main.rescanCachedmail(); });
     } else {
         return false;
     }
@@ -106,6 +116,7 @@ std::string WriteSourceFile(const clsMessage& message) {
 }
 
 int BounceLines(frmMain& main, const std::vector<ListLine>& lines) {
+    if (main.Checking()) return 0;
     int bounced = 0;
     for (const ListLine& line : lines) {
         auto msg = MessageOfLine(main, line);
@@ -130,6 +141,41 @@ int BounceLines(frmMain& main, const std::vector<ListLine>& lines) {
              "messages before you do another 'send/receive mail'",
              platform::Icon::Information);
     return bounced;
+}
+
+bool MarkLines(frmMain& main, const std::vector<ListLine>& lines, bool asJunk) {
+    if (main.Checking()) return false;
+    clsMessages chosen;
+    for (const ListLine& line : lines)
+        if (auto msg = MessageOfLine(main, line)) chosen.Add(msg);
+    if (chosen.Count() == 0) return false;
+    main.BayesFilter().MarkMessagesJunkOrNot(chosen, asJunk);
+    main.rescanCachedmail();
+    return true;
+}
+
+namespace {
+
+bool fetchesMessage(const std::string& entry) {
+    return entry == "Read Message" || entry == "View this message as source code" ||
+           entry == "Download selected message to inbox";
+}
+
+} // namespace
+
+bool LineCommandEnabled(const frmMain& main, const std::string& entry) {
+    if (entry == "Dismiss Menu") return true;
+    if (main.Checking()) return false;
+    if (entry == "Read Message" || entry == "View this message as source code")
+        return !sget("DisableReadOnServer", false).toBool();
+    return true;
+}
+
+bool LineCommandRefused(frmMain& main, const std::string& entry) {
+    if (LineCommandEnabled(main, entry)) return false;
+    if (main.Checking() && fetchesMessage(entry))
+        main.View().SetStatusPanel(1, "BUSY: Cannot open message");
+    return true;
 }
 
 const std::vector<std::string>& RightClickEntries() {

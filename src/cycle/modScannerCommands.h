@@ -16,9 +16,10 @@ class frmMain;
 struct ListLine;
 
 // A toolbar or drop-down command by its key ("scan", "delete", "upanddown",
-// "sendrcvdel", "updownwithclear", "stop", "upload", "download", "settings");
-// false when the key is none of these. Those that start a transfer cancel the
-// running one instead.
+// "sendrcvdel", "updownwithclear", "stop", "upload", "download", "settings",
+// "reinforce"); false when the key is none of these. Those that start a
+// transfer cancel the running one instead; "reinforce" is refused while a
+// cycle is checking.
 bool RunScannerCommand(frmMain& main, const std::string& key);
 
 // The message a list line shows; null for a server or notice line.
@@ -40,8 +41,22 @@ std::string SaveDownloadedMessage(const clsMessage& message);
 std::string WriteSourceFile(const clsMessage& message);
 
 // Spools a failure notice for each message line, saying when a sender can't
-// be told, and at the end that they were bounced. The number spooled.
+// be told, and at the end that they were bounced. The number spooled; nothing
+// while a cycle is checking.
 int BounceLines(frmMain& main, const std::vector<ListLine>& lines);
+
+// Marks the lines' messages as junk or good (the classifier asks first), then
+// checks the list again so that the colours show what was learnt. Refused
+// while a cycle is checking; false then.
+bool MarkLines(frmMain& main, const std::vector<ListLine>& lines, bool asJunk);
+
+// Whether a right-click entry may run now: while a cycle is checking none but
+// "Dismiss Menu" may, and with DisableReadOnServer neither "Read Message" nor
+// "View this message as source code". The menu greys out what may not.
+bool LineCommandEnabled(const frmMain& main, const std::string& entry);
+// True when the entry may not run now; a fetching one then says "BUSY: Cannot
+// open message".
+bool LineCommandRefused(frmMain& main, const std::string& entry);
 
 // The entries of the right-click menu, in order, as captions before tailoring.
 const std::vector<std::string>& RightClickEntries();

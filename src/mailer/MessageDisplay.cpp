@@ -188,9 +188,9 @@ std::string displayBodyText(const clsMessage& message) {
     });
 }
 
-PreviewContent buildPreview(const clsMessage& m,
-                            const std::function<bool(const std::string&)>& fits) {
-    PreviewContent c;
+std::vector<std::string> headerStrip(const clsMessage& m,
+                                     const std::function<bool(const std::string&)>& fits) {
+    std::vector<std::string> lines;
     guarded("displaymailheader", Module, [&] {
         bool noFrom = m.From.empty();
         std::string from = noFrom ? m.ReturnPath : m.From;
@@ -206,8 +206,17 @@ PreviewContent buildPreview(const clsMessage& m,
             full = line([&](const std::string& v, const char*) {
                 return platform::displayText(extractemail(v));
             });
-        c.headerLines.push_back(full);
-        c.headerLines.push_back("Subject: " + decodedField(m, m.Subject, "Subject"));
+        lines.push_back(full);
+        lines.push_back("Subject: " + decodedField(m, m.Subject, "Subject"));
+    });
+    return lines;
+}
+
+PreviewContent buildPreview(const clsMessage& m,
+                            const std::function<bool(const std::string&)>& fits) {
+    PreviewContent c;
+    guarded("displaymailheader", Module, [&] {
+        c.headerLines = headerStrip(m, fits);
 
         // Character code 1 written as an entity is how forged pages hid text;
         // large messages are left out to save time.
@@ -323,6 +332,17 @@ void MessageDisplay::displaymailheader() {
     guarded("displaymailheader", Module, [&] {
         view_.showHeader(content_.headerLines, content_.warningLine);
         view_.setButtonVisible("warning", !content_.warningLine.empty());
+    });
+}
+
+void MessageDisplay::refitHeader() {
+    guarded("refitHeader", Module, [&] {
+        if (!message_) return;
+        std::vector<std::string> lines = headerStrip(
+            *message_, [this](const std::string& line) { return view_.headerLineFits(line); });
+        if (lines == content_.headerLines) return;
+        content_.headerLines = lines;
+        view_.showHeader(content_.headerLines, content_.warningLine);
     });
 }
 

@@ -65,6 +65,11 @@ std::string displayBodyText(const clsMessage& message);
 // the HTML part's, else the message's own; "" when none is named.
 std::string bodyCharset(const clsMessage& message);
 
+// The strip's lines: From, To and Cc (bare addresses when the full line
+// doesn't fit), then Subject.
+std::vector<std::string> headerStrip(const clsMessage& message,
+                                     const std::function<bool(const std::string&)>& fits = {});
+
 // The whole preview of a message; fits tells whether a header line fits.
 PreviewContent buildPreview(const clsMessage& message,
                             const std::function<bool(const std::string&)>& fits = {});
@@ -91,6 +96,8 @@ public:
 
     void displaymailheader();
     void displaymailbody();
+    // Shows the strip again after its width changed.
+    void refitHeader();
     void showchar1warning();
     // A click at a byte offset of the shown text.
     void txtMessage_MouseUp(size_t position);

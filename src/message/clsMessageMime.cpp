@@ -218,9 +218,10 @@ void clsMessage::decodePart(const std::string& text, int depth) {
 
 void clsMessage::decodeMultipart(const std::string& body, const std::string& boundary, int depth) {
     guarded("DecodeMultipartBody", Module, [&] {
-        // Without a boundary every "--" would count as a delimiter; such a
-        // multipart adds no parts and the display falls back to MessageBody.
-        if (boundary.empty()) return;
+        // A boundary that reads as empty ("boundary= \"x\"", or "BOUNDARY=",
+        // which the exact search misses) makes every "--" a delimiter. The walk
+        // makes no exception for it: such a message is split at its dashes,
+        // and so shows its parts rather than raw MIME or nothing.
         const std::string delimiter = "--" + boundary;
         size_t p = body.find(delimiter);
         while (p != std::string::npos) {

@@ -102,6 +102,9 @@ std::string bytearraytostring(const std::vector<unsigned char>& bytes, bool keep
 std::string vbDecodeMime64(const std::string& input) {
     return guardedValue("vbDecodeMime64", Module, input, [&]() -> std::string {
         std::string text = ts::replaceAll(input, "\r\n", "");
+        // cDecode64 is handed the highest index, one less than the length, and
+        // reads through that index: every byte of the text is decoded, so no
+        // attachment loses its last byte. The pair stays as it is.
         long highest = static_cast<long>(text.size()) - 1;
         if (highest <= 0) return text;
         size_t bufferSize = static_cast<size_t>(std::nearbyint(highest / 4.0 * 3 + 2)) + 1;

@@ -151,16 +151,25 @@ void striphtml(std::string& text) {
         }
         // Style sheets go whole, whatever the case of their tags; an unclosed
         // one is left for the tag strip, which removes only the tag itself.
+        // After a removal the next search starts one past where the removed
+        // "</style>" stood, counted in the shortened text: a second block that
+        // follows closely is skipped and only loses its tags. Bodies were
+        // judged with this search, so it stays. The kept text plus the rest
+        // from `from` is the shortened text, so each search is a plain find.
         if (ts::containsNoCase(text, "<style>")) {
             std::string kept;
             size_t from = 0;
-            for (;;) {
-                size_t open = ts::findNoCase(text, "<style>", from);
+            size_t search = 0; // where the next search starts, in the original text
+            while (search <= text.size()) {
+                size_t open = ts::findNoCase(text, "<style>", search);
                 if (open == std::string::npos) break;
                 size_t close = ts::findNoCase(text, "</style>", open + 7);
                 if (close == std::string::npos) break;
                 kept.append(text, from, open - from);
                 from = close + 8;
+                // One past the end tag's place before the cut, which now lies
+                // (close - open) characters further into what is left.
+                search = from + (close - open) + 1;
             }
             kept.append(text, from);
             text = std::move(kept);

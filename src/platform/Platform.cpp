@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cctype>
 #include <ctime>
+#include <filesystem>
 #include <thread>
 
 namespace corva::platform {
@@ -134,6 +135,7 @@ public:
 };
 class SilentSound : public Sound {
 public:
+    bool canPlay(const std::string&) override { return false; }
     void play(const std::string&) override {}
 };
 class SilentSpeech : public Speech {
@@ -144,6 +146,11 @@ public:
 Platform* g_current = nullptr;
 
 } // namespace
+
+bool Sound::canPlay(const std::string& file) {
+    std::error_code ec;
+    return std::filesystem::is_regular_file(file, ec);
+}
 
 struct Platform::Defaults {
     PlainEventLoop loop;

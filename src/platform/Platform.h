@@ -154,6 +154,8 @@ public:
 class Sound {
 public:
     virtual ~Sound() = default;
+    // Whether play would make a sound of this file; by default, whether it exists.
+    virtual bool canPlay(const std::string& file);
     virtual void play(const std::string& file) = 0;
 };
 

@@ -120,7 +120,9 @@ std::string FolderIniText(std::string* list) {
             } else {
                 pairs += names[names.size() - 2] + "\r\n" + names[names.size() - 3] + "\r\n";
             }
-            if (list) *list += path + "\r\n";
+            // Backslashes, as every copy of the file has always held them;
+            // FillMailFolders reads either.
+            if (list) *list += Replace(path, "/", "\\") + "\r\n";
         }
         return pairs;
     });

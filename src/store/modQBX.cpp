@@ -101,10 +101,11 @@ void SplitEmails(const std::string& path, clsMessages& collection) {
             size_t p = InStr(text, "\r\n\r\n", pos);
             if (p > 0) {
                 // p counts from the file's start, so the piece runs past this
-                // message's header; only the header is parsed. The blank line
-                // itself is kept, or the first message would have no header end.
+                // message's header; only the header is parsed. For the first
+                // message the piece stops on the blank line's first CR, so its
+                // header isn't read: it keeps its place in the index, unread.
                 auto m = std::make_shared<clsMessage>();
-                m->CreateFromText(Mid(text, pos, p + 3), true);
+                m->CreateFromText(Mid(text, pos, p), true);
                 m->QBXFileLoc = static_cast<long>(pos);
                 m->InQBXFile = true;
                 collection.Add(m);

@@ -72,6 +72,10 @@ AccountWizardDialog::AccountWizardDialog(QWidget* parent) : QWizard(parent) {
     addPage(makePage(QStringLiteral("Title"),
                      QStringLiteral("A short title for this account, shown in every list."),
                      {{"Title", QStringLiteral("Title:")}}));
+    connect(this, &QWizard::currentIdChanged, this, [this](int id) {
+        if (id == frmAccountWizard::PageCount - 1 && field("Title")->text().isEmpty())
+            field("Title")->setText(toDisplay(frmAccountWizard::ProposedTitle(fields())));
+    });
 }
 
 QLineEdit* AccountWizardDialog::field(const QString& name) const {

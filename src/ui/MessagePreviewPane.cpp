@@ -49,6 +49,8 @@ MessagePreviewPane::MessagePreviewPane(QWidget* parent) : QWidget(parent) {
         auto* label = new QLabel(strip_);
         label->setTextFormat(Qt::PlainText);
         label->setTextInteractionFlags(Qt::TextSelectableByMouse);
+        // A long line must not widen the window; the logic shortens it instead.
+        label->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
         if (i == 1) {
             QFont bold = label->font();
             bold.setBold(true);
@@ -60,6 +62,7 @@ MessagePreviewPane::MessagePreviewPane(QWidget* parent) : QWidget(parent) {
     warning_ = new QLabel(strip_);
     warning_->setTextFormat(Qt::PlainText);
     warning_->setStyleSheet(QStringLiteral("color: red;"));
+    warning_->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
     warning_->hide();
     stripLayout->addWidget(warning_);
     topLayout->addWidget(strip_, 1);
@@ -224,6 +227,11 @@ void MessagePreviewPane::openReader(const std::string& path) {
 
 AttachAnswer MessagePreviewPane::showAttachWarning(const AttachWarningForm& form) {
     return AttachWarningDialog::ask(form, this);
+}
+
+void MessagePreviewPane::resizeEvent(QResizeEvent* event) {
+    QWidget::resizeEvent(event);
+    if (display_) display_->refitHeader();
 }
 
 bool MessagePreviewPane::eventFilter(QObject* watched, QEvent* event) {

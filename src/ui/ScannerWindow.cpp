@@ -53,6 +53,9 @@ namespace {
 // Twips are 1/1440 inch; the window works in pixels at 96 per inch.
 constexpr double kTwipsPerPixel = 15.0;
 
+// The list's nine columns, in pixels.
+constexpr std::array<int, 9> kColumnWidths = {70, 60, 200, 260, 120, 160, 50, 50, 60};
+
 bool darkPalette() {
     return QApplication::palette().color(QPalette::Window).lightness() < 128;
 }
@@ -152,7 +155,20 @@ ScannerWindow::ScannerWindow() {
     key(Qt::CTRL | Qt::Key_F5, frmMain::Key::F5, true);
     auto* toMailer = new QShortcut(Qt::CTRL | Qt::Key_Space, this);
     connect(toMailer, &QShortcut::activated, this, [this] { openMailer(); });
-    resize(860, 560);
+    auto* quitKey = new QShortcut(QKeySequence(Qt::CTRL | Qt::Key_Q), this);
+    connect(quitKey, &QShortcut::activated, this, [this] { quit(); });
+    QScreen* screen = QGuiApplication::primaryScreen();
+    resize(firstWindowSize(screen ? screen->availableGeometry().size() : QSize()));
+}
+
+QSize ScannerWindow::firstWindowSize(const QSize& available) {
+    // Wide enough for all nine columns and the scroll bar, where the screen
+    // allows it; the stored default of 7668 twips showed four of them.
+    int columns = 0;
+    for (int w : kColumnWidths) columns += w;
+    QSize wanted(columns + 40, 640);
+    if (!available.isValid() || available.isEmpty()) return wanted;
+    return wanted.boundedTo(available * 0.95);
 }
 
 ScannerWindow::~ScannerWindow() = default;
@@ -281,21 +297,21 @@ QAction* ScannerWindow::toolbarAction(const QString& key) const {
 }
 
 void ScannerWindow::act(const QString& key) {
-    if (!main_ || RunScannerCommand(*main_, key.toStdString())) return;
-    if (key == "reinforce") {
-        std::vector<std::shared_ptr<clsMessage>> lines;
-        for (long i = 1; i <= main_->ServerMessages().Count(); ++i)
-            lines.push_back(main_->ServerMessages().Item(i));
-        ReinforceUsingVisible(main_->BayesFilter(), lines, [this] { main_->rescanCachedmail(); });
-    } else if (key == "log") {
+    if (!main_ || RunScannerCommand(*main_, key.toStdString())) {
+        // A rescan may have rebuilt the list: show it now, not at the next batch.
+        flushPending();
+        return;
+    }
+    if (key == "log") {
         auto* viewer = new LogViewer(this);
         viewer->setAttribute(Qt::WA_DeleteOnClose);
         viewer->show();
     } else if (key == "mailer") {
         openMailer();
     } else if (key == "close") {
-        // As the close box: the state is kept and the window hides.
-        main_->QueryUnload(true);
+        // As the close box: the state is kept and the window hides, or with
+        // no tray to come back from, the program ends.
+        if (!main_->QueryUnload(true) && main_->shutDown()) qApp->quit();
     } else if (key == "quit") {
         quit();
     }
@@ -303,6 +319,47 @@ void ScannerWindow::act(const QString& key) {
 
 void ScannerWindow::quit() {
     if (main_ && main_->exitprog()) qApp->quit();
+}
+
+bool ScannerWindow::TrayAvailable() const {
+    return trayAvailable_.value_or(QSystemTrayIcon::isSystemTrayAvailable());
+}
+
+void ScannerWindow::NotifyNewMail(const std::string& title, const std::string& text) {
+    // Through the tray icon, which reaches the desktop's notification service;
+    // not over the window the user is looking at.
+    if (!tray_ || !tray_->isVisible() || isActiveWindow()) return;
+    tray_->showMessage(toDisplay(title), toDisplay(text), trayIcon(TrayPicture::GotMail), 8000);
+}
+
+std::vector<QWidget*> ScannerWindow::openForms() const {
+    std::vector<QWidget*> forms{const_cast<ScannerWindow*>(this)};
+    for (QWidget* w : QApplication::topLevelWidgets()) {
+        // Forms have captions; menus, tips and the tray's own helpers don't.
+        if (w == this || (w->windowType() != Qt::Window && w->windowType() != Qt::Dialog) ||
+            w->windowTitle().isEmpty())
+            continue;
+        forms.push_back(w);
+    }
+    return forms;
+}
+
+std::vector<std::string> ScannerWindow::OpenForms() const {
+    std::vector<std::string> captions;
+    for (QWidget* w : openForms()) captions.push_back(fromDisplay(w->windowTitle()));
+    return captions;
+}
+
+bool ScannerWindow::UnloadForm(size_t index) {
+    std::vector<QWidget*> forms = openForms();
+    if (index == 0 || index >= forms.size()) return true;
+    QWidget* form = forms[index];
+    // A hidden form (the mailer once step 12 unloaded it) has nothing left to
+    // show; one that is shown closes, unless it runs a modal loop of its own
+    // or refuses.
+    if (!form->isVisible()) return true;
+    if (QApplication::activeModalWidget() == form) return false;
+    return form->close();
 }
 
 // ---- frmMainView ----
@@ -329,9 +386,8 @@ void ScannerWindow::RunAccountWizard() {
 
 void ScannerWindow::SetupListColumns(const std::vector<std::string>& captions) {
     model_->setCaptions(captions);
-    const int widths[] = {70, 60, 200, 260, 120, 160, 50, 50, 60};
-    for (int i = 0; i < static_cast<int>(captions.size()) && i < 9; ++i)
-        list_->setColumnWidth(i, widths[i]);
+    for (size_t i = 0; i < captions.size() && i < kColumnWidths.size(); ++i)
+        list_->setColumnWidth(static_cast<int>(i), kColumnWidths[i]);
 }
 
 void ScannerWindow::ShowCmsButton(bool) {}
@@ -579,6 +635,7 @@ QMenu* ScannerWindow::buildRightClickMenu() {
     TailoredMenu tailored;
     if (msg) tailored = TailorRightClickMenu(*msg, Account(msg->FromAccount).title());
     for (const std::string& entry : RightClickEntries()) {
+        const bool enabled = entry == "Dismiss Menu" || (msg && LineCommandEnabled(*main_, entry));
         QString caption = QString::fromStdString(entry);
         if (entry == "Read Message" && msg) caption = toDisplay(tailored.readCaption);
         if (entry == "View this message as source code" && msg)
@@ -595,7 +652,7 @@ QMenu* ScannerWindow::buildRightClickMenu() {
         QAction* a = menu->addAction(caption);
         QString key = QString::fromStdString(entry);
         connect(a, &QAction::triggered, this, [this, key] { runLineCommand(key); });
-        a->setEnabled(msg != nullptr || entry == "Dismiss Menu");
+        a->setEnabled(enabled);
     }
     return menu;
 }
@@ -608,7 +665,7 @@ void ScannerWindow::showContextMenu(const QPoint& pos) {
 }
 
 void ScannerWindow::runLineCommand(const QString& entry) {
-    if (!main_) return;
+    if (!main_ || LineCommandRefused(*main_, entry.toStdString())) return;
     clsMessage* msg = selectedMessage();
     if (!msg) return;
     frmFilters& rules = main_->ServerFilters();
@@ -642,10 +699,7 @@ void ScannerWindow::runLineCommand(const QString& entry) {
     else if (entry == "Bounce selected message(s)")
         bounceSelected();
     else if (entry == "Mark as Junk" || entry == "Mark as Not Junk") {
-        clsMessages chosen;
-        for (const ListLine& line : selectedLines())
-            if (auto chosenMsg = MessageOfLine(*main_, line)) chosen.Add(chosenMsg);
-        main_->BayesFilter().MarkMessagesJunkOrNot(chosen, entry == "Mark as Junk");
+        MarkLines(*main_, selectedLines(), entry == "Mark as Junk");
     } else if (entry == "Show Bayes Breakdown") {
         // One line per token in rising order of probability.
         QStringList lines;
@@ -664,10 +718,14 @@ void ScannerWindow::bounceSelected() {
 // ---- Window events ----
 
 void ScannerWindow::closeEvent(QCloseEvent* event) {
-    // The close box hides the window; quitting is a command of its own.
-    if (main_ && !main_->shutDown() && main_->QueryUnload(true)) {
-        event->ignore();
-        return;
+    // The close box hides the window while the tray icon stays; with no
+    // notification area it quits, and frmMain has then shut down.
+    if (main_ && !main_->shutDown()) {
+        if (main_->QueryUnload(true)) {
+            event->ignore();
+            return;
+        }
+        if (main_->shutDown()) qApp->quit();
     }
     event->accept();
 }

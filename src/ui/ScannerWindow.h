@@ -84,6 +84,15 @@ public:
     // The mailer's window, made on first use, shown and filled.
     MailerWindow* openMailer();
     MailerWindow* mailerWindow() const;
+    bool TrayAvailable() const override;
+    void NotifyNewMail(const std::string& title, const std::string& text) override;
+    std::vector<std::string> OpenForms() const override;
+    bool UnloadForm(size_t index) override;
+
+    // Whether the desktop shows a notification area, unless a test says.
+    void setTrayAvailable(bool available) { trayAvailable_ = available; }
+    // The size the window first opens at on a screen of this available size.
+    static QSize firstWindowSize(const QSize& available);
 
     // For tests and screenshots.
     // The list as shown, with any lines still waiting for their batch.
@@ -126,6 +135,7 @@ private:
     TextWindow* showTextWindow(const QString& title, const QString& text);
     void act(const QString& key);
     void quit();
+    std::vector<QWidget*> openForms() const;
 
     frmMain* main_ = nullptr;
     QPointer<MailerWindow> mailerWindow_;
@@ -151,6 +161,7 @@ private:
     bool readOnServerEnabled_ = true;
     bool hiddenAtStart_ = false;
     bool everShown_ = false;
+    std::optional<bool> trayAvailable_;
 };
 
 } // namespace corva::ui

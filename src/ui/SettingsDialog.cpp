@@ -183,7 +183,8 @@ QWidget* SettingsDialog::buildCheckingPage() {
         addBox("AUDIO", QStringLiteral("Play Audio Alerts on new messages")),
         addBox("STARTMIN", QStringLiteral("Start program minimised to System Tray")),
         addBox("DisableReadOnServer", QStringLiteral("Disable 'Read email on server' option")),
-        addBox("AutoUpdateCheck", QStringLiteral("Automatically Check for Corva updates"))};
+        addBox("AutoUpdateCheck", QStringLiteral("Automatically Check for Corva updates")),
+        addBox("NotifyNewMail", QStringLiteral("Show a desktop notification for new mail"))};
     for (int i = 0; i < boxes.size(); ++i) grid->addWidget(boxes[i], i % 4, i / 4);
     layout->addWidget(options);
 
@@ -284,6 +285,7 @@ void SettingsDialog::showGlobals(const GlobalFields& g) {
     box("STARTMIN")->setChecked(g.StartMin);
     box("DisableReadOnServer")->setChecked(g.DisableReadOnServer);
     box("AutoUpdateCheck")->setChecked(g.AutoUpdateCheck);
+    box("NotifyNewMail")->setChecked(g.NotifyNewMail);
     firstWindow_->setCurrentIndex(g.ShowScannerFirst ? 0 : 1);
     int lang = language_->findText(q(g.LangID));
     language_->setCurrentIndex(lang < 0 ? 0 : lang);
@@ -313,6 +315,7 @@ GlobalFields SettingsDialog::readGlobals() const {
     g.StartMin = box("STARTMIN")->isChecked();
     g.DisableReadOnServer = box("DisableReadOnServer")->isChecked();
     g.AutoUpdateCheck = box("AutoUpdateCheck")->isChecked();
+    g.NotifyNewMail = box("NotifyNewMail")->isChecked();
     g.ShowScannerFirst = firstWindow_->currentIndex() == 0;
     g.LangID = b(language_->currentText());
     return g;

@@ -100,6 +100,7 @@ TEST(Json, TextIsDecodedAndControlsEscapedWhileBytesStayBytes) {
     EXPECT_EQ(app::JsonText("a\"b\\c\x1b[2J\x7f"), "\"a\\\"b\\\\c\\u001b[2J\\u007f\"");
     EXPECT_EQ(app::JsonText("x\xc2\x9by"), "\"x\\u009by\"");
     EXPECT_EQ(app::JsonBytes("Gr\xc3\xbc\r\n"), "\"Gr\\u00c3\\u00bc\\r\\n\"");
+    EXPECT_EQ(app::RgbText(0xC08040), "#4080C0"); // red in the low byte
     EXPECT_EQ(app::JsonObject().text("a", "b").integer("n", 3).truth("t", false).str(),
               "{\"a\": \"b\", \"n\": 3, \"t\": false}");
 }

@@ -31,7 +31,8 @@ TEST(TextHelpers, TrimmingHelpersCutOnlyWhatTheyName) {
     EXPECT_EQ(after("line\n", RemoveCRLFFromEnd), "line\n"); // a lone LF stays
     EXPECT_EQ(after("a\r\n\r\n", RemoveCRLFFromEnd), "a");
     EXPECT_EQ(after(std::string("Re: h\xe9llo!\0rest", 16), removenonalphanumeric), "Re hllorest");
-    EXPECT_EQ(cutoffnull(std::string(" ab \0cd", 7)), "ab");
+    EXPECT_EQ(cutoffnull(std::string(" ab \0cd", 7)), " ab ");
+    EXPECT_EQ(cutoffnull("\r\nab "), "\r\nab ");
     EXPECT_TRUE(isequal(" Abc ", "aBC"));
     EXPECT_FALSE(isequal(" Abc ", "aBC", false));
     EXPECT_EQ(getquoted("say \"hi there\" now"), "hi there");

@@ -50,7 +50,16 @@ public:
     void HideWindow() override { ++hides; }
     bool ShowSettingsDialog() override {
         ++settingsDialogs;
-        return false;
+        return settingsConfirmed;
+    }
+    bool TrayAvailable() const override { return trayAvailable; }
+    void NotifyNewMail(const std::string& title, const std::string& text) override {
+        notifications.push_back(title + ": " + text);
+    }
+    std::vector<std::string> OpenForms() const override { return forms; }
+    bool UnloadForm(size_t index) override {
+        unloaded.push_back(forms.at(index));
+        return forms.at(index) != refusingForm;
     }
     bool MailerLoaded() const override { return mailerLoaded; }
     void MailerFinishedGettingMail(const std::string& text) override {
@@ -90,7 +99,13 @@ public:
     int wizardRuns = 0;
     int hides = 0;
     int settingsDialogs = 0;
+    bool settingsConfirmed = false;
     bool mailerLoaded = false;
+    bool trayAvailable = true;
+    std::vector<std::string> notifications;
+    std::vector<std::string> forms;    // the open windows, this one first
+    std::vector<std::string> unloaded; // in the order they were asked to go
+    std::string refusingForm;          // the one that stays, if any
     std::vector<std::string> mailerNotices;
     std::function<void(const std::string&)> onMailerNotice;
 };

@@ -142,6 +142,12 @@ TEST_F(DovecotCycleTest, ScanListsEveryMessageWithItsVerdict) {
     // A scan stores nothing and leaves the servers as they were.
     EXPECT_TRUE(emlFiles(InboxFolder).empty());
     EXPECT_EQ(onServer(*serverA, "ann").size(), 4u);
+
+    // New mail is told once: the next scan finds the same messages.
+    const std::vector<std::string> told{"Corva - New mail: 5 new message(s) on the server"};
+    EXPECT_EQ(view.notifications, told);
+    ASSERT_TRUE(cycle(false, false));
+    EXPECT_EQ(view.notifications, told);
 }
 
 TEST_F(DovecotCycleTest, ScanWithDeleteRemovesExactlyTheBlockedMessages) {
@@ -182,16 +188,18 @@ TEST_F(DovecotCycleTest, RetrieveStoresEachPassingMessageOnceEvenWhenRetrievedAg
     EXPECT_EQ(readunreadtag(MessageFolder + "Inbox/"), 4);
     EXPECT_EQ(readunreadtag(MessageFolder + "Lists/"), 1);
     EXPECT_GT(readlastmessagetag(MessageFolder + "Inbox/"), 0);
-    // The list holds the headers it shows, and never the retrieved bodies.
-    EXPECT_EQ(main->ServerMessages().Count(), 9);
-    int stored = 0;
-    for (const auto& m : main->ServerMessages()) {
-        if (m->Filename().empty()) continue; // a header line: blocked or ignored
-        ++stored;
-        EXPECT_TRUE(m->MessageBody.empty()) << m->Subject;
-        EXPECT_EQ(m->RawMessage().find("Hello."), std::string::npos) << m->Subject;
-    }
-    EXPECT_EQ(stored, 5);
+    // What was stored is no line of the list: it counts as neither seen nor
+    // kept and makes no new mail by being listed. The store and the
+    // notification say what arrived.
+    EXPECT_EQ(main->ServerMessages().Count(), 4);
+    for (const auto& m : main->ServerMessages())
+        EXPECT_TRUE(m->Deleted || m->Ignored) << m->Subject;
+    EXPECT_EQ(main->MessagesSeen(), 4);
+    EXPECT_EQ(main->MessagesKept(), 0);
+    EXPECT_FALSE(main->NewMailArrived());
+    EXPECT_EQ(view.trayPicture, TrayPicture::LargeS);
+    EXPECT_EQ(view.notifications,
+              std::vector<std::string>{"Corva - New mail: 5 new message(s) downloaded"});
     // Nothing was deleted: the servers still hold everything.
     EXPECT_EQ(onServer(*serverA, "ann").size(), 4u);
 
@@ -204,7 +212,9 @@ TEST_F(DovecotCycleTest, RetrieveStoresEachPassingMessageOnceEvenWhenRetrievedAg
 
 TEST_F(DovecotCycleTest, DeleteOnRetrieveRemovesOnlyWhatWasStored) {
     sset("DELETEONRETRIEVE", 1);
+    sset("NotifyNewMail", false);
     ASSERT_TRUE(cycle(false, true));
+    EXPECT_TRUE(view.notifications.empty()) << "turned off";
 
     EXPECT_EQ(emlFiles(InboxFolder).size(), 4u);
     EXPECT_EQ(emlFiles("Lists").size(), 1u);

@@ -68,6 +68,17 @@ TEST_F(ScannerCommandsTest, FetchingALinesMessageIsRefusedWhileATransferRuns) {
     EXPECT_EQ(view.panels[1], "BUSY: Cannot open message");
     EXPECT_EQ(main->Request().specific, 0);
     EXPECT_FALSE(RunScannerCommand(*main, "no such command"));
+    // Every command on lines is refused while the cycle checks; only a fetch says so.
+    view.panels[1].clear();
+    for (const std::string& entry : RightClickEntries()) {
+        SCOPED_TRACE(entry);
+        EXPECT_EQ(LineCommandRefused(*main, entry), entry != "Dismiss Menu");
+    }
+    EXPECT_EQ(view.panels[1], "BUSY: Cannot open message");
+    EXPECT_FALSE(MarkLines(*main, {line}, true));
+    EXPECT_EQ(BounceLines(*main, {line}), 0);
+    EXPECT_TRUE(RunScannerCommand(*main, "reinforce"));
+    EXPECT_TRUE(platform_.prompts_.messages.empty()) << "no question, no marking";
     ASSERT_TRUE(RunScannerCommand(*main, "delete")) << "a transfer runs: delete stops it";
     EXPECT_FALSE(main->Checking());
     EXPECT_FALSE(main->DeleteMode());
@@ -86,6 +97,28 @@ TEST_F(ScannerCommandsTest, FetchingALinesMessageIsRefusedWhileATransferRuns) {
     EXPECT_TRUE(main->Checking());
     EXPECT_TRUE(main->DeleteMode());
     main->cancelcheck();
+}
+
+TEST_F(ScannerCommandsTest, MarkingRescansTheListAndReadingOnTheServerCanBeTurnedOff) {
+    start();
+    deletingCycle();
+    header(1, "a@x.test", "first");
+    EXPECT_TRUE(MarkLines(*main, view.messages(), true));
+    EXPECT_EQ(view.texts(ListLine::Kind::Server), std::vector<std::string>{"Rescan"})
+        << "the colours follow what was learnt";
+    EXPECT_EQ(view.messages().size(), 1u);
+
+    sset("DisableReadOnServer", true);
+    for (const auto& [entry, enabled] :
+         std::vector<std::pair<std::string, bool>>{{"Read Message", false},
+                                                   {"View this message as source code", false},
+                                                   {"Download selected message to inbox", true},
+                                                   {"Mark as Junk", true}}) {
+        SCOPED_TRACE(entry);
+        EXPECT_EQ(LineCommandEnabled(*main, entry), enabled);
+        EXPECT_EQ(LineCommandRefused(*main, entry), !enabled);
+    }
+    EXPECT_NE(view.panels[1], "BUSY: Cannot open message") << "not busy, only turned off";
 }
 
 TEST_F(ScannerCommandsTest, BounceSpoolsANoticePerLineAndSaysWhichItCouldNot) {

@@ -6,6 +6,8 @@
 #include "core/FileSubs.h"
 #include "core/Globals.h"
 #include "core/mSHAREDLogging.h"
+#include "cycle/frmSettings.h"
+#include "filters/frmFilters.h"
 #include "message/clsMessage.h"
 
 namespace corva::test {
@@ -77,6 +79,70 @@ TEST_F(StartupTest, StartsInTheProgramsOrderAndShutsDownInIts) {
     EXPECT_EQ(view.trayTip, "Corva - Work - 0 message(s)");
     main->StartProgram();
     EXPECT_EQ(view.wizardRuns, 0) << "a second start does nothing";
+}
+
+TEST_F(StartupTest, ShutdownUnloadsTheWindowsFromTheLastAndStopsAtOneThatRefuses) {
+    for (bool refuse : {false, true}) {
+        SCOPED_TRACE(refuse);
+        restart();
+        view.forms = {"Corva", "Log file", "Settings", "Message source"};
+        if (refuse) view.refusingForm = "Settings";
+        ASSERT_TRUE(main->exitprog());
+        const std::vector<std::string> tried =
+            refuse ? std::vector<std::string>{"Message source", "Settings"}
+                   : std::vector<std::string>{"Message source", "Settings", "Log file"};
+        EXPECT_EQ(view.unloaded, tried);
+        size_t last = logPosition("Unloading forms");
+        for (const std::string& form : tried) {
+            size_t at = logPosition("Unloading " + form);
+            EXPECT_GT(at, last) << form;
+            last = at;
+        }
+        size_t error = logPosition(
+            "Error 365 - unable to unload within this context - when exiting form. Resuming.");
+        EXPECT_EQ(error != std::string::npos, refuse);
+        if (refuse) {
+            EXPECT_GT(error, last);
+        }
+        EXPECT_EQ(logPosition("Unloading Corva"), std::string::npos) << "the first stays";
+        EXPECT_GT(logPosition("Writing log"), refuse ? error : last);
+    }
+}
+
+TEST_F(StartupTest, ClosingTheWindowHidesItBesideATrayAndQuitsWithoutOne) {
+    start();
+    EXPECT_TRUE(main->QueryUnload(true)) << "the close is cancelled: the window hides";
+    EXPECT_EQ(view.hides, 1);
+    EXPECT_FALSE(main->shutDown());
+    view.trayAvailable = false;
+    EXPECT_FALSE(main->QueryUnload(true));
+    EXPECT_TRUE(main->shutDown());
+}
+
+TEST_F(StartupTest, ConfirmedSettingsReloadTheRulesAndScanOnlyWhenScanOnStartIsOne) {
+    start();
+    view.settingsConfirmed = true;
+    writeFile(main->ServerFilters().BlockedPath(), "junk@x.test\r\n");
+    sset("ScanOnStart", true);
+    main->showsettings();
+    EXPECT_TRUE(main->ServerFilters().Blocked("junk@x.test")) << "the lists were read again";
+    EXPECT_EQ(main->CyclesFinished(), 0) << "a truth value is not 1";
+
+    sset("ScanOnStart", 1);
+    main->showsettings();
+    ASSERT_TRUE(waitForCycle(5000));
+    EXPECT_EQ(main->CyclesFinished(), 1);
+}
+
+TEST(AccountWizard, ProposesTheIncomingServersNameAsTheTitle) {
+    for (const auto& [server, title] :
+         std::vector<std::pair<std::string, std::string>>{{"pop.example.com", "pop.example.com"},
+                                                          {" mail.x.test:995 ", "mail.x.test"},
+                                                          {"", ""}}) {
+        WizardFields fields;
+        fields.InboundServer = server;
+        EXPECT_EQ(frmAccountWizard::ProposedTitle(fields), title) << server;
+    }
 }
 
 TEST_F(StartupTest, TickedStartMinimisedHidesTheWindowAfterAReload) {

@@ -78,11 +78,19 @@ TEST_F(MimeTree, UnquotedBoundaryKeepsItsParametersAndFindsNothing) {
     EXPECT_NE(extractplainmessage(m).find("never found"), std::string::npos);
 }
 
-TEST_F(MimeTree, WrongCaseOrUnclosedBoundaryAddsNoPart) {
-    EXPECT_EQ(parse(crlf({"Content-Type: multipart/mixed; Boundary=\"b\"", "", "--b",
-                          "Content-Type: text/plain", "", "x", "--b--", ""}))
-                  .MimePartCount(),
-              0);
+// A boundary that reads as empty makes every "--" a delimiter, so the part
+// between the two delimiters still comes out.
+TEST_F(MimeTree, BoundaryReadAsEmptySplitsAtTheDashes) {
+    for (const char* type : {"multipart/mixed; Boundary=\"b\"", "multipart/mixed; BOUNDARY=\"b\"",
+                             "multipart/mixed; boundary= \"b\""}) {
+        SCOPED_TRACE(type);
+        clsMessage m = parse(crlf({std::string("Content-Type: ") + type, "", "--b",
+                                   "Content-Type: text/plain", "", "x", "--b--", ""}));
+        ASSERT_EQ(m.MimePartCount(), 1);
+        EXPECT_EQ(m.MimePart(1).ContentType, "text/plain");
+        EXPECT_EQ(m.MimePart(1).Content, "x");
+        EXPECT_EQ(extractplainmessage(m), "x");
+    }
     EXPECT_EQ(mixed({"Content-Type: text/plain", "", "never closed"}).MimePartCount(), 0);
 }
 

@@ -37,6 +37,12 @@ TEST(StripHtml, StyleBlocksGoWhateverTheCase) {
     EXPECT_EQ(stripped("<style>p{} <b>x</b>"), "p{} x");
     // A "<" with no ">" after it keeps the rest.
     EXPECT_EQ(stripped("<b>a</b> 1 < 2"), "a 1 < 2");
+    // The next search starts one past where the last "</style>" stood, in the
+    // shortened text: a block that follows closely only loses its tags.
+    EXPECT_EQ(stripped("<style>a</style><style>b</style>X"), "bX");
+    EXPECT_EQ(stripped("<style>a</style>0123456789<style>b</style>X"), "0123456789X");
+    // Blanks and line ends around the text stay.
+    EXPECT_EQ(stripped("\r\n <p>Hi</p> \r\n"), "\r\n Hi \r\n");
 }
 
 TEST(HtmlToChar, NamedAndNumericReferences) {

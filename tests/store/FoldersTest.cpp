@@ -64,6 +64,8 @@ TEST_F(StoreTest, FolderFilesPairLeafNamesWithTheirParents) {
     EXPECT_NE(pairs.find("BayesOld\r\nSpamBayes\r\n"), std::string::npos);
     // A parent stands before its children.
     EXPECT_LT(pairs.find("Inbox\r\nFolders"), pairs.find("Work\r\nInbox"));
+    // The list's lines end in a backslash.
+    EXPECT_NE(LoadTextFile(FolderListIniPath).find("Inbox\\Work\\Old\\\r\n"), std::string::npos);
 
     std::vector<std::string> folders;
     FillMailFolders(folders);
@@ -76,8 +78,8 @@ TEST_F(StoreTest, FolderFilesPairLeafNamesWithTheirParents) {
     EXPECT_EQ(combo.entries[static_cast<size_t>(combo.selected)], "/Inbox/");
     for (const auto& e : combo.entries) EXPECT_NE(e, "/Outbox/");
 
-    // A folder list written elsewhere with backslashes still reads.
-    writeFile(FolderListIniPath, "Inbox\\\r\n\r\nSpamBayes\\BayesOld\\\r\n");
+    // A list written with slashes still reads.
+    writeFile(FolderListIniPath, "Inbox/\r\n\r\nSpamBayes\\BayesOld\\\r\n");
     folders.clear();
     FillMailFolders(folders);
     EXPECT_EQ(folders, (std::vector<std::string>{"Inbox/", "SpamBayes/BayesOld/"}));

@@ -13,6 +13,7 @@
 #include <QLabel>
 #include <QMenu>
 #include <QPalette>
+#include <QShortcut>
 #include <QTreeView>
 
 #include <algorithm>
@@ -279,6 +280,7 @@ TEST_F(ScannerLifeTest, QuitWithMailInTheOutboxAsksAndNoKeepsRunning) {
 
 TEST_F(ScannerLifeTest, TheCloseBoxHidesAndTheTrayBringsItBackAsItWas) {
     start();
+    window->setTrayAvailable(true);
     sset("MainWindowState", 2);
     window->close();
     EXPECT_FALSE(window->isVisible());
@@ -295,6 +297,35 @@ TEST_F(ScannerLifeTest, TheCloseBoxHidesAndTheTrayBringsItBackAsItWas) {
     EXPECT_EQ(sget("MainWindowState", -1).toInt(), 2);
     window->showFromTray();
     EXPECT_TRUE(window->isMaximized());
+}
+
+TEST_F(ScannerLifeTest, WithoutATrayTheCloseBoxQuitsAndCtrlQQuitsAlways) {
+    start();
+    window->setTrayAvailable(false);
+    window->close();
+    EXPECT_TRUE(main->shutDown()) << "hidden, it could never be shown again";
+
+    stop();
+    start();
+    window->setTrayAvailable(false);
+    window->toolbarAction("close")->trigger();
+    EXPECT_TRUE(main->shutDown()) << "the Close button is the close box";
+
+    stop();
+    start();
+    for (QShortcut* key : window->findChildren<QShortcut*>())
+        if (key->key() == QKeySequence(Qt::CTRL | Qt::Key_Q)) emit key->activated();
+    EXPECT_TRUE(main->shutDown());
+}
+
+TEST_F(ScannerLifeTest, TheFirstSizeShowsAllNineColumnsOnASmallLaptopScreen) {
+    start();
+    EXPECT_GT(window->width(), 7668 / 15) << "no size stored yet: the window keeps its own";
+    window->resize(ui::ScannerWindow::firstWindowSize(QSize(1280, 770)));
+    QApplication::processEvents();
+    EXPECT_LE(window->width(), 1280);
+    EXPECT_LE(window->listView().header()->length(), window->listView().viewport()->width());
+    saveScreenshot(*window, "scanner-first-size");
 }
 
 TEST_F(ScannerLifeTest, StartMinimisedHidesTheWindow) {

@@ -157,8 +157,10 @@ TEST_F(AccountWizardTest, EachPageRefusesToMoveOnUntilFilledAndFinishWritesAccou
     type("LoginName", "ann");
     wizard.next();
     ASSERT_EQ(wizard.currentId(), 3);
+    EXPECT_EQ(wizard.field("Title")->text(), "pop.example.test") << "the server's name is offered";
 
-    // Finish on an empty last page is refused like Next, and writes nothing.
+    // Finish on an emptied last page is refused like Next, and writes nothing.
+    type("Title", "");
     size_t before = prompts().size();
     wizard.accept();
     EXPECT_EQ(prompts().size(), before + 1);

@@ -11,6 +11,7 @@
 #include <QDesktopServices>
 #include <QDialog>
 #include <QDialogButtonBox>
+#include <QFile>
 #include <QFileInfo>
 #include <QInputDialog>
 #include <QLabel>
@@ -221,15 +222,45 @@ public:
 // Sound and speech go through the desktop's own players when present.
 class QtSound : public Sound {
 public:
-    void play(const std::string& file) override {
-        for (const char* player : {"paplay", "aplay"}) {
-            QString exe = QStandardPaths::findExecutable(QString::fromLatin1(player));
-            if (!exe.isEmpty()) {
-                QProcess::startDetached(exe, {QString::fromStdString(file)});
-                return;
-            }
-        }
+    bool canPlay(const std::string& file) override {
+        return !player().isEmpty() && !playable(file).isEmpty();
     }
+    void play(const std::string& file) override {
+        QString exe = player();
+        QString path = playable(file);
+        if (!exe.isEmpty() && !path.isEmpty()) QProcess::startDetached(exe, {path});
+    }
+
+private:
+    static QString player() {
+        for (const char* name : {"paplay", "aplay"}) {
+            QString exe = QStandardPaths::findExecutable(QString::fromLatin1(name));
+            if (!exe.isEmpty()) return exe;
+        }
+        return {};
+    }
+    // The file itself; for the chime the program ships, when the program
+    // folder holds none of its own, a copy of the shipped one in the private
+    // temporary folder, since the players read files only.
+    QString playable(const std::string& file) {
+        QString path = QString::fromStdString(file);
+        if (QFileInfo(path).isFile()) return path;
+        const QString shipped = QStringLiteral(":/sounds/ClockChime.wav");
+        if (QFileInfo(path).fileName().compare(QFileInfo(shipped).fileName(),
+                                               Qt::CaseInsensitive) != 0 ||
+            !QFile::exists(shipped))
+            return {};
+        if (shippedCopy_.isEmpty() || !QFileInfo(shippedCopy_).isFile()) {
+            std::string temp = current().files().privateTempFolder();
+            if (temp.empty()) return {};
+            QString copy = QString::fromStdString(temp) + QStringLiteral("/ClockChime.wav");
+            QFile::remove(copy);
+            if (!QFile::copy(shipped, copy)) return {};
+            shippedCopy_ = copy;
+        }
+        return shippedCopy_;
+    }
+    QString shippedCopy_;
 };
 
 class QtSpeech : public Speech {

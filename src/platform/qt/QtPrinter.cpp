@@ -5,6 +5,7 @@
 #include <QFont>
 #include <QFontDatabase>
 #include <QFontMetricsF>
+#include <QGuiApplication>
 #include <QPageLayout>
 #include <QPainter>
 #include <QPrintDialog>
@@ -102,6 +103,8 @@ int paint(QPrinter& printer, const PrintJob& job) {
 class QtPrinter : public Printer {
 public:
     int print(const PrintJob& job, PrintTarget target, const std::string& pdfPath) override {
+        // Fonts need a GUI application; a command-line run has only a core one.
+        if (!qobject_cast<QGuiApplication*>(QCoreApplication::instance())) return 0;
         QPrinter printer(QPrinter::HighResolution);
         printer.setDocName(fromUtf8(job.title));
         switch (target) {
