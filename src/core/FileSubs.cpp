@@ -378,6 +378,19 @@ bool WriteFileExactly(const std::string& target, const std::string& text, bool s
     return WriteFileInSlices(target, text, sync ? Durability::Synced : Durability::Cached, false);
 }
 
+std::vector<bool> WriteFilesExactly(const std::vector<std::pair<std::string, std::string>>& batch) {
+    std::vector<bool> written(batch.size(), false);
+    guarded("WriteFilesExactly", kModule, [&] {
+        std::vector<std::pair<std::string, std::string_view>> views;
+        views.reserve(batch.size());
+        for (const auto& [path, text] : batch) views.emplace_back(path, text);
+        std::vector<platform::FileResult> results = files().replaceAll(views);
+        for (size_t i = 0; i < results.size() && i < written.size(); ++i)
+            written[i] = reportFailure("WriteFilesExactly", results[i]);
+    });
+    return written;
+}
+
 bool WriteFileInSlices(const std::string& target, const std::string& text, Durability durability,
                        bool yield) {
     return guardedValue("WriteFileInSlices", kModule, false, [&] {

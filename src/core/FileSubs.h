@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace corva {
@@ -76,6 +77,10 @@ bool WriteFileInPlace(const std::string& path, const std::string& text);
 
 // How far a written file is taken towards the disk before the call returns.
 using platform::Durability;
+// WriteFileExactly (synced) for many files at once, at about the disk's cost
+// of one: each file is whole under its name or not written. Per file, true
+// when it was written.
+std::vector<bool> WriteFilesExactly(const std::vector<std::pair<std::string, std::string>>& files);
 // WriteFileExactly for big texts: written in slices of a megabyte, with an
 // event pass after each when yield is set, and the writeback of each slice
 // begun as soon as it is written, so that no single wait is long.

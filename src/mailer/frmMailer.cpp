@@ -6,6 +6,7 @@
 #include "core/FileSubs.h"
 #include "core/Globals.h"
 #include "core/Strings.h"
+#include "core/TerminalText.h"
 #include "core/mSHAREDDelay.h"
 #include "core/mSHAREDLogging.h"
 #include "core/mSHAREDSettings.h"
@@ -214,6 +215,19 @@ int frmMailer::FindNode(const std::string& name) const {
     return -1;
 }
 
+bool frmMailer::OpenFolder(const std::string& folder) {
+    return guardedValue("OpenFolder", kModule, false, [&] {
+        if (nodes_.empty()) {
+            keepFolder_ = folder;
+            mailer_.PopulateFolders(false);
+        }
+        int node = nodeOfFolder(folder);
+        if (node < 0) return false;
+        if (node != selectedNode_ || !isOpenFolder(folder)) treeview1_nodeclick(node);
+        return true;
+    });
+}
+
 int frmMailer::nodeOfFolder(const std::string& folder) const {
     std::string key = folderKey(folder);
     for (int i = 1; i < NodeCount(); ++i)
@@ -399,7 +413,31 @@ MailerRow frmMailer::MakeRow(const clsMessage& message, bool showTo) {
     row.SizeKB = message.Size;
     row.Size = sizeText(message.Size);
     row.Colour = message.Colour;
+    if (!message.Headers.empty()) {
+        row.WhoCharset = headerCharset(message.Headers, showTo ? "To" : "From");
+        row.SubjectCharset = headerCharset(message.Headers, "Subject");
+        row.CharsetsKnown = true;
+    }
     return row;
+}
+
+const MailerRow& frmMailer::RowToShow(long row) const {
+    const MailerRow& r = Row(row);
+    if (r.CharsetsKnown) return r;
+    r.CharsetsKnown = true;
+    // 8-bit text, or the escapes of the 7-bit Japanese encoding.
+    auto eightBit = [](const std::string& text) {
+        return std::any_of(text.begin(), text.end(), [](char c) {
+            return static_cast<unsigned char>(c) >= 0x80 || c == '\x1b';
+        });
+    };
+    if (!eightBit(r.Who) && !eightBit(r.Subject)) return r;
+    guarded("RowToShow", kModule, [&] {
+        auto header = readmessageheader(r.Path);
+        r.WhoCharset = headerCharset(header->Headers, showTo_ ? "To" : "From");
+        r.SubjectCharset = headerCharset(header->Headers, "Subject");
+    });
+    return r;
 }
 
 std::vector<long> frmMailer::selected() const {
@@ -553,7 +591,34 @@ void frmMailer::SortBy(MailerColumn column) {
     });
 }
 
+namespace {
+
+// "YYYY-MM-DD HH:MM:SS", the store's own form, read without the general
+// parser: a folder of tens of thousands sorts by it at every click.
+double receivedKey(const std::string& text) {
+    auto digits = [&](size_t at, size_t n) {
+        int v = 0;
+        for (size_t i = at; i < at + n; ++i) {
+            if (text[i] < '0' || text[i] > '9') return -1;
+            v = v * 10 + (text[i] - '0');
+        }
+        return v;
+    };
+    if (text.size() >= 19 && text[4] == '-' && text[7] == '-' && text[10] == ' ') {
+        int y = digits(0, 4), mo = digits(5, 2), d = digits(8, 2);
+        int h = digits(11, 2), mi = digits(14, 2), se = digits(17, 2);
+        if (y >= 0 && mo >= 0 && d >= 0 && h >= 0 && mi >= 0 && se >= 0)
+            return ((((y * 13.0 + mo) * 32 + d) * 24 + h) * 60 + mi) * 60 + se;
+    }
+    auto date = ParseDate(text);
+    if (!date) return 0;
+    return receivedKey(date->format("yyyy-mm-dd hh:nn:ss"));
+}
+
+} // namespace
+
 void frmMailer::sortRows() {
+    if (rows_.empty()) return;
     // Keys are made once per row, not once per comparison.
     std::vector<size_t> order(rows_.size());
     for (size_t i = 0; i < order.size(); ++i) order[i] = i;
@@ -562,11 +627,13 @@ void frmMailer::sortRows() {
         std::vector<Key> keys;
         keys.reserve(rows_.size());
         for (const auto& r : rows_) keys.push_back(key(r));
-        std::stable_sort(order.begin(), order.end(), [&](size_t a, size_t b) {
-            return sortAscending_ ? keys[a] < keys[b] : keys[b] < keys[a];
+        // Ties keep their order, as a stable sort would, at a plain sort's cost.
+        std::sort(order.begin(), order.end(), [&](size_t a, size_t b) {
+            if (keys[a] < keys[b]) return sortAscending_;
+            if (keys[b] < keys[a]) return !sortAscending_;
+            return a < b;
         });
     };
-    if (rows_.empty()) return;
     switch (sortColumn_) {
     case MailerColumn::Icon:
         sortBy([](const MailerRow& r) { return r.Icon; });
@@ -578,15 +645,15 @@ void frmMailer::sortRows() {
         sortBy([](const MailerRow& r) { return LCase(r.Subject); });
         break;
     case MailerColumn::ReceiveDate:
-        sortBy([](const MailerRow& r) {
-            auto d = ParseDate(r.ReceiveDate);
-            return d ? d->serial() : 0.0;
-        });
+        sortBy([](const MailerRow& r) { return receivedKey(r.ReceiveDate); });
         break;
     case MailerColumn::SendDate:
         sortBy([](const MailerRow& r) {
-            auto d = ParseDate(r.SendDate);
-            return d ? d->serial() : 0.0;
+            if (r.SendKey == 0) {
+                auto d = ParseDate(r.SendDate);
+                r.SendKey = d ? d->serial() : -1;
+            }
+            return r.SendKey;
         });
         break;
     case MailerColumn::Size:

@@ -62,12 +62,20 @@ public:
     // The node's directory, ending in "/"; "" for no node.
     std::string getpathfromnode(int node) const;
     int FindNode(const std::string& name) const;
+    // The node of a folder's directory; -1 when the tree has none.
+    int NodeOfFolder(const std::string& folder) const { return nodeOfFolder(folder); }
+    // Lists a folder as a click on its node would, building the tree first if
+    // needed (the commands work so, with no window); false when there is no such folder.
+    bool OpenFolder(const std::string& folder);
     void rescanfolders();
     void DisplaySpecialCounts();
 
     // ---- The list ----
     long RowCount() const { return static_cast<long>(rows_.size()); }
     const MailerRow& Row(long row) const { return rows_.at(static_cast<size_t>(row)); }
+    // The row with its charsets: a row from cache.csv doesn't know them, so a
+    // row with 8-bit text has its file's header read the first time it shows.
+    const MailerRow& RowToShow(long row) const;
     std::string OpenFolder() const { return openFolder_; }
     // The selection changed; current is the row with the focus (-1: the first selected).
     void SelectionChanged(long current);

@@ -26,6 +26,13 @@ struct MailerRow {
     bool Replied = false;
     bool HighPriority = false;
     int32_t Colour = 0; // red in the low byte
+    // SendDate as a number for sorting, read on the first sort by it (0: not yet).
+    mutable double SendKey = 0;
+    // The charsets Who and Subject declare in their encoded words, so the view
+    // decodes them as the message means; see frmMailer::RowToShow.
+    mutable std::string WhoCharset;
+    mutable std::string SubjectCharset;
+    mutable bool CharsetsKnown = false;
 };
 
 // The list's columns, in order.

@@ -243,6 +243,20 @@ void clsCache::MarkMsgReadUnread(const std::string& name, bool flag) {
     });
 }
 
+void clsCache::MarkMsgsReadUnread(const std::vector<std::string>& names, bool flag) {
+    guarded("markmsgreadunread", kModule, [&] {
+        std::unordered_map<std::string, bool> wanted;
+        for (const auto& name : names) wanted.emplace(LCase(Trim(name)), false);
+        for (const auto& entry : items_) {
+            auto it = wanted.find(LCase(Trim(entry->Filename())));
+            // The first entry of a name, as one at a time would find it.
+            if (it == wanted.end() || it->second) continue;
+            it->second = true;
+            entry->Read = flag;
+        }
+    });
+}
+
 void clsCache::MarkMsgPriority(const std::string& name, bool flag) {
     guarded("markmsgpriority", kModule, [&] {
         if (long i = findByFilename(name)) items_.Item(i)->HighPriority = flag;

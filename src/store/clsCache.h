@@ -52,6 +52,8 @@ public:
     void RemoveMsg(const clsMessage& message);
     void RemoveByFilename(const std::string& name);
     void MarkMsgReadUnread(const std::string& name, bool flag);
+    // The same for many files in one pass over the entries.
+    void MarkMsgsReadUnread(const std::vector<std::string>& names, bool flag);
     void MarkMsgPriority(const std::string& name, bool flag);
     void MarkMsgRepliedOrNot(const std::string& name, bool flag);
 

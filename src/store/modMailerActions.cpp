@@ -9,6 +9,8 @@
 #include "store/modMessageFiles.h"
 #include "store/modTags.h"
 
+#include <filesystem>
+
 namespace corva {
 
 namespace {
@@ -31,30 +33,51 @@ std::string deletedName(const std::string& deleted, const std::string& file) {
     return candidate;
 }
 
+// The file exists under exactly this name (the system's own lookup, which
+// doesn't fall back to another case as ResolvePath does).
+bool isFileNamed(const std::string& path) {
+    std::error_code ec;
+    return std::filesystem::is_regular_file(path, ec);
+}
+
 } // namespace
 
 std::vector<std::string> MarkMessagesReadUnread(FolderCaches& caches, const std::string& rawFolder,
                                                 const std::vector<std::string>& files, bool read) {
-    std::vector<std::string> paths;
+    std::vector<std::string> paths = files;
     busymouse();
     guarded("markselectedreadunread", kModule, [&] {
         std::string folder = folderOf(rawFolder);
         int index = caches.cacheindexbypath(folder);
         int count = readunreadtag(folder);
-        for (const auto& file : files) {
-            std::string path = file;
+        // Read one by one, written together: a disk flush per message would
+        // make marking a thousand take minutes.
+        std::vector<std::shared_ptr<clsMessage>> changing;
+        std::vector<size_t> at;
+        std::vector<std::string> known;
+        for (size_t i = 0; i < files.size(); ++i) {
             guarded("markselectedreadunread", kModule, [&] {
-                auto message = readfullmessage(file);
+                auto message = readfullmessage(files[i]);
                 if (message->Filename().empty()) return;
-                if (index >= 0) caches.Item(index).MarkMsgReadUnread(file, read);
-                if (message->Read != read) {
-                    message->Read = read;
-                    savemessage(*message);
-                    count += read ? -1 : 1;
+                known.push_back(files[i]);
+                if (message->Read == read) {
+                    paths[i] = message->Filename();
+                    return;
                 }
-                path = message->Filename();
+                message->Read = read;
+                changing.push_back(message);
+                at.push_back(i);
             });
-            paths.push_back(path);
+        }
+        if (index >= 0) caches.Item(index).MarkMsgsReadUnread(known, read);
+        std::vector<const clsMessage*> batch;
+        for (const auto& m : changing) batch.push_back(m.get());
+        savemessages(batch);
+        for (size_t k = 0; k < changing.size(); ++k) {
+            // A file whose new text could not be written keeps its old name.
+            if (!isFileNamed(changing[k]->Filename())) continue;
+            paths[at[k]] = changing[k]->Filename();
+            count += read ? -1 : 1;
         }
         if (index >= 0) caches.Item(index).WriteCache();
         DeleteUnreadTag(folder);

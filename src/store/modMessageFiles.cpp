@@ -11,6 +11,7 @@
 #include <cmath>
 #include <ctime>
 #include <filesystem>
+#include <optional>
 
 namespace corva {
 
@@ -101,36 +102,83 @@ std::shared_ptr<clsMessage> readfullmessage(const std::string& path) {
     return readmessage(path, false);
 }
 
+namespace {
+
+// What saving one message means on disk: the text for its name, and the
+// other spellings of the name, which go once the text is safely written.
+struct SavePlan {
+    std::string path;
+    std::string raw;
+    bool empty = false;
+    std::vector<std::string> others; // full paths
+};
+
+std::optional<SavePlan> planSave(const clsMessage& message) {
+    std::string path = message.Filename();
+    if (Trim(path).empty()) return std::nullopt;
+    SavePlan plan;
+    std::string folder = addslash(ResolvePath(pathonly(path)));
+    std::string name = fileonly(path);
+    plan.path = folder + name;
+    plan.raw = message.RawMessage();
+    plan.empty = Trim(Replace(plan.raw, "\r\n", "")).empty();
+    // The other spellings are the same message in its old read state. Our
+    // own names are all upper or all lower case; a name of mixed case (a
+    // file brought in from elsewhere) is looked for only when neither is there.
+    std::vector<std::string> others;
+    for (const std::string& other : {LCase(name), UCase(name), name})
+        if (isFile(folder + other) &&
+            std::find(others.begin(), others.end(), other) == others.end())
+            others.push_back(other);
+    if (others.empty()) {
+        std::error_code ec;
+        for (const auto& entry : std::filesystem::directory_iterator(folder, ec)) {
+            const std::string found = entry.path().filename().string();
+            if (EqualsNoCase(found, name) && isFile(folder + found)) others.push_back(found);
+        }
+    }
+    for (const std::string& other : others)
+        if (plan.empty || other != name) plan.others.push_back(folder + other);
+    return plan;
+}
+
+void removeOthers(const SavePlan& plan) {
+    for (const std::string& other : plan.others) {
+        std::error_code ec;
+        std::filesystem::remove(other, ec);
+    }
+}
+
+} // namespace
+
 void savemessage(const clsMessage& message) {
     guarded("savemessage", kModule, [&] {
-        std::string path = message.Filename();
-        if (Trim(path).empty()) return;
-        std::string folder = addslash(ResolvePath(pathonly(path)));
-        std::string name = fileonly(path);
-        std::string raw = message.RawMessage();
-        bool empty = Trim(Replace(raw, "\r\n", "")).empty();
-        // The other spellings are the same message in its old read state. Our
-        // own names are all upper or all lower case; a name of mixed case (a
-        // file brought in from elsewhere) is looked for only when neither is there.
-        std::vector<std::string> others;
-        for (const std::string& other : {LCase(name), UCase(name), name})
-            if (isFile(folder + other) &&
-                std::find(others.begin(), others.end(), other) == others.end())
-                others.push_back(other);
-        if (others.empty()) {
-            std::error_code ec;
-            for (const auto& entry : std::filesystem::directory_iterator(folder, ec)) {
-                const std::string found = entry.path().filename().string();
-                if (EqualsNoCase(found, name) && isFile(folder + found)) others.push_back(found);
+        std::optional<SavePlan> plan = planSave(message);
+        if (!plan) return;
+        if (!plan->empty) writeExactly(plan->path, plan->raw);
+        removeOthers(*plan);
+    });
+}
+
+void savemessages(const std::vector<const clsMessage*>& messages) {
+    guarded("savemessage", kModule, [&] {
+        std::vector<SavePlan> plans;
+        for (const clsMessage* message : messages)
+            if (message)
+                if (auto plan = planSave(*message)) plans.push_back(std::move(*plan));
+        std::vector<std::pair<std::string, std::string>> texts;
+        std::vector<size_t> writing;
+        for (size_t i = 0; i < plans.size(); ++i)
+            if (!plans[i].empty) {
+                texts.emplace_back(plans[i].path, std::move(plans[i].raw));
+                writing.push_back(i);
             }
-        }
-        if (!empty) writeExactly(folder + name, raw);
-        // They go only once the new text is safely written.
-        for (const std::string& other : others)
-            if (empty || other != name) {
-                std::error_code ec;
-                std::filesystem::remove(folder + other, ec);
-            }
+        std::vector<bool> written = WriteFilesExactly(texts);
+        std::vector<bool> done(plans.size(), true);
+        for (size_t k = 0; k < writing.size(); ++k)
+            done[writing[k]] = k < written.size() && written[k];
+        for (size_t i = 0; i < plans.size(); ++i)
+            if (done[i]) removeOthers(plans[i]);
     });
 }
 

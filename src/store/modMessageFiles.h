@@ -7,6 +7,7 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace corva {
 
@@ -24,5 +25,8 @@ std::shared_ptr<clsMessage> readfullmessage(const std::string& path);
 // the file's other spelling: marking read or unread renames the file. An empty
 // message removes the file and writes nothing.
 void savemessage(const clsMessage& message);
+// savemessage for many messages, written together at about the disk's cost of
+// one; a message whose text could not be written keeps its old file.
+void savemessages(const std::vector<const clsMessage*>& messages);
 
 } // namespace corva

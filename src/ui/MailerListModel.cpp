@@ -30,7 +30,9 @@ const QIcon& MailerListModel::icon(const std::string& key) const {
 
 QVariant MailerListModel::data(const QModelIndex& index, int role) const {
     if (!index.isValid() || index.row() >= shown_ || index.row() >= mailer_.RowCount()) return {};
-    const MailerRow& r = mailer_.Row(index.row());
+    const MailerRow& r = role == Qt::DisplayRole || role == Qt::ToolTipRole
+                             ? mailer_.RowToShow(index.row())
+                             : mailer_.Row(index.row());
     const auto column = static_cast<MailerColumn>(index.column());
     switch (role) {
     case Qt::DisplayRole:
@@ -38,9 +40,9 @@ QVariant MailerListModel::data(const QModelIndex& index, int role) const {
         case MailerColumn::Icon:
             return {};
         case MailerColumn::Who:
-            return toDisplay(r.Who);
+            return toDisplay(r.Who, r.WhoCharset);
         case MailerColumn::Subject:
-            return toDisplay(r.Subject);
+            return toDisplay(r.Subject, r.SubjectCharset);
         case MailerColumn::ReceiveDate:
             return toDisplay(r.ReceiveDate);
         case MailerColumn::SendDate:
@@ -71,7 +73,7 @@ QVariant MailerListModel::data(const QModelIndex& index, int role) const {
         if (column == MailerColumn::Size) return QVariant(Qt::AlignRight | Qt::AlignVCenter);
         return {};
     case Qt::ToolTipRole:
-        if (column == MailerColumn::Subject) return toDisplay(r.Subject);
+        if (column == MailerColumn::Subject) return toDisplay(r.Subject, r.SubjectCharset);
         return {};
     default:
         return {};

@@ -442,6 +442,9 @@ void MailerWindow::RowsAppended(long) {
     // the event loop, a batch at a time.
     if (model_->rowCount() == 0) {
         model_->catchUp();
+        // Painted now, not at the next pass of the loop: a big folder is still
+        // being read, and the user sees its first screenful meanwhile.
+        if (list_->isVisible()) list_->viewport()->repaint();
         return;
     }
     scheduleCatchUp();

@@ -25,10 +25,30 @@ QString fromUtf8(const std::string& text) {
     return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
 }
 
-// UTF-16 position of a byte offset into UTF-8 text.
-int unitsBefore(const std::string& text, size_t bytes) {
-    return static_cast<int>(fromUtf8(text.substr(0, bytes)).size());
-}
+// Walks UTF-8 text once, turning ascending byte offsets into UTF-16
+// positions; converting each offset from the start would be quadratic.
+class Utf16Positions {
+public:
+    explicit Utf16Positions(const std::string& text) : text_(text) {}
+    int at(size_t offset) {
+        while (byte_ < offset && byte_ < text_.size()) {
+            auto c = static_cast<unsigned char>(text_[byte_]);
+            size_t length = c < 0x80         ? 1
+                            : (c >> 5) == 6  ? 2
+                            : (c >> 4) == 14 ? 3
+                            : (c >> 3) == 30 ? 4
+                                             : 1;
+            units_ += length == 4 ? 2 : 1;
+            byte_ += length;
+        }
+        return units_;
+    }
+
+private:
+    const std::string& text_;
+    size_t byte_ = 0;
+    int units_ = 0;
+};
 
 } // namespace
 
@@ -162,13 +182,15 @@ void MessagePreviewPane::showText(const std::string& text, const std::vector<Tex
     QTextCharFormat underline;
     underline.setFontUnderline(true);
     underline.setForeground(palette().color(QPalette::Link));
+    QTextCursor cursor(text_->document());
+    cursor.beginEditBlock();
+    Utf16Positions position(text);
     for (const TextRange& range : links) {
-        QTextCursor cursor(text_->document());
-        int start = unitsBefore(text, range.start);
-        cursor.setPosition(start);
-        cursor.setPosition(unitsBefore(text, range.start + range.length), QTextCursor::KeepAnchor);
+        cursor.setPosition(position.at(range.start));
+        cursor.setPosition(position.at(range.start + range.length), QTextCursor::KeepAnchor);
         cursor.mergeCharFormat(underline);
     }
+    cursor.endEditBlock();
     text_->setUpdatesEnabled(true);
     text_->moveCursor(QTextCursor::Start);
     text_->ensureCursorVisible();

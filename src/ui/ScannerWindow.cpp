@@ -309,8 +309,9 @@ void ScannerWindow::act(const QString& key) {
     } else if (key == "mailer") {
         openMailer();
     } else if (key == "close") {
-        // As the close box: the state is kept and the window hides.
-        main_->QueryUnload(true);
+        // As the close box: the state is kept and the window hides, or with
+        // no tray to come back from, the program ends.
+        if (!main_->QueryUnload(true) && main_->shutDown()) qApp->quit();
     } else if (key == "quit") {
         quit();
     }

@@ -388,3 +388,17 @@ TEST_F(MailerTest, SplitMessageSavesTheSelectedTextAsAPart) {
     mailer_->mnuDupeEmail();
     EXPECT_EQ(mailer_->Row(2).Subject, "PART: alpha");
 }
+
+TEST_F(MailerTest, ACachedRowFindsItsSubjectCharsetInItsFile) {
+    std::string koi8 = "=?koi8-r?B?8NLJ18XULCDNydI=?=";
+    add("Inbox/", "k.eml", koi8, true);
+    add("Inbox/", "a.eml", "plain", true);
+    open();
+    // The second listing comes from the cache, which keeps no header text.
+    click("Outbox");
+    click("Inbox");
+    long row = rowOf("\xf0\xd2\xc9\xd7\xc5\xd4, \xcd\xc9\xd2");
+    ASSERT_GE(row, 0);
+    EXPECT_EQ(LCase(mailer_->RowToShow(row).SubjectCharset), "koi8-r");
+    EXPECT_EQ(mailer_->RowToShow(rowOf("plain")).SubjectCharset, "");
+}

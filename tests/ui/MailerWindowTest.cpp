@@ -35,6 +35,11 @@ std::vector<std::string> emlIn(const std::string& folder) {
     return names;
 }
 
+// Stored messages end their lines as the store does.
+std::string crlf(const std::string& text) {
+    return Replace(text, "\n", "\r\n");
+}
+
 class MailerWindowTest : public ScannerFixture {
 protected:
     static void SetUpTestSuite() {
@@ -130,6 +135,24 @@ TEST_F(MailerWindowTest, RetrievedMailIsListedDeletedAndDragged) {
 
     w->resize(1100, 720);
     saveScreenshot(*w, QStringLiteral("mailer"));
+
+    // Subjects in the charsets their encoded words name.
+    writeFile(inbox + "Keep/KOI8.EML",
+              mailText("ivan@example.ru", "ann@a.test", "=?koi8-r?B?8NLJ18XULCDNydI=?="));
+    writeFile(inbox + "Keep/JIS.EML",
+              crlf(mailText("taro@example.jp", "ann@a.test",
+                            "=?ISO-2022-JP?B?GyRCJDMkcyRLJEEkT0AkMyYbKEI=?=")));
+    mailer.ClickedRescanFolders();
+    w->folderTree().setCurrentItem(w->nodeItem(keep));
+    QStringList subjects;
+    for (int r = 0; r < w->listModel().rowCount(); ++r)
+        subjects << w->listModel().data(w->listModel().index(r, 2), Qt::DisplayRole).toString();
+    EXPECT_TRUE(subjects.contains(QString::fromUtf8("Привет, мир")))
+        << subjects.join("|").toStdString();
+    EXPECT_TRUE(subjects.contains(QString::fromUtf8("こんにちは世界")))
+        << subjects.join("|").toStdString();
+    saveScreenshot(*w, QStringLiteral("mailer-charsets"));
+    w->folderTree().setCurrentItem(w->nodeItem(mailer.FindNode("Inbox")));
 
     QPalette dark;
     dark.setColor(QPalette::Window, QColor(0x2B, 0x2B, 0x2B));

@@ -307,6 +307,12 @@ TEST_F(ScannerLifeTest, WithoutATrayTheCloseBoxQuitsAndCtrlQQuitsAlways) {
 
     stop();
     start();
+    window->setTrayAvailable(false);
+    window->toolbarAction("close")->trigger();
+    EXPECT_TRUE(main->shutDown()) << "the Close button is the close box";
+
+    stop();
+    start();
     for (QShortcut* key : window->findChildren<QShortcut*>())
         if (key->key() == QKeySequence(Qt::CTRL | Qt::Key_Q)) emit key->activated();
     EXPECT_TRUE(main->shutDown());
