@@ -120,7 +120,8 @@ TEST_F(SettingsDialogTest, OkWritesEveryEditedAccountAndTheGlobalsToCorvaIni) {
     ui::SettingsDialog again(window.get());
     EXPECT_EQ(again.field("TITLE")->text(), "Home");
     again.selectAccount(1);
-    EXPECT_EQ(again.field("SERVER")->text(), "pop.work.test");
+    EXPECT_EQ(again.field("SERVER")->text(), "pop.work.test:995");
+    EXPECT_EQ(again.smtpSecurity()->currentIndex(), 2);
     EXPECT_TRUE(again.box("STARTMIN")->isChecked());
 }
 
