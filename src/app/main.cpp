@@ -28,13 +28,15 @@ void printUsage(std::ostream& out) {
 #else
     out << "The desktop windows are not part of this build yet; use the commands below.\n\n";
 #endif
+    size_t width = 0;
+    for (const auto& c : corva::app::Commands())
+        width = std::max(width, std::string(c.name).size());
     for (bool developer : {false, true}) {
         out << (developer ? "\nDeveloper commands:\n" : "Commands:\n");
         for (const auto& c : corva::app::Commands()) {
             if (c.developer != developer) continue;
             std::string name = c.name;
-            out << "  " << name << std::string(name.size() < 14 ? 14 - name.size() : 1, ' ')
-                << c.summary << "\n";
+            out << "  " << name << std::string(width + 2 - name.size(), ' ') << c.summary << "\n";
         }
     }
     out << "\nOptions for every command:\n"
