@@ -4,12 +4,16 @@
 #include "app/ScanPrinter.h"
 #include "core/Account.h"
 #include "core/AppInfo.h"
+#include "core/FileSubs.h"
 #include "core/Strings.h"
+#include "core/TerminalText.h"
 #include "core/mSHAREDSettings.h"
+#include "message/clsMessage.h"
 #include "platform/Platform.h"
 
 #include <climits>
 #include <csignal>
+#include <deque>
 #include <iostream>
 #include <unistd.h>
 
@@ -88,6 +92,44 @@ std::optional<int> RequireAccount(const std::string& command, int number, bool n
     return RefuseWith(command, "there is no account " + std::to_string(number) + " (" +
                                    account.key(needsServer ? "SERVER" : "SMTP") +
                                    " is not set; 'corva account list' shows the accounts)");
+}
+
+bool ReadMessageFile(const std::string& file, bool headersOnly, clsMessage& msg) {
+    std::string text;
+    if (!FileExists(file) || !LoadTextFile(file, text)) {
+        std::cerr << "Can't read " << terminalLine(file) << "\n";
+        return false;
+    }
+    msg.CreateFromText(text, headersOnly);
+    return true;
+}
+
+const char* CycleCommandHelp(const char* opening) {
+    static const char* const shared =
+        "Output: a table of Status (PASS, SPAM?, IGNORE, FAIL, BLOCK), Size, From,\n"
+        "Subject, Filtered By, To, Accnt, Msg (its place in the account) and MsgNum\n"
+        "(its place in the cycle), fitted to the terminal's width ($COLUMNS, else the\n"
+        "terminal's; piped, the usual widths), with server lines (\"== ... ==\") and\n"
+        "notices (\"-- ...\") between, then the counts: \"Seen: N  Kept: N  Deleted on\n"
+        "server: N  Saved: N  Total deleted: N\". Lines are coloured by verdict on a\n"
+        "terminal.\n"
+        "--tabs writes only the message rows to standard output, every field whole and\n"
+        "separated by a tab; server lines, notices and counts go to standard error.\n"
+        "--json writes one object at the end: \"messages\", a list of {\"status\",\n"
+        "\"size\" (KB), \"from\", \"subject\", \"filteredBy\", \"to\", \"account\", \"msg\",\n"
+        "\"msgNum\", \"colour\" (\"#RRGGBB\")}; \"notices\", a list of {\"kind\" (\"server\" or\n"
+        "\"notice\"), \"text\"}; then \"seen\", \"kept\", \"deletedOnServer\", \"saved\",\n"
+        "\"totalDeleted\" and \"problems\". Text is decoded as the windows decode it.\n"
+        "Progress goes to standard error: one line that rewrites itself on a terminal,\n"
+        "every step on its own line with --verbose, nothing with --quiet.\n"
+        "N must be an account that exists (its SERVERn is set), else the exit status\n"
+        "is 2. A server written as host:port is reached on that port, else on 110.\n"
+        "The exit status is 1 when a server failed, timed out or could not be reached,\n"
+        "or did not confirm the end of a session in which messages were deleted.";
+    // A deque never moves what it holds, so each pointer handed out stays good.
+    static std::deque<std::string> texts;
+    texts.push_back(std::string(opening) + shared);
+    return texts.back().c_str();
 }
 
 int RunCycleCommand(CommandArgs& args, bool retrieve, const char* name) {

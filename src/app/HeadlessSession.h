@@ -9,6 +9,10 @@
 #include <optional>
 #include <string>
 
+namespace corva {
+class clsMessage;
+}
+
 namespace corva::app {
 
 class CommandArgs;
@@ -60,5 +64,13 @@ std::optional<int> RequireAccount(const std::string& command, int number, bool n
 
 // scan and fetch: one cycle over every account or one, printed as the list.
 int RunCycleCommand(CommandArgs& args, bool retrieve, const char* name);
+
+// check and score: the message in FILE (only its headers with headersOnly).
+// A file that can't be read is named on stderr and gives false.
+bool ReadMessageFile(const std::string& file, bool headersOnly, clsMessage& msg);
+
+// The help of scan and fetch: the command's own opening, then the list, the
+// options and the exit status they share. The text lives as long as the program.
+const char* CycleCommandHelp(const char* opening);
 
 } // namespace corva::app

@@ -44,16 +44,13 @@ int run(CommandArgs& args) {
         if (auto refused = RequireAccount("check", *account, false)) return *refused;
     frmFilters& filters = local ? session.localFilters() : session.serverFilters();
     int status = 0;
-    std::string text;
     std::ostream& o = std::cout;
     for (const std::string& file : files) {
-        if (!FileExists(file) || !LoadTextFile(file, text)) {
-            std::cerr << "Can't read " << terminalLine(file) << "\n";
+        clsMessage msg;
+        if (!ReadMessageFile(file, headersOnly, msg)) {
             status = 1;
             continue;
         }
-        clsMessage msg;
-        msg.CreateFromText(text, headersOnly);
         msg.FromAccount = static_cast<int16_t>(account.value_or(0));
         filters.CheckMessage(msg, !noBayes);
         const std::string subjectCharset = headerCharset(msg.Headers, "Subject");

@@ -36,15 +36,12 @@ int run(CommandArgs& args) {
     if (filter.WordTable().MaxIndex == 0)
         std::cerr << "No word table yet: run 'corva train' first.\n";
     int status = 0;
-    std::string text;
     for (const std::string& file : files) {
-        if (!FileExists(file) || !LoadTextFile(file, text)) {
-            std::cerr << "Can't read " << terminalLine(file) << "\n";
+        clsMessage msg;
+        if (!ReadMessageFile(file, headersOnly, msg)) {
             status = 1;
             continue;
         }
-        clsMessage msg;
-        msg.CreateFromText(text, headersOnly);
         float score = 0;
         filter.Spamminess(msg, headersOnly, score);
         const std::vector<std::string> lines =
