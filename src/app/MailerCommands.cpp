@@ -1,5 +1,6 @@
 #include "app/MailerCommands.h"
 
+#include "app/Command.h"
 #include "core/FileSubs.h"
 #include "core/Globals.h"
 #include "core/Strings.h"
@@ -13,6 +14,14 @@ std::string folderArgument(const std::string& name) {
     std::string relative = ToSlashes(name);
     while (!relative.empty() && relative.front() == '/') relative.erase(0, 1);
     return addslash(ResolvePath(addslash(MessageFolder) + relative));
+}
+
+std::optional<int> openFolderArgument(frmMailer& mailer, CommandMailerView& view,
+                                      const std::string& command, const std::string& name) {
+    mailer.setView(&view);
+    if (mailer.OpenFolder(folderArgument(name))) return std::nullopt;
+    mailer.setView(nullptr);
+    return RefuseWith(command, "no mail folder " + name + " (see corva folders)");
 }
 
 std::map<std::string, std::vector<std::string>> filesByFolder(const std::vector<std::string>& files,
@@ -51,6 +60,21 @@ std::vector<std::string> selectFiles(frmMailer& mailer, CommandMailerView& view,
     for (const auto& f : files)
         if (!found.count(LCase(f))) left.push_back(f);
     return left;
+}
+
+long takeFiles(frmMailer& mailer, CommandMailerView& view, const std::vector<std::string>& names,
+               std::vector<std::string>& missing,
+               const std::function<void(const std::string& folder,
+                                        const std::vector<std::string>& files)>& take) {
+    long taken = 0;
+    for (const auto& [folder, files] : filesByFolder(names, missing)) {
+        std::vector<std::string> left = selectFiles(mailer, view, folder, files);
+        missing.insert(missing.end(), left.begin(), left.end());
+        const long before = mailer.RowCount();
+        take(folder, files);
+        taken += before - mailer.RowCount();
+    }
+    return taken;
 }
 
 } // namespace corva::app

@@ -4,7 +4,9 @@
 
 #include "mailer/frmMailer.h"
 
+#include <functional>
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -24,6 +26,11 @@ public:
 // separator) as its directory under the message folder, ending in "/".
 std::string folderArgument(const std::string& name);
 
+// Sets the view and opens the folder named on the command line. When there is
+// no such folder it says so, unsets the view and gives the status 2.
+std::optional<int> openFolderArgument(frmMailer& mailer, CommandMailerView& view,
+                                      const std::string& command, const std::string& name);
+
 // The files grouped by their folder, each as the store spells it; a file
 // that doesn't exist goes to missing.
 std::map<std::string, std::vector<std::string>> filesByFolder(const std::vector<std::string>& files,
@@ -34,5 +41,12 @@ std::map<std::string, std::vector<std::string>> filesByFolder(const std::vector<
 std::vector<std::string> selectFiles(frmMailer& mailer, CommandMailerView& view,
                                      const std::string& folder,
                                      const std::vector<std::string>& files);
+
+// Selects the files folder by folder and has take act on each selection,
+// giving how many rows left their folders; the files not listed go to missing.
+long takeFiles(frmMailer& mailer, CommandMailerView& view, const std::vector<std::string>& names,
+               std::vector<std::string>& missing,
+               const std::function<void(const std::string& folder,
+                                        const std::vector<std::string>& files)>& take);
 
 } // namespace corva::app

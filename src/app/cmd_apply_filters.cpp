@@ -16,13 +16,8 @@ int run(CommandArgs& args) {
     HeadlessSession session;
     frmMailer& mailer = *session.main().Mailer();
     CommandMailerView view;
-    mailer.setView(&view);
-    if (!mailer.OpenFolder(folderArgument(args.rest().front()))) {
-        mailer.setView(nullptr);
-        std::cerr << "corva apply-filters: no mail folder " << args.rest().front()
-                  << " (see corva folders)\n";
-        return 2;
-    }
+    if (auto status = openFolderArgument(mailer, view, "apply-filters", args.rest().front()))
+        return *status;
     const long checked = mailer.RowCount();
     view.statuses.clear();
     mailer.ApplyLocalFilters();

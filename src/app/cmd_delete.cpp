@@ -17,14 +17,8 @@ int run(CommandArgs& args) {
     CommandMailerView view;
     mailer.setView(&view);
     std::vector<std::string> missing;
-    long deleted = 0;
-    for (const auto& [folder, files] : filesByFolder(names, missing)) {
-        std::vector<std::string> left = selectFiles(mailer, view, folder, files);
-        missing.insert(missing.end(), left.begin(), left.end());
-        long before = mailer.RowCount();
-        mailer.DeleteSelected();
-        deleted += before - mailer.RowCount();
-    }
+    const long deleted = takeFiles(mailer, view, names, missing,
+                                   [&](const auto&, const auto&) { mailer.DeleteSelected(); });
     mailer.setView(nullptr);
     for (const auto& m : missing) std::cerr << "Not a message in a mail folder: " << m << "\n";
     std::cout << "Deleted " << deleted << (deleted == 1 ? " message" : " messages") << "\n";

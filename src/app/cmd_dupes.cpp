@@ -16,13 +16,8 @@ int run(CommandArgs& args) {
     HeadlessSession session;
     frmMailer& mailer = *session.main().Mailer();
     CommandMailerView view;
-    mailer.setView(&view);
-    if (!mailer.OpenFolder(folderArgument(args.rest().front()))) {
-        mailer.setView(nullptr);
-        std::cerr << "corva dupes: no mail folder " << args.rest().front()
-                  << " (see corva folders)\n";
-        return 2;
-    }
+    if (auto status = openFolderArgument(mailer, view, "dupes", args.rest().front()))
+        return *status;
     mailer.SortBy(MailerColumn::Subject);
     mailer.seldupes();
     for (long r : view.selection)

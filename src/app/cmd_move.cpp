@@ -28,20 +28,17 @@ int run(CommandArgs& args) {
         return 2;
     }
     std::vector<std::string> missing;
-    long moved = 0;
-    for (const auto& [folder, files] : filesByFolder(names, missing)) {
-        std::vector<std::string> left = selectFiles(mailer, view, folder, files);
-        missing.insert(missing.end(), left.begin(), left.end());
-        if (view.selection.empty()) continue;
-        if (!mailer.treeview1_oledragover(node)) {
-            std::cerr << "Can't move from " << folder << " into " << target << "\n";
-            missing.insert(missing.end(), files.begin(), files.end());
-            continue;
-        }
-        long before = mailer.RowCount();
-        mailer.treeview1_oledragdrop(node);
-        moved += before - mailer.RowCount();
-    }
+    const long moved =
+        takeFiles(mailer, view, names, missing,
+                  [&](const std::string& folder, const std::vector<std::string>& files) {
+                      if (view.selection.empty()) return;
+                      if (!mailer.treeview1_oledragover(node)) {
+                          std::cerr << "Can't move from " << folder << " into " << target << "\n";
+                          missing.insert(missing.end(), files.begin(), files.end());
+                          return;
+                      }
+                      mailer.treeview1_oledragdrop(node);
+                  });
     mailer.setView(nullptr);
     for (const auto& m : missing) std::cerr << "Not moved: " << m << "\n";
     std::cout << "Moved " << moved << (moved == 1 ? " message" : " messages") << " to " << target
