@@ -1,6 +1,5 @@
 #include "cycle/MailerCycleLink.h"
 
-#include "core/Account.h"
 #include "core/ErrorHandler.h"
 #include "cycle/frmMain.h"
 #include "cycle/modScannerCommands.h"
@@ -65,19 +64,11 @@ void MailerCycleLink::BounceMessage(const std::string& path) {
         auto msg = readfullmessage(path);
         if (msg->Filename().empty()) return;
         auto& prompts = platform::current().prompts();
-        auto bounce = BuildBounce(*msg, Account(msg->FromAccount).replyAddress());
-        if (!bounce) {
+        if (!SpoolBounce(main_, *msg)) {
             prompts.messageBox("Couldn't bounce message - can't determine the sender's email.",
                                platform::Buttons::Ok, platform::Icon::Exclamation, "Corva");
             return;
         }
-        clsMessage out;
-        out.From = bounce->From;
-        out.To_Email = bounce->To;
-        out.Subject = bounce->Subject;
-        out.MessageBody = bounce->Body;
-        out.FromAccount = msg->FromAccount;
-        main_.SendMailWrapper().SpoolMessage(out, bounce->From, "");
         prompts.messageBox("Selected messages have been bounced. If you change your mind, delete "
                            "the outbound messages before you do another 'send/receive mail'",
                            platform::Buttons::Ok, platform::Icon::Information, "Corva");

@@ -121,19 +121,11 @@ int BounceLines(frmMain& main, const std::vector<ListLine>& lines) {
     for (const ListLine& line : lines) {
         auto msg = MessageOfLine(main, line);
         if (!msg) continue;
-        auto bounce = BuildBounce(*msg, Account(msg->FromAccount).replyAddress());
-        if (!bounce) {
+        if (!SpoolBounce(main, *msg)) {
             tell("Couldn't bounce message - can't determine the sender's email.",
                  platform::Icon::Exclamation);
             continue;
         }
-        clsMessage out;
-        out.From = bounce->From;
-        out.To_Email = bounce->To;
-        out.Subject = bounce->Subject;
-        out.MessageBody = bounce->Body;
-        out.FromAccount = msg->FromAccount;
-        main.SendMailWrapper().SpoolMessage(out, bounce->From, "");
         ++bounced;
     }
     if (bounced)
@@ -222,6 +214,19 @@ std::string BounceRecipient(const clsMessage& msg, const std::string& replyAddre
     if (size_t blank = to.find(' '); blank != std::string::npos) to = to.substr(blank + 1);
     if (size_t comma = to.find(','); comma != std::string::npos) to = to.substr(0, comma);
     return to;
+}
+
+bool SpoolBounce(frmMain& main, const clsMessage& msg) {
+    auto bounce = BuildBounce(msg, Account(msg.FromAccount).replyAddress());
+    if (!bounce) return false;
+    clsMessage out;
+    out.From = bounce->From;
+    out.To_Email = bounce->To;
+    out.Subject = bounce->Subject;
+    out.MessageBody = bounce->Body;
+    out.FromAccount = msg.FromAccount;
+    main.SendMailWrapper().SpoolMessage(out, bounce->From, "");
+    return true;
 }
 
 std::optional<Bounce> BuildBounce(const clsMessage& msg, const std::string& replyAddress) {

@@ -80,6 +80,9 @@ struct Bounce {
 // Empty when the sender can't be told; replyAddress is the account's own
 // address, the last choice for the recipient that "failed".
 std::optional<Bounce> BuildBounce(const clsMessage& msg, const std::string& replyAddress);
+// Spools the failure notice for msg from its account; false when the sender
+// can't be told, and nothing is spooled.
+bool SpoolBounce(frmMain& main, const clsMessage& msg);
 // The recipient that "failed", reduced as the notice names it.
 std::string BounceRecipient(const clsMessage& msg, const std::string& replyAddress);
 
