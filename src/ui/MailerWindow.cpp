@@ -8,6 +8,7 @@
 #include "ui/MailerListModel.h"
 #include "ui/MailerPreview.h"
 #include "ui/TextWindow.h"
+#include "ui/WindowStates.h"
 
 #include <QApplication>
 #include <QClipboard>
@@ -300,12 +301,7 @@ void MailerWindow::showContextMenu(const QPoint& pos) {
 // ---- frmMailerView: the window ----
 
 void MailerWindow::ShowWindow() {
-    if (windowState_ == WindowState::Maximised)
-        showMaximized();
-    else
-        showNormal();
-    raise();
-    activateWindow();
+    showInFront(*this, windowState_ == WindowState::Maximised);
 }
 
 void MailerWindow::HideWindow() {
@@ -324,9 +320,7 @@ MailerGeometry MailerWindow::Geometry() const {
     QRect normal = isMaximized() || isMinimized() ? normalGeometry() : geometry();
     g.MailerWidth = normal.width() * kTwipsPerPixel;
     g.MailerHeight = normal.height() * kTwipsPerPixel;
-    g.MailerWindowState = isMaximized()   ? WindowState::Maximised
-                          : isMinimized() ? WindowState::Minimised
-                                          : WindowState::Normal;
+    g.MailerWindowState = stateOf(*this);
     return g;
 }
 

@@ -22,6 +22,7 @@
 #include "ui/ScannerListModel.h"
 #include "ui/SettingsDialog.h"
 #include "ui/TextWindow.h"
+#include "ui/WindowStates.h"
 
 #include <QApplication>
 #include <QCloseEvent>
@@ -242,12 +243,7 @@ void ScannerWindow::buildToolbar() {
 
 void ScannerWindow::showFromTray() {
     // Back in the state the window was closed in.
-    if (sget("MainWindowState", 0).toNumber() == WindowState::Maximised)
-        showMaximized();
-    else
-        showNormal();
-    raise();
-    activateWindow();
+    showInFront(*this, sget("MainWindowState", 0).toNumber() == WindowState::Maximised);
 }
 
 void ScannerWindow::buildMenus() {
@@ -422,9 +418,7 @@ int ScannerWindow::WindowHeight() const {
 }
 
 int ScannerWindow::CurrentWindowState() const {
-    if (isMaximized()) return WindowState::Maximised;
-    if (isMinimized()) return WindowState::Minimised;
-    return WindowState::Normal;
+    return stateOf(*this);
 }
 
 void ScannerWindow::HideWindow() {
