@@ -17,21 +17,6 @@ namespace {
 
 using test::TempDir;
 
-class RecordingShell : public platform::Shell {
-public:
-    bool open(const std::string& target) override {
-        opened.push_back(target);
-        return true;
-    }
-    std::vector<std::string> opened;
-};
-
-class PreviewPlatform : public test::RecordingPlatform {
-public:
-    platform::Shell& shell() override { return shell_; }
-    RecordingShell shell_;
-};
-
 class RecordingView : public MessageDisplayView {
 public:
     bool headerLineFits(const std::string& line) override { return line.size() <= width; }
@@ -95,7 +80,7 @@ std::vector<std::string> linkTexts(const std::string& text) {
 class MessageDisplayTest : public ::testing::Test {
 protected:
     MessageDisplayTest() : scoped_(platform_) {}
-    PreviewPlatform platform_;
+    test::ShellRecordingPlatform platform_;
     platform::ScopedPlatform scoped_;
     RecordingView view;
     MessageDisplay display{view};

@@ -10,10 +10,12 @@
 #include "message/clsMessage.h"
 #include "platform/qt/QtPlatform.h"
 #include "pop3/frmGetMail.h"
+#include "support/FakeServer.h"
 #include "support/TempDir.h"
 
 #include <functional>
 #include <gtest/gtest.h>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -172,6 +174,28 @@ protected:
     ScriptedPrompts prompts;
     platform::qt::QtPlatform platform_;
     platform::ScopedPlatform installed_{platform_};
+};
+
+// A session of account 0 ("ann", "pw") against a scripted server.
+class ScriptedServerTest : public Pop3Test {
+protected:
+    void SetUp() override {
+        Pop3Test::SetUp();
+        pop.setListener(&log);
+    }
+    void start(const std::vector<ScriptStep>& steps) {
+        server = std::make_unique<FakeServer>(steps);
+        account(0, server->address(), "ann", "pw");
+    }
+    // Checks that the client kept to the script and closed.
+    void expectKeptToScript() {
+        EXPECT_TRUE(server->waitClosed(3000));
+        EXPECT_EQ(server->problems(), "");
+    }
+
+    EventLog log;
+    frmGetMail pop;
+    std::unique_ptr<FakeServer> server;
 };
 
 inline std::string message(const std::string& from, const std::string& subject,

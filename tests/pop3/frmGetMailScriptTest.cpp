@@ -3,7 +3,6 @@
 #include "Pop3Harness.h"
 
 #include "core/mSHAREDLogging.h"
-#include "support/FakeServer.h"
 
 #include <chrono>
 #include <regex>
@@ -47,26 +46,7 @@ Steps quit() {
 
 using Outline = std::vector<std::string>;
 
-class ScriptTest : public Pop3Test {
-protected:
-    void SetUp() override {
-        Pop3Test::SetUp();
-        pop.setListener(&log);
-    }
-    void start(const Steps& steps) {
-        server = std::make_unique<FakeServer>(steps);
-        account(0, server->address(), "ann", "pw");
-    }
-    // Checks that the client kept to the script and closed.
-    void expectKeptToScript() {
-        EXPECT_TRUE(server->waitClosed(3000));
-        EXPECT_EQ(server->problems(), "");
-    }
-
-    EventLog log;
-    frmGetMail pop;
-    std::unique_ptr<FakeServer> server;
-};
+using ScriptTest = ScriptedServerTest;
 
 TEST_F(ScriptTest, GreetingThatIsNotOkEndsWithTheServersTextAndQuit) {
     start({Say("-ERR too busy, try later\r\n"), Expect("QUIT\r\n")});

@@ -3,7 +3,6 @@
 // fails (unknown, expired, wrong host, changed since trusted).
 #include "Pop3Harness.h"
 
-#include "support/FakeServer.h"
 #include "support/TestCertificates.h"
 
 namespace corva::test {
@@ -22,30 +21,23 @@ const Steps loginToEmptyBox = {Expect("USER ann\r\n"), Say("+OK\r\n"),     Expec
                                Expect("STAT\r\n"),     Say("+OK 0 0\r\n"), Expect("QUIT\r\n"),
                                Say("+OK bye\r\n")};
 
-class TlsScriptTest : public Pop3Test {
+class TlsScriptTest : public ScriptedServerTest {
 protected:
     void SetUp() override {
-        Pop3Test::SetUp();
+        ScriptedServerTest::SetUp();
         ASSERT_TRUE(TestCertificates::get().ok());
-        pop.setListener(&log);
     }
     void start(int security, const Steps& steps,
                const ServerCertificate& certificate = TestCertificates::get().good) {
-        server = std::make_unique<FakeServer>(steps);
+        ScriptedServerTest::start(steps);
         server->useCertificate(certificate.chain, certificate.key);
-        account(0, server->address(), "ann", "pw");
         sset("POPSECURITY0", security);
     }
     void run() {
         pop.GetHeaders(0, false, false);
         ASSERT_TRUE(waitFinished(log, 8000));
-        EXPECT_TRUE(server->waitClosed(3000));
-        EXPECT_EQ(server->problems(), "");
+        expectKeptToScript();
     }
-
-    EventLog log;
-    frmGetMail pop;
-    std::unique_ptr<FakeServer> server;
 };
 
 TEST_F(TlsScriptTest, StlsThenTheUsualDialogueInsideTls) {

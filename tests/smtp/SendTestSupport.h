@@ -79,6 +79,14 @@ protected:
         sset("DisplayName" + n, name);
     }
 
+    // The account logs in with this name and password.
+    static void setLogin(int account, const std::string& user, const std::string& password) {
+        std::string n = std::to_string(account);
+        sset("SMTPAuth" + n, true);
+        sset("SMTPUname" + n, user);
+        sset("SMTPPwd" + n, password);
+    }
+
     static clsMessage composed(int account, const std::string& to, const std::string& subject,
                                const std::string& body, const std::string& cc = "") {
         clsMessage m;

@@ -125,9 +125,7 @@ TEST_F(SendFixture, RealServerOverTlsEitherWay) {
         ASSERT_TRUE(server.running());
         setAccount(0, server.port(), "ann@example.com");
         sset("SMTPSECURITY0", std::string(mode) == "implicit" ? 1 : 2);
-        sset("SMTPAuth0", true);
-        sset("SMTPUname0", "ann");
-        sset("SMTPPwd0", "secret");
+        setLogin(0, "ann", "secret");
         frmSendMailWrapper wrapper;
         UploadEvents events;
         wrapper.setListener(&events);

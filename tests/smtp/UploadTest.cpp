@@ -310,9 +310,7 @@ TEST_F(SendFixture, LoginAgainstARealServerFallsBackToTheStandardExchange) {
     SmtpServer server("ann", "secret");
     ASSERT_TRUE(server.running());
     setAccount(0, server.port(), "ann@example.com");
-    sset("SMTPAuth0", true);
-    sset("SMTPUname0", "ann");
-    sset("SMTPPwd0", "secret");
+    setLogin(0, "ann", "secret");
     frmSendMailWrapper wrapper;
     UploadEvents events;
     wrapper.setListener(&events);

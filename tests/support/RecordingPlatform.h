@@ -63,4 +63,20 @@ private:
     platform::Platform& base_;
 };
 
+class RecordingShell : public platform::Shell {
+public:
+    bool open(const std::string& target) override {
+        opened.push_back(target);
+        return true;
+    }
+    std::vector<std::string> opened;
+};
+
+// Also keeps what would have been opened in the browser or a viewer.
+class ShellRecordingPlatform : public RecordingPlatform {
+public:
+    platform::Shell& shell() override { return shell_; }
+    RecordingShell shell_;
+};
+
 } // namespace corva::test

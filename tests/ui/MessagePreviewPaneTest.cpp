@@ -21,21 +21,6 @@ namespace {
 
 using test::TempDir;
 
-class RecordingShell : public platform::Shell {
-public:
-    bool open(const std::string& target) override {
-        opened.push_back(target);
-        return true;
-    }
-    std::vector<std::string> opened;
-};
-
-class PanePlatform : public test::RecordingPlatform {
-public:
-    platform::Shell& shell() override { return shell_; }
-    RecordingShell shell_;
-};
-
 void screenshot(QWidget& widget, const QString& name, QMenu* menu = nullptr) {
     QCoreApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest);
     QPixmap picture = widget.grab();
@@ -70,7 +55,7 @@ protected:
         test::writeFile(path, text);
         pane.showMessage(path);
     }
-    PanePlatform platform_;
+    test::ShellRecordingPlatform platform_;
     platform::ScopedPlatform scoped_;
     TempDir dir;
     ui::MessagePreviewPane pane;
