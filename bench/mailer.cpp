@@ -6,13 +6,13 @@
 //   bench_mailer [N]
 #include "BenchSupport.h"
 #include "Corpus.h"
+#include "OffscreenBench.h"
 
 #include "core/FileSubs.h"
 #include "core/Globals.h"
 #include "core/mSHAREDSettings.h"
 #include "cycle/frmMain.h"
 #include "mailer/frmMailer.h"
-#include "platform/qt/QtPlatform.h"
 #include "support/TempDir.h"
 #include "ui/MailerListModel.h"
 #include "ui/MailerWindow.h"
@@ -36,21 +36,6 @@
 using namespace corva;
 
 namespace {
-
-class PrintingPrompts : public platform::Prompts {
-public:
-    platform::Answer messageBox(const std::string& text, platform::Buttons, platform::Icon,
-                                const std::string&) override {
-        std::cerr << "prompt: " << text << "\n";
-        return platform::Answer::Yes;
-    }
-    platform::PasswordReply askPassword(const std::string&) override { return {"", true, false}; }
-    std::optional<std::string> inputBox(const std::string&, const std::string&,
-                                        const std::string&) override {
-        return std::nullopt;
-    }
-    void setCursor(platform::Cursor) override {}
-};
 
 // The first paint of the list's rows after a click: installed on every
 // widget, it looks at paints of any list viewport that has rows.
@@ -100,13 +85,7 @@ private:
 } // namespace
 
 int main(int argc, char** argv) {
-    setenv("QT_QPA_PLATFORM", "offscreen", 0);
-    QApplication app(argc, argv);
-    QApplication::setQuitOnLastWindowClosed(false);
-    platform::qt::QtPlatform platform;
-    PrintingPrompts prompts;
-    platform.setPrompts(&prompts);
-    platform::ScopedPlatform installed(platform);
+    bench::OffscreenBench offscreen(argc, argv);
     const int count = argc > 1 ? std::atoi(argv[1]) : 50000;
 
     test::TempDir dir;
@@ -154,7 +133,7 @@ int main(int argc, char** argv) {
         click();
         double whole = bench::secondsSince(start);
         double cpuWhole = bench::cpuSeconds() - cpu;
-        while (first < 0 && bench::secondsSince(start) < 30) app.processEvents();
+        while (first < 0 && bench::secondsSince(start) < 30) QApplication::processEvents();
         poll.stop();
         std::printf("mailer: open %-24s first rows painted %4.0f ms, list complete %5.0f ms "
                     "(cpu %4.0f ms), %d rows\n",
@@ -171,7 +150,7 @@ int main(int argc, char** argv) {
     auto nodeOf = [&](const char* name) { return w->nodeItem(mailer.FindNode(name)); };
     auto clickInbox = [&] {
         w->folderTree().setCurrentItem(nodeOf("Outbox"));
-        app.processEvents();
+        QApplication::processEvents();
         watch.painted = false;
         watch.firstAt = -1;
         watch.start = bench::Clock::now();
@@ -195,11 +174,11 @@ int main(int argc, char** argv) {
         for (int step = 0; step <= 200; ++step) {
             bar->setValue(bar->minimum() + (bar->maximum() - bar->minimum()) * step / 200);
             w->listView().viewport()->repaint();
-            app.processEvents();
+            QApplication::processEvents();
         }
         for (int step = 200; step >= 0; step -= 10) {
             bar->setValue(bar->minimum() + (bar->maximum() - bar->minimum()) * step / 200);
-            app.processEvents();
+            QApplication::processEvents();
         }
         std::printf("mailer: scrolling end to end and back: %.0f ms, longest stall %lld ms\n",
                     bench::secondsSince(start) * 1000, static_cast<long long>(stall.stop()));
@@ -220,7 +199,7 @@ int main(int argc, char** argv) {
                 w->listView().viewport()->repaint();
                 cpu = bench::cpuSeconds() - before;
             });
-            for (int i = 0; i < 5; ++i) app.processEvents();
+            for (int i = 0; i < 5; ++i) QApplication::processEvents();
             worst = std::max(worst, stall.stop());
             cpuWorst = std::max(cpuWorst, cpu);
         }

@@ -1,9 +1,10 @@
 // How long the scanner window stops answering while a scan of 5,000 messages
 // fills its list: a 10 ms timer records the gaps between its ticks, against a
 // private Dovecot server. A gap far above 10 ms is time the user waited.
+#include "OffscreenBench.h"
+
 #include "core/mSHAREDSettings.h"
 #include "cycle/frmMain.h"
-#include "platform/qt/QtPlatform.h"
 #include "support/DovecotServer.h"
 #include "support/TempDir.h"
 #include "ui/ScannerListModel.h"
@@ -33,32 +34,10 @@ qint64 threadCpuMs() {
     return static_cast<qint64>(ts.tv_sec) * 1000 + ts.tv_nsec / 1000000;
 }
 
-// Nothing may wait on a person: prompts are printed and answered.
-class PrintingPrompts : public platform::Prompts {
-public:
-    platform::Answer messageBox(const std::string& text, platform::Buttons, platform::Icon,
-                                const std::string&) override {
-        std::cerr << "prompt: " << text << "\n";
-        return platform::Answer::Yes;
-    }
-    platform::PasswordReply askPassword(const std::string&) override { return {"", true, false}; }
-    std::optional<std::string> inputBox(const std::string&, const std::string&,
-                                        const std::string&) override {
-        return std::nullopt;
-    }
-    void setCursor(platform::Cursor) override {}
-};
-
 } // namespace
 
 int main(int argc, char** argv) {
-    setenv("QT_QPA_PLATFORM", "offscreen", 0);
-    QApplication app(argc, argv);
-    QApplication::setQuitOnLastWindowClosed(false);
-    platform::qt::QtPlatform platform;
-    PrintingPrompts prompts;
-    platform.setPrompts(&prompts);
-    platform::ScopedPlatform installed(platform);
+    bench::OffscreenBench offscreen(argc, argv);
     const int count = argc > 1 ? std::atoi(argv[1]) : 5000;
 
     if (!test::DovecotServer::available()) {
@@ -98,7 +77,7 @@ int main(int argc, char** argv) {
     // what the drawing costs.
     const bool shown = !std::getenv("UI_STALL_HIDDEN");
     if (shown) window.show();
-    app.processEvents();
+    QApplication::processEvents();
 
     std::vector<qint64> gaps;
     std::vector<int> linesAtGap;
@@ -122,7 +101,7 @@ int main(int argc, char** argv) {
     clock.start();
     ticker.start();
     main.mnuScan_Click();
-    platform.eventLoop().runUntil([&] { return !main.CycleRunning(); }, 600000);
+    offscreen.platform().eventLoop().runUntil([&] { return !main.CycleRunning(); }, 600000);
     const qint64 scanMs = clock.elapsed();
     ticker.stop();
 
