@@ -7,8 +7,8 @@
 #include "ui/Icons.h"
 #include "ui/MailerListModel.h"
 #include "ui/MailerPreview.h"
+#include "ui/MainWindows.h"
 #include "ui/TextWindow.h"
-#include "ui/WindowStates.h"
 
 #include <QApplication>
 #include <QClipboard>
@@ -248,16 +248,7 @@ void MailerWindow::buildToolbar() {
 }
 
 void MailerWindow::buildKeys() {
-    auto key = [this](QKeySequence seq, frmMain::Key k, bool ctrl) {
-        auto* s = new QShortcut(seq, this);
-        connect(s, &QShortcut::activated, this, [this, k, ctrl] { main_.KeyDown(k, ctrl); });
-    };
-    key(Qt::Key_F2, frmMain::Key::F2, false);
-    key(Qt::Key_F3, frmMain::Key::F3, false);
-    key(Qt::Key_F5, frmMain::Key::F5, false);
-    key(Qt::CTRL | Qt::Key_F2, frmMain::Key::F2, true);
-    key(Qt::CTRL | Qt::Key_F3, frmMain::Key::F3, true);
-    key(Qt::CTRL | Qt::Key_F5, frmMain::Key::F5, true);
+    addCycleKeys(*this, [this](frmMain::Key k, bool ctrl) { main_.KeyDown(k, ctrl); });
     auto* quit = new QShortcut(Qt::CTRL | Qt::Key_Q, this);
     connect(quit, &QShortcut::activated, this, [this] { mailer_.Command("quit"); });
 }

@@ -19,10 +19,10 @@
 #include "ui/LogViewer.h"
 #include "ui/MailerPreview.h"
 #include "ui/MailerWindow.h"
+#include "ui/MainWindows.h"
 #include "ui/ScannerListModel.h"
 #include "ui/SettingsDialog.h"
 #include "ui/TextWindow.h"
-#include "ui/WindowStates.h"
 
 #include <QApplication>
 #include <QCloseEvent>
@@ -142,18 +142,9 @@ ScannerWindow::ScannerWindow() {
     buildMenus();
     buildStatusBar();
 
-    auto key = [this](QKeySequence seq, frmMain::Key k, bool ctrl) {
-        auto* s = new QShortcut(seq, this);
-        connect(s, &QShortcut::activated, this, [this, k, ctrl] {
-            if (main_) main_->KeyDown(k, ctrl);
-        });
-    };
-    key(Qt::Key_F2, frmMain::Key::F2, false);
-    key(Qt::Key_F3, frmMain::Key::F3, false);
-    key(Qt::Key_F5, frmMain::Key::F5, false);
-    key(Qt::CTRL | Qt::Key_F2, frmMain::Key::F2, true);
-    key(Qt::CTRL | Qt::Key_F3, frmMain::Key::F3, true);
-    key(Qt::CTRL | Qt::Key_F5, frmMain::Key::F5, true);
+    addCycleKeys(*this, [this](frmMain::Key k, bool ctrl) {
+        if (main_) main_->KeyDown(k, ctrl);
+    });
     auto* toMailer = new QShortcut(Qt::CTRL | Qt::Key_Space, this);
     connect(toMailer, &QShortcut::activated, this, [this] { openMailer(); });
     auto* quitKey = new QShortcut(QKeySequence(Qt::CTRL | Qt::Key_Q), this);
