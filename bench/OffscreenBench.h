@@ -2,7 +2,9 @@
 // and prompts printed and answered Yes, since nothing may wait on a person.
 #pragma once
 
+#include "cycle/frmMain.h"
 #include "platform/qt/QtPlatform.h"
+#include "ui/ScannerWindow.h"
 
 #include <QApplication>
 #include <cstdlib>
@@ -43,6 +45,19 @@ private:
     platform::qt::QtPlatform platform_;
     PrintingPrompts prompts_;
     platform::ScopedPlatform installed_{platform_};
+};
+
+// The scanner window and its program, started without the scan at start-up.
+struct StartedScanner {
+    StartedScanner() {
+        window.attach(&main);
+        frmMain::StartOptions options;
+        options.autoScan = frmMain::AutoScan::Off;
+        main.StartProgram(options);
+    }
+
+    ui::ScannerWindow window;
+    frmMain main{&window};
 };
 
 } // namespace corva::bench

@@ -92,12 +92,9 @@ int main(int argc, char** argv) {
     dir.makeProgramFolder();
     test::writeFile(dir.file("Corva.ini"), "DISABLEAUTOUPDATECHECK,TRUE\r\n");
 
-    ui::ScannerWindow scanner;
-    frmMain main(&scanner);
-    scanner.attach(&main);
-    frmMain::StartOptions options;
-    options.autoScan = frmMain::AutoScan::Off;
-    main.StartProgram(options);
+    bench::StartedScanner started;
+    ui::ScannerWindow& scanner = started.window;
+    frmMain& main = started.main;
 
     // The folder: realistic headers, short bodies (the list reads only headers),
     // all unread, received over the last months.

@@ -60,12 +60,9 @@ int main(int argc, char** argv) {
                                      std::to_string(i) + "@bench>\n\nHello there.\n");
     }
 
-    ui::ScannerWindow window;
-    frmMain main(&window);
-    window.attach(&main);
-    frmMain::StartOptions options;
-    options.autoScan = frmMain::AutoScan::Off;
-    main.StartProgram(options);
+    bench::StartedScanner started;
+    ui::ScannerWindow& window = started.window;
+    frmMain& main = started.main;
     sset("SERVER0", server.address());
     sset("UNAME0", "ann");
     sset("PWD0", "secret");
