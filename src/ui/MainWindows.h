@@ -31,9 +31,12 @@ inline int stateOf(const QWidget& window) {
 // F2, F3 and F5, alone and with Ctrl, handed to press.
 inline void addCycleKeys(QWidget& window, const std::function<void(frmMain::Key, bool)>& press) {
     for (bool ctrl : {false, true})
-        for (auto [qtKey, key] :
+        for (const auto& binding :
              {std::pair{Qt::Key_F2, frmMain::Key::F2}, std::pair{Qt::Key_F3, frmMain::Key::F3},
               std::pair{Qt::Key_F5, frmMain::Key::F5}}) {
+            // A named copy: clang 14 can't capture a structured binding.
+            const Qt::Key qtKey = binding.first;
+            const frmMain::Key key = binding.second;
             auto* shortcut =
                 new QShortcut(ctrl ? QKeySequence(Qt::CTRL | qtKey) : QKeySequence(qtKey), &window);
             QObject::connect(shortcut, &QShortcut::activated, &window,
