@@ -170,7 +170,12 @@ MailerWindow::MailerWindow(frmMain& main, QWidget* parent)
 }
 
 MailerWindow::~MailerWindow() {
-    mailer_.setView(nullptr);
+    if (!detached_) mailer_.setView(nullptr);
+}
+
+void MailerWindow::detach() {
+    detached_ = true;
+    list_->setModel(nullptr);
 }
 
 void MailerWindow::buildToolbar() {
@@ -341,8 +346,8 @@ void MailerWindow::closeEvent(QCloseEvent* event) {
 }
 
 void MailerWindow::changeEvent(QEvent* event) {
-    if (event->type() == QEvent::PaletteChange ||
-        event->type() == QEvent::ApplicationPaletteChange) {
+    if (!detached_ && (event->type() == QEvent::PaletteChange ||
+                       event->type() == QEvent::ApplicationPaletteChange)) {
         model_->setDarkPalette(darkPalette());
         for (const auto& [key, action] : actions_)
             if (!key.startsWith("menu:")) action->setIcon(commandIcon(images_[key]));

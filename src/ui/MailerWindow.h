@@ -65,6 +65,8 @@ public:
     frmMailer& mailer() { return mailer_; }
     MailerListModel& listModel() { return *model_; }
     QTreeView& listView() { return *list_; }
+    // Shutdown has let go of the mailer: from now on nothing reads it.
+    void detach();
     QTreeWidget& folderTree() { return *tree_; }
     QTreeWidgetItem* nodeItem(int node) const;
     QWidget* previewPane() const { return preview_; }
@@ -90,6 +92,7 @@ private:
     MailerListModel* model_ = nullptr;
     QTreeWidget* tree_ = nullptr;
     QTreeView* list_ = nullptr;
+    bool detached_ = false;
     QWidget* preview_ = nullptr;
     QSplitter* across_ = nullptr; // tree | list and preview
     QSplitter* down_ = nullptr;   // list over preview

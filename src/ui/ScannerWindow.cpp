@@ -782,7 +782,10 @@ void ScannerWindow::UnloadMailer() {
     if (MailerLoaded()) main_->Mailer()->Unload();
     if (main_ && main_->Mailer()) main_->Mailer()->setView(nullptr);
     // Quit may come from the mailer's own toolbar, still on the stack.
-    if (mailerWindow_) mailerWindow_->deleteLater();
+    if (mailerWindow_) {
+        mailerWindow_->detach();
+        mailerWindow_->deleteLater();
+    }
 }
 
 void ScannerWindow::ShowScanner() {
