@@ -76,7 +76,7 @@ TEST_F(TlsScriptTest, CertificatesThatFailAreRefusedWithTheirFingerprint) {
         start(1, {TlsRefused()}, *each.certificate);
         run();
         ASSERT_EQ(log.outline().size(), 3u);
-        const std::string& error = log.outline()[1];
+        const std::string error = log.outline()[1];
         EXPECT_NE(error.find("was not accepted"), std::string::npos) << error;
         EXPECT_NE(error.find(each.problem), std::string::npos) << error;
         EXPECT_NE(error.find("corva trust --account 0"), std::string::npos) << error;
