@@ -163,11 +163,7 @@ QSize ScannerWindow::firstWindowSize(const QSize& available) {
     return wanted.boundedTo(available * 0.95);
 }
 
-// The mailer window is a top-level window of its own; it reads frmMain's
-// mailer, so it must not outlive the window that opened it.
-ScannerWindow::~ScannerWindow() {
-    delete mailerWindow_.data();
-}
+ScannerWindow::~ScannerWindow() = default;
 
 void ScannerWindow::buildToolbar() {
     auto* bar = addToolBar(QStringLiteral("Main"));
