@@ -977,7 +977,9 @@ void frmMailer::Command(const std::string& key) {
             AddFolder();
         else if (key == "deletefolder")
             mnudeletefolder_click();
-        else if (key == "rescanfolders")
+        else if (key == "cms") {
+            if (ShowsTickets()) view_->ShowTicketList();
+        } else if (key == "rescanfolders")
             ClickedRescanFolders();
         else if (key == "splitmessage")
             mnuDupeEmail();
@@ -1002,6 +1004,10 @@ void frmMailer::Command(const std::string& key) {
             // windows come later.
             workInProgress();
     });
+}
+
+bool frmMailer::ShowsTickets() {
+    return sget("CMSMODE", false).toBool();
 }
 
 std::vector<MailerMenuEntry> frmMailer::ContextMenu() const {
@@ -1036,6 +1042,7 @@ std::vector<MailerMenuEntry> frmMailer::ContextMenu() const {
                                        {"print", "Print"},
                                        {"viewsource", "View source"},
                                        {"exportaddresses", "Export addresses"}});
+        if (ShowsTickets()) entries.insert(entries.end(), {{"", ""}, {"openincms", "Open in CMS"}});
     });
     return entries;
 }
@@ -1074,7 +1081,9 @@ void frmMailer::ContextCommand(const std::string& key) {
             events_->BounceMessage(paths.front());
         else if (key == "createfilter" || key == "createlocalfilter")
             events_->EditFilters(key == "createlocalfilter", paths.front());
-        else
+        else if (key == "openincms") {
+            if (ShowsTickets()) view_->OpenInCMS(paths.front());
+        } else
             // reply, addcontact, spamreport, exportaddresses: their windows
             // come later.
             workInProgress();
