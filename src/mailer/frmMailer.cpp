@@ -962,6 +962,8 @@ void frmMailer::Command(const std::string& key) {
         else if (key == "sendrcvdel")
             transfer("sendrcvdel", &frmMailerEvents::SendRcvDel);
         else if (key == "filters")
+            showbayes();
+        else if (key == "training")
             events_->ShowTraining();
         else if (key == "editlocal" || key == "editserver")
             events_->EditFilters(key == "editlocal", "");

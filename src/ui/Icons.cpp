@@ -204,11 +204,11 @@ QIcon commandIcon(const QString& key) {
                 QPolygonF{{s * 0.08, s * 0.5}, {s * 0.22, s * 0.66}, {s * 0.46, s * 0.3}});
             cross(p, QRectF(s * 0.6, s * 0.34, s * 0.3, s * 0.3), warn());
         });
-    if (key == "settings" || key == "filters")
+    if (key == "settings" || key == "filters" || key == "training")
         return render([key](QPainter& p, qreal s) {
             // A spanner: a ring with a bite, and a handle.
             p.setPen(
-                QPen(key == "filters" ? accent() : ink(), s * 0.14, Qt::SolidLine, Qt::RoundCap));
+                QPen(key == "settings" ? ink() : accent(), s * 0.14, Qt::SolidLine, Qt::RoundCap));
             p.drawLine(QPointF(s * 0.42, s * 0.58), QPointF(s * 0.84, s * 0.86));
             p.setBrush(Qt::NoBrush);
             p.drawArc(QRectF(s * 0.1, s * 0.1, s * 0.44, s * 0.44), 60 * 16, 300 * 16);

@@ -199,7 +199,8 @@ void ScannerWindow::buildToolbar() {
     entry("download", "Download mail");
     drop->addSeparator();
     entry("reinforce", "Reinforce Bayes from the list");
-    entry("filters", "Spam filters");
+    entry("filters", "Edit filters");
+    entry("training", "Train the spam filters");
     entry("serverfilters", "Server filters");
     entry("localfilters", "Local filters");
     entry("settings", "Settings");
@@ -299,9 +300,9 @@ void ScannerWindow::act(const QString& key) {
         viewer->show();
     } else if (key == "mailer") {
         openMailer();
-    } else if (key == "filters") {
+    } else if (key == "training") {
         ShowTrainingWindow();
-    } else if (key == "serverfilters" || key == "localfilters") {
+    } else if (key == "filters" || key == "serverfilters" || key == "localfilters") {
         ShowRuleEditor(key == "localfilters", nullptr, "");
     } else if (key == "close") {
         // As the close box: the state is kept and the window hides, or with

@@ -330,7 +330,7 @@ TEST_F(MailerTest, ToolbarKeys) {
             << key;
     }
 
-    for (const char* key : {"filters", "editlocal", "editserver"}) mailer_->Command(key);
+    for (const char* key : {"training", "editlocal", "editserver"}) mailer_->Command(key);
     select({0});
     mailer_->ContextCommand("createlocalfilter");
     EXPECT_EQ(events_.raised,
