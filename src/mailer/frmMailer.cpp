@@ -962,7 +962,9 @@ void frmMailer::Command(const std::string& key) {
         else if (key == "sendrcvdel")
             transfer("sendrcvdel", &frmMailerEvents::SendRcvDel);
         else if (key == "filters")
-            showbayes();
+            events_->ShowTraining();
+        else if (key == "editlocal" || key == "editserver")
+            events_->EditFilters(key == "editlocal", "");
         else if (key == "close")
             Hide();
         else if (key == "quit")
@@ -1003,8 +1005,7 @@ void frmMailer::Command(const std::string& key) {
         } else if (key == "search" || key == "mailmerge")
             view_->OpenTool(key);
         else
-            // tkl, newemail, forward, reply, contacts, editlocal, editserver:
-            // their windows come later.
+            // tkl, newemail, forward, reply, contacts: their windows come later.
             workInProgress();
     });
 }
@@ -1082,11 +1083,13 @@ void frmMailer::ContextCommand(const std::string& key) {
             view_->CopyToClipboard(extractemail(readmessageheader(paths.front())->From));
         else if (key == "bounce")
             events_->BounceMessage(paths.front());
+        else if (key == "createfilter" || key == "createlocalfilter")
+            events_->EditFilters(key == "createlocalfilter", paths.front());
         else if (key == "openincms") {
             if (ShowsTickets()) view_->OpenInCMS(paths.front());
         } else
-            // reply, addcontact, createfilter, createlocalfilter, spamreport,
-            // exportaddresses: their windows come later.
+            // reply, addcontact, spamreport, exportaddresses: their windows
+            // come later.
             workInProgress();
     });
 }
