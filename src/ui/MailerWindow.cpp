@@ -10,6 +10,7 @@
 #include "ui/MailerPreview.h"
 #include "ui/MainWindows.h"
 #include "ui/TextWindow.h"
+#include "ui/ToolWindows.h"
 
 #include <QApplication>
 #include <QClipboard>
@@ -206,7 +207,8 @@ void MailerWindow::buildToolbar() {
                             {"editlocal", "Edit local filters"},
                             {"editserver", "Edit server filters"},
                             {"training", "Train the spam filters"}})},
-        {"settings", menuOf({{"seldupes", "Select duplicates"},
+        {"settings", menuOf({{"search", "Search"},
+                             {"seldupes", "Select duplicates"},
                              {"archive", "Archive"},
                              {"importmail", "Import mail"},
                              {"newfolder", "New folder"},
@@ -563,6 +565,10 @@ void MailerWindow::PreviewMessage(const std::string& path) {
 void MailerWindow::OpenReader(const std::string& path) {
     auto message = readfullmessage(path);
     if (!message->Filename().empty()) showInReader(this, *message);
+}
+
+void MailerWindow::OpenTool(const std::string& key) {
+    openToolWindow(this, key, [this](const std::string& path) { OpenReader(path); });
 }
 
 std::string MailerWindow::PreviewSelectedText() const {
