@@ -53,9 +53,9 @@ std::string SendAcknowledgement(const clsCMSTicket& ticket, frmSendMailWrapper& 
                 "Please set up an email account before using this feature");
             return std::string();
         }
-        // The desk's own address on the wire: the account's display name goes
-        // with it, the sender name stays in the message's Reply-To field.
-        return wrapper.SpoolMessage(message, message.From, "");
+        // Spooled with the account's own identity, as every producer does:
+        // ReturnEmail and the sender name stay in the message's fields only.
+        return wrapper.SpoolMessage(message, "", "");
     });
 }
 
