@@ -238,7 +238,7 @@ public:
     }
 };
 
-// Sound and speech go through the desktop's own players when present.
+// Sound goes through the desktop's own players when present.
 class QtSound : public Sound {
 public:
     bool canPlay(const std::string& file) override {
@@ -282,19 +282,6 @@ private:
     QString shippedCopy_;
 };
 
-class QtSpeech : public Speech {
-public:
-    void speak(const std::string& text) override {
-        for (const char* voice : {"espeak-ng", "espeak", "spd-say"}) {
-            QString exe = QStandardPaths::findExecutable(QString::fromLatin1(voice));
-            if (!exe.isEmpty()) {
-                QProcess::startDetached(exe, {QString::fromStdString(text)});
-                return;
-            }
-        }
-    }
-};
-
 } // namespace
 
 struct QtPlatform::Impl {
@@ -304,7 +291,6 @@ struct QtPlatform::Impl {
     QtFileTypes types;
     QtShell shell;
     QtSound sound;
-    QtSpeech speech;
 };
 
 QtPlatform::QtPlatform() : impl_(std::make_unique<Impl>()) {}
@@ -334,7 +320,8 @@ Sound& QtPlatform::sound() {
     return impl_->sound;
 }
 Speech& QtPlatform::speech() {
-    return impl_->speech;
+    if (!speech_) speech_ = makeQtSpeech();
+    return *speech_;
 }
 
 } // namespace corva::platform::qt
