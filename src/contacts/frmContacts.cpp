@@ -82,10 +82,9 @@ void frmContacts::cmdDelete_Click() {
             if (row >= 0 && row < static_cast<long>(rows_.size()))
                 addresses.push_back(rows_[static_cast<size_t>(row)].Email);
         if (addresses.empty()) return;
-        if (platform::current().prompts().messageBox("Delete selected contact(s)?",
-                                                     platform::Buttons::YesNo,
-                                                     platform::Icon::Question) !=
-            platform::Answer::Yes)
+        if (platform::current().prompts().messageBox(
+                "Delete selected contact(s)?", platform::Buttons::YesNo,
+                platform::Icon::Question) != platform::Answer::Yes)
             return;
         DeleteContactsByEmail(book_, addresses);
         filllist();
@@ -121,8 +120,8 @@ std::string frmContact::HomeAddress() const {
 
 std::string frmContact::BusinessAddress() const {
     const clsContact& c = Contact;
-    return lines({&c.busaddr1, &c.busaddr2, &c.busaddr3, &c.bussuburb, &c.busstate,
-                  &c.buspostcode, &c.buscountry});
+    return lines({&c.busaddr1, &c.busaddr2, &c.busaddr3, &c.bussuburb, &c.busstate, &c.buspostcode,
+                  &c.buscountry});
 }
 
 } // namespace corva

@@ -40,7 +40,8 @@ void clsInserts::loadinserts() {
 bool clsInserts::saveinserts() const {
     return guardedValue("saveinserts", Module, false, [&] {
         std::string text;
-        for (const clsInsert& insert : items_) text += insert.Title + "\r\n" + insert.Filename + "\r\n";
+        for (const clsInsert& insert : items_)
+            text += insert.Title + "\r\n" + insert.Filename + "\r\n";
         return WriteFileExactly(FilePath(), text);
     });
 }

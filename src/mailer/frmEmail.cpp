@@ -13,6 +13,7 @@
 #include "mailer/modSignatures.h"
 #include "message/modMIME.h"
 #include "platform/Platform.h"
+#include "platform/SpeechControl.h"
 #include "smtp/frmSendMailWrapper.h"
 #include "store/modMessageFiles.h"
 #include "store/modTags.h"
@@ -57,9 +58,13 @@ std::string crlfLines(const std::string& text) {
 
 frmEmail::frmEmail(frmEmailView* view, frmEmailEvents* events)
     : view_(view ? view : &noView_), events_(events ? events : &noEvents_) {
+    guarded("Form_Load", Module, [&] { fillcombo(); });
+}
+
+void frmEmail::Form_Load() {
     guarded("Form_Load", Module, [&] {
-        fillcombo();
-        view_->ShowSpeechEntries(platform::current().speech().available());
+        platform::SpeechControl* speech = platform::speechControl();
+        view_->ShowSpeechEntries(speech && speech->available());
     });
 }
 
@@ -118,8 +123,8 @@ void frmEmail::populatewithmessage(const clsMessage& message, const std::string&
     fields_.to = ToSender || extractemail(message.ReplyTo).empty() ? message.From : message.ReplyTo;
     fields_.cc = ToAll ? message.CC : "";
     fields_.sender = Account::isNumber(message.FromAccount) ? message.FromAccount : -1;
-    fields_.subject = LCase(Left(message.Subject, 3)) == "re:" ? message.Subject
-                                                               : "Re: " + message.Subject;
+    fields_.subject =
+        LCase(Left(message.Subject, 3)) == "re:" ? message.Subject : "Re: " + message.Subject;
     fields_.body = text;
 }
 
@@ -193,13 +198,14 @@ void frmEmail::ReplyToMessage(std::shared_ptr<clsMessage> message, bool ToAll, b
 
 std::string frmEmail::forwardedText(clsMessage& message) {
     const std::string CR = "\r";
-    std::string text = message.MimePartCount() > 0 ? message.MimePart(1).Content : message.MessageBody;
+    std::string text =
+        message.MimePartCount() > 0 ? message.MimePart(1).Content : message.MessageBody;
     if (message.Sender.empty()) message.Sender = message.From;
     if (message.Sender.empty()) message.Sender = message.ReplyTo;
     return "- - - - Begin Forwarded Message: - - - - - - - - - - " + CR + CR +
-           "Original Sender: " + message.Sender + CR + "Original Subject: " + message.Subject +
-           CR + CR + text + CR + CR + CR +
-           "- - - - - End Forwarded Message: - - - - - - - - - - " + CR + CR;
+           "Original Sender: " + message.Sender + CR + "Original Subject: " + message.Subject + CR +
+           CR + text + CR + CR + CR + "- - - - - End Forwarded Message: - - - - - - - - - - " + CR +
+           CR;
 }
 
 void frmEmail::ForwardMessage(std::shared_ptr<clsMessage> message, bool AsAttachment) {
@@ -275,7 +281,7 @@ std::string frmEmail::cleanCopyList(const std::string& text) {
     return list;
 }
 
-bool frmEmail::Send() {
+bool frmEmail::CheckBeforeSend() {
     return guardedValue("Send", Module, false, [&] {
         const int sender = fields_.sender;
         if (sender < 0 || sender >= static_cast<int>(fields_.senders.size()) ||
@@ -287,17 +293,22 @@ bool frmEmail::Send() {
             ask("Please enter a 'To:' address", platform::Buttons::Ok);
             return false;
         }
-        if (fields_.to.find('@') == std::string::npos &&
-            ask("'To:' email address (" + fields_.to +
-                    ") does not seem to be valid. Click 'Cancel' to change it or 'OK' to continue.",
-                platform::Buttons::OkCancel) != platform::Answer::Ok)
-            return false;
+        return fields_.to.find('@') != std::string::npos ||
+               ask("'To:' email address (" + fields_.to +
+                       ") does not seem to be valid. Click 'Cancel' to change it or 'OK' to "
+                       "continue.",
+                   platform::Buttons::OkCancel) == platform::Answer::Ok;
+    });
+}
 
-        view_->SetBusy(true);
-        clsMessage message;
+clsMessage frmEmail::OutgoingMessage() const {
+    clsMessage message;
+    guarded("Send", Module, [&] {
+        const int sender = fields_.sender;
         message.MessageBody = crlfLines(fields_.body);
-        const std::string& from = fields_.senders[static_cast<size_t>(sender)];
-        message.From = message.ReplyTo = message.ReturnPath = from;
+        if (sender >= 0 && sender < static_cast<int>(fields_.senders.size()))
+            message.From = message.ReplyTo = message.ReturnPath =
+                fields_.senders[static_cast<size_t>(sender)];
         std::string copies = cleanCopyList(fields_.cc);
         message.BCC = fields_.bcc ? copies : "";
         message.CC = fields_.bcc ? "" : copies;
@@ -306,7 +317,28 @@ bool frmEmail::Send() {
         for (const EmailAttachmentRow& row : fields_.attachments) message.AddAttachment(row.Key);
         message.FromAccount = static_cast<int16_t>(sender);
         message.RemoveReceiveDate();
+    });
+    return message;
+}
 
+void frmEmail::MessageSpooled() {
+    guarded("Send", Module, [&] {
+        addtounreadtag(MessageFolder + OutboxFolder, 0);
+        if (!replying_ || !current_) return;
+        // A message read from no file (the scanner's) has nothing to mark.
+        if (!current_->Replied && !current_->Filename().empty()) {
+            current_->Replied = true;
+            savemessage(*current_);
+        }
+        events_->MarkReplied(current_->Filename());
+    });
+}
+
+bool frmEmail::Send() {
+    return guardedValue("Send", Module, false, [&] {
+        if (!CheckBeforeSend()) return false;
+        view_->SetBusy(true);
+        clsMessage message = OutgoingMessage();
         std::string spooled;
         SpoolStatus status;
         {
@@ -314,7 +346,6 @@ bool frmEmail::Send() {
             wrapper.setListener(&status);
             spooled = wrapper.SpoolMessage(message, "", "");
         }
-        addtounreadtag(MessageFolder + OutboxFolder, 0);
         view_->SetBusy(false);
         // A message that didn't reach the Outbox stays on screen with the reason.
         if (spooled.empty()) {
@@ -322,14 +353,7 @@ bool frmEmail::Send() {
                                                   : status.last);
             return false;
         }
-
-        if (replying_ && current_) {
-            if (!current_->Replied) {
-                current_->Replied = true;
-                savemessage(*current_);
-            }
-            events_->MarkReplied(current_->Filename());
-        }
+        MessageSpooled();
         writing_ = false;
         closing_ = true;
         view_->CloseView();
@@ -461,16 +485,17 @@ void frmEmail::Command(const std::string& key) {
         } else if (key == "insertsig") {
             InsertAtCaret(signature());
         } else if (key == "readaloud") {
-            platform::Speech& speech = platform::current().speech();
-            if (!speech.available()) {
+            platform::SpeechControl* control = platform::speechControl();
+            if (!control || !control->available()) {
                 ask(NoSpeechEngineText, platform::Buttons::Ok);
                 return;
             }
             size_t at = std::min(fields_.caret, fields_.body.size());
-            speech.speak(fields_.selectionLength > 0 ? fields_.body.substr(at, fields_.selectionLength)
-                                                     : fields_.body);
+            platform::current().speech().speak(
+                fields_.selectionLength > 0 ? fields_.body.substr(at, fields_.selectionLength)
+                                            : fields_.body);
         } else if (key == "stopreading") {
-            platform::current().speech().stop();
+            if (platform::SpeechControl* control = platform::speechControl()) control->stop();
         }
     });
 }

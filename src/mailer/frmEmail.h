@@ -14,19 +14,6 @@
 
 namespace corva {
 
-// How a composer or reader window is to open.
-struct EmailRequest {
-    enum class Kind { Read, New, Reply, Forward };
-    Kind kind = Kind::New;
-    // The message file read, answered or forwarded.
-    std::string path;
-    bool toAll = false;        // a reply copies the Cc
-    bool toSender = false;     // a reply goes to From, whatever Reply-To says
-    bool asAttachment = false; // a forward attaches the message's own file
-    // A new message's fields, as a mail link or a clicked address gives them.
-    std::string to, cc, subject, body;
-};
-
 inline constexpr const char* NotSpecifiedText = "Not Specified";
 inline constexpr const char* NoSpeechEngineText =
     "No speech engine was found, so the message can't be read aloud.";
@@ -38,6 +25,9 @@ public:
     ~frmEmail();
     frmEmail(const frmEmail&) = delete;
     frmEmail& operator=(const frmEmail&) = delete;
+
+    // The window is shown: its speech entries hide without an engine.
+    void Form_Load();
 
     // ---- The four entries ----
     void ReadMessage(std::shared_ptr<clsMessage> message);
@@ -68,6 +58,12 @@ public:
     bool TB1_KeyDown(int digit, bool alt, bool ctrlS);
     // "send"; false when a check kept the window open.
     bool Send();
+    // Send's steps, for the command line: the checks (asking the user), the
+    // message the fields make, and what follows a spool (the Outbox's tag,
+    // the original marked replied and the event).
+    bool CheckBeforeSend();
+    clsMessage OutgoingMessage() const;
+    void MessageSpooled();
     // "reply", "replysender", "forward", "print", "attach", "readaloud",
     // "stopreading", "insertsig".
     void Command(const std::string& key);

@@ -64,6 +64,19 @@ public:
     virtual void PrintMessage() {}
 };
 
+// How a composer or reader window is to open.
+struct EmailRequest {
+    enum class Kind { Read, New, Reply, Forward };
+    Kind kind = Kind::New;
+    // The message file read, answered or forwarded.
+    std::string path;
+    bool toAll = false;        // a reply copies the Cc
+    bool toSender = false;     // a reply goes to From, whatever Reply-To says
+    bool asAttachment = false; // a forward attaches the message's own file
+    // A new message's fields, as a mail link or a clicked address gives them.
+    std::string to, cc, subject, body;
+};
+
 // What the composer tells its owner.
 class frmEmailEvents {
 public:

@@ -935,6 +935,21 @@ void frmMailer::workInProgress() {
     platform::current().prompts().messageBox(WorkInProgressText);
 }
 
+void frmMailer::openComposer(const std::string& key, const std::vector<std::string>& paths) {
+    if (key == "contacts") {
+        view_->ShowContacts();
+        return;
+    }
+    EmailRequest request;
+    if (key != "newemail") {
+        // Reply and forward answer the message with the focus, the first selected.
+        if (paths.empty()) return;
+        request.kind = key == "reply" ? EmailRequest::Kind::Reply : EmailRequest::Kind::Forward;
+        request.path = paths.front();
+    }
+    view_->OpenComposer(request);
+}
+
 void frmMailer::Command(const std::string& key) {
     guarded("Toolbar1_ButtonClick", kModule, [&] {
         auto transfer = [&](const std::string& button, auto start) {
@@ -995,9 +1010,10 @@ void frmMailer::Command(const std::string& key) {
             workInProgress();
             // Whatever they changed, the caches no longer describe the folders.
             caches_.ClearAllCaches();
-        } else
-            // tkl, newemail, forward, reply, contacts, editlocal, editserver,
-            // mailmerge: their windows come later.
+        } else if (key == "newemail" || key == "reply" || key == "forward" || key == "contacts")
+            openComposer(key, selectedPaths());
+        else
+            // tkl, editlocal, editserver, mailmerge: their windows come later.
             workInProgress();
     });
 }
@@ -1070,9 +1086,13 @@ void frmMailer::ContextCommand(const std::string& key) {
             view_->CopyToClipboard(extractemail(readmessageheader(paths.front())->From));
         else if (key == "bounce")
             events_->BounceMessage(paths.front());
+        else if (key == "reply")
+            openComposer(key, paths);
+        else if (key == "addcontact")
+            view_->AddContact(extractemail(readmessageheader(paths.front())->From));
         else
-            // reply, addcontact, createfilter, createlocalfilter, spamreport,
-            // exportaddresses: their windows come later.
+            // createfilter, createlocalfilter, spamreport, exportaddresses:
+            // their windows come later.
             workInProgress();
     });
 }

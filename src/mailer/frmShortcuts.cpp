@@ -14,7 +14,8 @@ std::string frmShortcuts::ShortcutText(int digit) {
 void frmShortcuts::Form_Load() {
     guarded("Form_Load", "frmShortcuts", [&] {
         for (int i = 1; i <= Count; ++i)
-            texts_[static_cast<size_t>(i - 1)] = sget(key(i), "Shortcut " + std::to_string(i)).toText();
+            texts_[static_cast<size_t>(i - 1)] =
+                sget(key(i), "Shortcut " + std::to_string(i)).toText();
     });
 }
 

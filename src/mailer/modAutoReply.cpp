@@ -34,8 +34,7 @@ std::vector<std::string> autoReplyTemplates() {
     guarded("autoReplyTemplates", "modAutoReply", [&] {
         std::vector<std::string> names;
         if (FolderExists(autoReplyFolder())) FillFiles(autoReplyFolder(), "txt", names);
-        for (const std::string& name : names)
-            files.push_back(autoReplyFolder() + name);
+        for (const std::string& name : names) files.push_back(autoReplyFolder() + name);
         std::sort(files.begin(), files.end());
     });
     return files;

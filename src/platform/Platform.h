@@ -214,9 +214,6 @@ class Speech {
 public:
     virtual ~Speech() = default;
     virtual void speak(const std::string& text) = 0;
-    // False when no speech engine can be used: the read-aloud entries hide.
-    virtual bool available() { return false; }
-    virtual void stop() {}
 };
 
 // Everything the logic needs, in one place. The defaults are plain C++:

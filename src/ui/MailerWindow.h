@@ -60,6 +60,9 @@ public:
     void ShowText(const std::string& title, const std::string& text) override;
     void CopyToClipboard(const std::string& text) override;
     void ShowHelp() override;
+    void OpenComposer(const EmailRequest& request) override;
+    void ShowContacts() override;
+    void AddContact(const std::string& address) override;
 
     // For tests, benchmarks and screenshots.
     frmMailer& mailer() { return mailer_; }
@@ -108,6 +111,8 @@ private:
     // isn't taken for the user's.
     bool selecting_ = false;
     bool catchUpPending_ = false;
+    // Tells the mailer of a reply sent from any composer window.
+    std::unique_ptr<frmEmailEvents> replyLink_;
 };
 
 } // namespace corva::ui

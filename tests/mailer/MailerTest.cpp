@@ -45,12 +45,17 @@ public:
     }
     void PreviewMessage(const std::string& path) override { previewed = path; }
     std::string PreviewSelectedText() const override { return previewSelection; }
+    void OpenComposer(const EmailRequest& request) override { composers.push_back(request); }
+    void ShowContacts() override { newContacts.push_back("(list)"); }
+    void AddContact(const std::string& address) override { newContacts.push_back(address); }
 
     std::vector<FolderNode> nodes;
     std::vector<long> selection;
     std::vector<std::string> statuses;
     std::string heading, unreadCaption, previewed, previewSelection;
     std::map<std::string, std::string> buttons;
+    std::vector<EmailRequest> composers;
+    std::vector<std::string> newContacts;
 };
 
 class RecordingEvents : public frmMailerEvents {
@@ -319,12 +324,27 @@ TEST_F(MailerTest, ToolbarKeys) {
     add("Inbox/", "a.eml", "alpha", false);
     add("Inbox/", "b.eml", "beta", true);
     open();
-    for (const char* key : {"newemail", "reply", "forward", "contacts", "tkl", "mailmerge"}) {
+    for (const char* key : {"tkl", "mailmerge"}) {
         platform_.prompts_.messages.clear();
         mailer_->Command(key);
         EXPECT_EQ(platform_.prompts_.messages, (std::vector<std::string>{WorkInProgressText}))
             << key;
     }
+    // The composer's keys open it on the first selected message.
+    view_.selection = {1};
+    for (const char* key : {"newemail", "reply", "forward"}) mailer_->Command(key);
+    mailer_->ContextCommand("reply");
+    mailer_->ContextCommand("addcontact");
+    using Kind = EmailRequest::Kind;
+    ASSERT_EQ(view_.composers.size(), 4u);
+    for (auto [i, kind] :
+         {std::pair{0, Kind::New}, {1, Kind::Reply}, {2, Kind::Forward}, {3, Kind::Reply}}) {
+        EXPECT_EQ(view_.composers[static_cast<size_t>(i)].kind, kind) << i;
+        EXPECT_EQ(view_.composers[static_cast<size_t>(i)].path, i ? mailer_->Row(1).Path : "");
+    }
+    mailer_->Command("contacts");
+    EXPECT_EQ(view_.newContacts, (std::vector<std::string>{"ann@example.com", "(list)"}));
+    view_.selection.clear();
 
     mailer_->Command("upanddown");
     EXPECT_EQ(view_.buttons["upanddown"], "stop");

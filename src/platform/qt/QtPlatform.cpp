@@ -1,4 +1,5 @@
 #include "platform/qt/QtPlatform.h"
+#include "platform/qt/QtSpeech.h"
 
 #include "platform/ConsolePrompts.h"
 #include "platform/qt/QtSocket.h"
@@ -320,8 +321,9 @@ Sound& QtPlatform::sound() {
     return impl_->sound;
 }
 Speech& QtPlatform::speech() {
-    if (!speech_) speech_ = makeQtSpeech();
-    return *speech_;
+    // Made on first use: looking for an engine loads plugins.
+    static std::unique_ptr<Speech> speech = makeQtSpeech();
+    return *speech;
 }
 
 } // namespace corva::platform::qt

@@ -30,11 +30,6 @@ private:
     struct Impl;
     std::unique_ptr<Impl> impl_;
     Prompts* promptsOverride_ = nullptr;
-    // Made on first use: looking for an engine loads plugins.
-    std::unique_ptr<Speech> speech_;
 };
-
-// Speech through Qt TextToSpeech (QtSpeech.cpp).
-std::unique_ptr<Speech> makeQtSpeech();
 
 } // namespace corva::platform::qt

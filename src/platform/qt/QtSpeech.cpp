@@ -1,13 +1,13 @@
 // Reading aloud through Qt TextToSpeech with the first engine the system
 // offers; with none, the facility says it can't speak.
-#include "platform/qt/QtPlatform.h"
+#include "platform/qt/QtSpeech.h"
 
 #include <QTextToSpeech>
 
 namespace corva::platform::qt {
 namespace {
 
-class QtSpeech : public Speech {
+class QtSpeech : public Speech, public SpeechControl {
 public:
     bool available() override { return engine() != nullptr; }
     void speak(const std::string& text) override {
