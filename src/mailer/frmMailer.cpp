@@ -990,7 +990,9 @@ void frmMailer::Command(const std::string& key) {
             AddFolder();
         else if (key == "deletefolder")
             mnudeletefolder_click();
-        else if (key == "rescanfolders")
+        else if (key == "cms") {
+            if (ShowsTickets()) view_->ShowTicketList();
+        } else if (key == "rescanfolders")
             ClickedRescanFolders();
         else if (key == "splitmessage")
             mnuDupeEmail();
@@ -1016,6 +1018,10 @@ void frmMailer::Command(const std::string& key) {
             // tkl, editlocal, editserver, mailmerge: their windows come later.
             workInProgress();
     });
+}
+
+bool frmMailer::ShowsTickets() {
+    return sget("CMSMODE", false).toBool();
 }
 
 std::vector<MailerMenuEntry> frmMailer::ContextMenu() const {
@@ -1050,6 +1056,7 @@ std::vector<MailerMenuEntry> frmMailer::ContextMenu() const {
                                        {"print", "Print"},
                                        {"viewsource", "View source"},
                                        {"exportaddresses", "Export addresses"}});
+        if (ShowsTickets()) entries.insert(entries.end(), {{"", ""}, {"openincms", "Open in CMS"}});
     });
     return entries;
 }
@@ -1090,7 +1097,9 @@ void frmMailer::ContextCommand(const std::string& key) {
             openComposer(key, paths);
         else if (key == "addcontact")
             view_->AddContact(extractemail(readmessageheader(paths.front())->From));
-        else
+        else if (key == "openincms") {
+            if (ShowsTickets()) view_->OpenInCMS(paths.front());
+        } else
             // createfilter, createlocalfilter, spamreport, exportaddresses:
             // their windows come later.
             workInProgress();
