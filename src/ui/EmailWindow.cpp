@@ -251,8 +251,8 @@ void EmailWindow::readBody() {
 }
 
 void EmailWindow::ShowFields() {
-    const EmailFields& f = email_ ? email_->Fields() : EmailFields();
     if (!email_) return;
+    const EmailFields& f = email_->Fields();
     showing_ = true;
     from_->clear();
     for (const std::string& sender : f.senders) from_->addItem(toDisplay(sender));

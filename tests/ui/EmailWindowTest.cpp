@@ -13,7 +13,9 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QPlainTextEdit>
+#include <QPointer>
 #include <QPushButton>
+#include <QSet>
 #include <QTreeWidget>
 
 namespace corva::test {
@@ -29,8 +31,12 @@ protected:
         Contacts().AddContact(contact("Dora", "dora@y.test"));
     }
     void TearDown() override {
+        // Windows first gathered: deleting one deletes the popups it owns.
+        std::vector<QPointer<QWidget>> windows;
         for (QWidget* w : QApplication::topLevelWidgets())
-            if (qobject_cast<ui::EmailWindow*>(w) || qobject_cast<ui::ContactsWindow*>(w)) delete w;
+            if (qobject_cast<ui::EmailWindow*>(w) || qobject_cast<ui::ContactsWindow*>(w))
+                windows.emplace_back(w);
+        for (const QPointer<QWidget>& w : windows) delete w.data();
         Contacts() = clsContacts();
         ScannerFixture::TearDown();
     }
@@ -40,12 +46,15 @@ protected:
         c.email = email;
         return c;
     }
-    static ui::EmailWindow* newest() {
+    // The composer window opened since the last call.
+    ui::EmailWindow* newest() {
         ui::EmailWindow* found = nullptr;
         for (QWidget* w : QApplication::topLevelWidgets())
-            if (auto* e = qobject_cast<ui::EmailWindow*>(w); e && e->isVisible()) found = e;
+            if (auto* e = qobject_cast<ui::EmailWindow*>(w); e && !seen_.contains(e)) found = e;
+        if (found) seen_.insert(found);
         return found;
     }
+    QSet<QWidget*> seen_;
     std::string storeMessage() {
         std::string path = MessageFolder + "Inbox/LUNCH.EML";
         writeFile(path, "From: Bob Smith <bob@x.test>\r\nTo: ann@example.com\r\nSubject: Lunch\r\n"
@@ -77,7 +86,7 @@ TEST_F(EmailWindowTest, EntriesOpenComposerAndReader) {
 
     EXPECT_TRUE(main->OpenMessageFile(storeMessage()));
     ui::EmailWindow* reader = newest();
-    ASSERT_NE(reader, w);
+    ASSERT_NE(reader, nullptr);
     EXPECT_TRUE(reader->email().Reading());
     EXPECT_EQ(reader->windowTitle(), "Lunch");
     EXPECT_FALSE(main->OpenMessageFile(MessageFolder + "Inbox/NONE.EML"));
