@@ -44,6 +44,27 @@ private:
 };
 
 void appendFloat(std::string& out, float value) {
+    // Nearly every probability is a whole hundredth; their texts are made once.
+    struct Hundredths {
+        float value[101];
+        std::string text[101];
+        Hundredths() {
+            for (int k = 0; k <= 100; ++k) {
+                value[k] = roundToHundredths(static_cast<float>(k / 100.0));
+                char b[64];
+                auto [e, c] = std::to_chars(b, b + sizeof b, value[k], std::chars_format::fixed);
+                if (c == std::errc()) text[k].assign(b, e);
+            }
+        }
+    };
+    static const Hundredths known;
+    if (value >= 0 && value <= 1 && !std::signbit(value)) {
+        const long k = std::lround(static_cast<double>(value) * 100.0);
+        if (known.value[k] == value && !known.text[k].empty()) {
+            out += known.text[k];
+            return;
+        }
+    }
     char buffer[64];
     auto [end, ec] = std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::fixed);
     if (ec == std::errc()) out.append(buffer, end);
@@ -333,7 +354,7 @@ float frmBayesFilter::score(clsMessage& msg, bool headersOnly) {
         for (int32_t i = 1; i <= test_.MaxIndex; ++i) {
             const std::string& w = test_.KeyAt(i);
             if (w.empty()) continue;
-            int32_t known = word_.RecIndex(w);
+            int32_t known = word_.RecIndexHashed(w, test_.FullHashAt(i));
             float p = known != 0 ? word_.ValueAt(known) : 0.4f;
             test_.ChangeValue(i, p);
             ranked_.emplace_back(p, i);
