@@ -977,7 +977,9 @@ void frmMailer::Command(const std::string& key) {
         else if (key == "sendrcvdel")
             transfer("sendrcvdel", &frmMailerEvents::SendRcvDel);
         else if (key == "filters")
-            showbayes();
+            events_->ShowTraining();
+        else if (key == "editlocal" || key == "editserver")
+            events_->EditFilters(key == "editlocal", "");
         else if (key == "close")
             Hide();
         else if (key == "quit")
@@ -1015,7 +1017,7 @@ void frmMailer::Command(const std::string& key) {
         } else if (key == "newemail" || key == "reply" || key == "forward" || key == "contacts")
             openComposer(key, selectedPaths());
         else
-            // tkl, editlocal, editserver, mailmerge: their windows come later.
+            // tkl, mailmerge: their windows come later.
             workInProgress();
     });
 }
@@ -1097,11 +1099,12 @@ void frmMailer::ContextCommand(const std::string& key) {
             openComposer(key, paths);
         else if (key == "addcontact")
             view_->AddContact(extractemail(readmessageheader(paths.front())->From));
+        else if (key == "createfilter" || key == "createlocalfilter")
+            events_->EditFilters(key == "createlocalfilter", paths.front());
         else if (key == "openincms") {
             if (ShowsTickets()) view_->OpenInCMS(paths.front());
         } else
-            // createfilter, createlocalfilter, spamreport, exportaddresses:
-            // their windows come later.
+            // spamreport, exportaddresses: their windows come later.
             workInProgress();
     });
 }

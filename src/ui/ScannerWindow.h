@@ -69,6 +69,9 @@ public:
     void RemoveTrayIcon() override;
     void SpecificMessageArrived(clsMessage& message) override;
     bool ShowSettingsDialog() override;
+    void ShowRuleEditor(bool isLocal, const clsMessage* fromMessage,
+                        const std::string& filterName) override;
+    void ShowTrainingWindow() override;
     void ShowMailerFirst() override;
     void ShowComposer(const std::string& to, const std::string& cc, const std::string& subject,
                       const std::string& body) override;
