@@ -1011,13 +1011,18 @@ void frmMailer::Command(const std::string& key) {
         else if (key == "upload")
             events_->UploadMail();
         else if (key == "archive" || key == "importmail") {
-            workInProgress();
+            view_->OpenTool(key);
             // Whatever they changed, the caches no longer describe the folders.
             caches_.ClearAllCaches();
-        } else if (key == "newemail" || key == "reply" || key == "forward" || key == "contacts")
+            // They may have made folders (Imported, Archive/Y2024/M03 ...).
+            keepFolder_ = openFolder_;
+            mailer_.PopulateFolders(true);
+        } else if (key == "search" || key == "mailmerge")
+            view_->OpenTool(key);
+        else if (key == "newemail" || key == "reply" || key == "forward" || key == "contacts")
             openComposer(key, selectedPaths());
         else
-            // tkl, mailmerge: their windows come later.
+            // tkl: its window comes later.
             workInProgress();
     });
 }

@@ -12,6 +12,7 @@
 #include "ui/MailerPreview.h"
 #include "ui/MainWindows.h"
 #include "ui/TextWindow.h"
+#include "ui/ToolWindows.h"
 
 #include <QApplication>
 #include <QClipboard>
@@ -222,7 +223,8 @@ void MailerWindow::buildToolbar() {
         {"filters", menuOf({{"applylocal", "Apply local filters"},
                             {"editlocal", "Edit local filters"},
                             {"editserver", "Edit server filters"}})},
-        {"settings", menuOf({{"seldupes", "Select duplicates"},
+        {"settings", menuOf({{"search", "Search"},
+                             {"seldupes", "Select duplicates"},
                              {"archive", "Archive"},
                              {"importmail", "Import mail"},
                              {"newfolder", "New folder"},
@@ -593,6 +595,10 @@ void MailerWindow::ShowContacts() {
 
 void MailerWindow::AddContact(const std::string& address) {
     addcontact(this, address);
+}
+
+void MailerWindow::OpenTool(const std::string& key) {
+    openToolWindow(this, key, [this](const std::string& path) { OpenReader(path); });
 }
 
 std::string MailerWindow::PreviewSelectedText() const {

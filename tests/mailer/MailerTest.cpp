@@ -48,7 +48,13 @@ public:
     void OpenComposer(const EmailRequest& request) override { composers.push_back(request); }
     void ShowContacts() override { newContacts.push_back("(list)"); }
     void AddContact(const std::string& address) override { newContacts.push_back(address); }
+    void OpenTool(const std::string& key) override {
+        tools.push_back(key);
+        // What archiving leaves behind: a folder the tree has not seen.
+        if (key == "archive") MkMissingDir(MessageFolder + "Archive/Y2024");
+    }
 
+    std::vector<std::string> tools;
     std::vector<FolderNode> nodes;
     std::vector<long> selection;
     std::vector<std::string> statuses;
@@ -328,7 +334,7 @@ TEST_F(MailerTest, ToolbarKeys) {
     add("Inbox/", "a.eml", "alpha", false);
     add("Inbox/", "b.eml", "beta", true);
     open();
-    for (const char* key : {"tkl", "mailmerge"}) {
+    for (const char* key : {"tkl"}) {
         platform_.prompts_.messages.clear();
         mailer_->Command(key);
         EXPECT_EQ(platform_.prompts_.messages, (std::vector<std::string>{WorkInProgressText}))
@@ -350,6 +356,11 @@ TEST_F(MailerTest, ToolbarKeys) {
     EXPECT_EQ(view_.newContacts, (std::vector<std::string>{"ann@example.com", "(list)"}));
     view_.selection.clear();
 
+    for (const char* key : {"search", "archive", "importmail", "mailmerge"}) mailer_->Command(key);
+    EXPECT_EQ(view_.tools,
+              (std::vector<std::string>{"search", "archive", "importmail", "mailmerge"}));
+    EXPECT_GE(mailer_->FindNode("Y2024"), 0);
+    EXPECT_EQ(mailer_->OpenFolder(), MessageFolder + "Inbox/");
     for (const char* key : {"filters", "editlocal", "editserver"}) mailer_->Command(key);
     select({0});
     mailer_->ContextCommand("createlocalfilter");

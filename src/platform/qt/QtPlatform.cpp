@@ -2,6 +2,7 @@
 #include "platform/qt/QtSpeech.h"
 
 #include "platform/ConsolePrompts.h"
+#include "platform/qt/QtKeyring.h"
 #include "platform/qt/QtSocket.h"
 
 #include <QApplication>
@@ -292,10 +293,15 @@ struct QtPlatform::Impl {
     QtFileTypes types;
     QtShell shell;
     QtSound sound;
+    QtKeyring keyring;
 };
 
-QtPlatform::QtPlatform() : impl_(std::make_unique<Impl>()) {}
-QtPlatform::~QtPlatform() = default;
+QtPlatform::QtPlatform() : impl_(std::make_unique<Impl>()) {
+    setKeyring(&impl_->keyring);
+}
+QtPlatform::~QtPlatform() {
+    setKeyring(nullptr);
+}
 std::unique_ptr<Socket> QtPlatform::createSocket() {
     return std::make_unique<QtSocket>();
 }
