@@ -15,6 +15,7 @@ packages=(
     poppler-utils
     clang libclang-rt-14-dev
     bogofilter # bench/score_bulk compares against it
+    qt6-speech-dev qt6-speech-flite-plugin qt6-declarative-dev # reading mail aloud
 )
 
 missing=()

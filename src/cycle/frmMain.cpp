@@ -532,6 +532,23 @@ void frmMain::showmailerstatus(const std::string& text) {
     if (view_->MailerLoaded()) view_->MailerStatus(text);
 }
 
+void frmMain::OpenComposer(const std::string& to, const std::string& cc, const std::string& subject,
+                           const std::string& body) {
+    guarded("OpenComposer", Module, [&] { view_->ShowComposer(to, cc, subject, body); });
+}
+
+bool frmMain::OpenMessageFile(const std::string& path) {
+    return guardedValue("OpenMessageFile", Module, false, [&] {
+        if (!FileExists(path)) {
+            platform::current().prompts().messageBox(
+                path + " could not be opened", platform::Buttons::Ok, platform::Icon::Exclamation);
+            return false;
+        }
+        view_->ShowReader(path);
+        return true;
+    });
+}
+
 void frmMain::UploadMail() {
     if (!fSendMail_ || stopping_) return;
     Sending_ = true;

@@ -144,6 +144,14 @@ public:
     void notifyfinishedgettingmail(const std::string& text);
     void showmailerstatus(const std::string& text);
 
+    // ---- Windows opened from outside: a mail link, a message file ----
+    // A composer for a new message with these fields filled in.
+    void OpenComposer(const std::string& to, const std::string& cc, const std::string& subject,
+                      const std::string& body);
+    // The message in a file, in the reader; false (and a notice) when the
+    // file can't be read.
+    bool OpenMessageFile(const std::string& path);
+
     // The callers of checkmail.
     void mnuScan_Click();
     void mnuScanAcc_Click(int account);

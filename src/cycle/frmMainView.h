@@ -85,6 +85,16 @@ public:
     virtual void HandleCommandLine(const std::string& commandLine) { (void)commandLine; }
     // ShowScannerFirst is false: the mailer takes over and the scanner stays hidden.
     virtual void ShowMailerFirst() {}
+    // A composer window for a new message with these fields filled in.
+    virtual void ShowComposer(const std::string& to, const std::string& cc,
+                              const std::string& subject, const std::string& body) {
+        (void)to;
+        (void)cc;
+        (void)subject;
+        (void)body;
+    }
+    // A stored message file in the reader window.
+    virtual void ShowReader(const std::string& path) { (void)path; }
 
     // ---- The list ----
     virtual void ClearList() {}

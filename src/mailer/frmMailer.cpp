@@ -935,6 +935,21 @@ void frmMailer::workInProgress() {
     platform::current().prompts().messageBox(WorkInProgressText);
 }
 
+void frmMailer::openComposer(const std::string& key, const std::vector<std::string>& paths) {
+    if (key == "contacts") {
+        view_->ShowContacts();
+        return;
+    }
+    EmailRequest request;
+    if (key != "newemail") {
+        // Reply and forward answer the message with the focus, the first selected.
+        if (paths.empty()) return;
+        request.kind = key == "reply" ? EmailRequest::Kind::Reply : EmailRequest::Kind::Forward;
+        request.path = paths.front();
+    }
+    view_->OpenComposer(request);
+}
+
 void frmMailer::Command(const std::string& key) {
     guarded("Toolbar1_ButtonClick", kModule, [&] {
         auto transfer = [&](const std::string& button, auto start) {
@@ -1006,8 +1021,10 @@ void frmMailer::Command(const std::string& key) {
             mailer_.PopulateFolders(true);
         } else if (key == "search" || key == "mailmerge")
             view_->OpenTool(key);
+        else if (key == "newemail" || key == "reply" || key == "forward" || key == "contacts")
+            openComposer(key, selectedPaths());
         else
-            // tkl, newemail, forward, reply, contacts: their windows come later.
+            // tkl: its window comes later.
             workInProgress();
     });
 }
@@ -1085,13 +1102,16 @@ void frmMailer::ContextCommand(const std::string& key) {
             view_->CopyToClipboard(extractemail(readmessageheader(paths.front())->From));
         else if (key == "bounce")
             events_->BounceMessage(paths.front());
+        else if (key == "reply")
+            openComposer(key, paths);
+        else if (key == "addcontact")
+            view_->AddContact(extractemail(readmessageheader(paths.front())->From));
         else if (key == "createfilter" || key == "createlocalfilter")
             events_->EditFilters(key == "createlocalfilter", paths.front());
         else if (key == "openincms") {
             if (ShowsTickets()) view_->OpenInCMS(paths.front());
         } else
-            // reply, addcontact, spamreport, exportaddresses: their windows
-            // come later.
+            // spamreport, exportaddresses: their windows come later.
             workInProgress();
     });
 }

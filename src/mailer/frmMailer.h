@@ -169,6 +169,8 @@ private:
     int nodeOfFolder(const std::string& folder) const;
     bool isOpenFolder(const std::string& folder) const;
     void workInProgress();
+    // "newemail", "reply", "forward", "contacts": the windows they open.
+    void openComposer(const std::string& key, const std::vector<std::string>& paths);
 
     FolderCaches& caches_;
     clsMailer mailer_;

@@ -4,6 +4,7 @@
 // view overrides what it shows.
 #pragma once
 
+#include "mailer/frmEmailView.h"
 #include "store/FolderNode.h"
 
 #include <cstdint>
@@ -121,6 +122,11 @@ public:
     virtual void PreviewMessage(const std::string& path) { (void)path; }
     // The message in a window of its own (a double click, Enter, the scanner's Read).
     virtual void OpenReader(const std::string& path) { (void)path; }
+    // A composer or reader window (new, reply, forward, a clicked address).
+    virtual void OpenComposer(const EmailRequest& request) { (void)request; }
+    // The contact book: the list to browse, or the edit view for an address.
+    virtual void ShowContacts() {}
+    virtual void AddContact(const std::string& address) { (void)address; }
     // The text the user has selected in the preview.
     virtual std::string PreviewSelectedText() const { return ""; }
     // Prints the message shown in the preview.

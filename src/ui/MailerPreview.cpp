@@ -2,6 +2,7 @@
 
 #include "message/clsMessage.h"
 #include "ui/DisplayText.h"
+#include "ui/EmailWindow.h"
 #include "ui/MessagePreviewPane.h"
 
 #include <QTextEdit>
@@ -17,32 +18,20 @@ MessagePreviewPane* pane(QWidget* widget) {
     return dynamic_cast<MessagePreviewPane*>(widget);
 }
 
-class ReaderWindow : public QWidget {
-public:
-    ReaderWindow(const clsMessage& message, QWidget* parent) : QWidget(parent, Qt::Window) {
-        setAttribute(Qt::WA_DeleteOnClose);
-        setWindowTitle(toDisplay(message.Subject));
-        auto* layout = new QVBoxLayout(this);
-        layout->setContentsMargins(0, 0, 0, 0);
-        pane_ = makePreviewWidget(this);
-        layout->addWidget(pane_);
-        resize(720, 560);
-        showInPreview(pane_, &message);
-    }
-    QWidget* pane_;
-};
-
 } // namespace
 
 void showInReader(QWidget* parent, const clsMessage& message) {
-    auto* reader = new ReaderWindow(message, parent);
-    reader->setObjectName(QStringLiteral("reader"));
-    reader->show();
+    openReaderWindow(message, parent)->setObjectName(QStringLiteral("reader"));
 }
 
 QWidget* makePreviewWidget(QWidget* parent) {
     auto* p = new MessagePreviewPane(parent);
     p->setObjectName(QStringLiteral("preview"));
+    p->setComposer([](const std::string& address) {
+        EmailRequest request;
+        request.to = address;
+        openEmailWindow(request, nullptr);
+    });
     return p;
 }
 

@@ -4,7 +4,9 @@
 #include "mailer/frmMailer.h"
 #include "store/modMessageFiles.h"
 #include "ui/CMSWindows.h"
+#include "ui/ContactsWindow.h"
 #include "ui/DisplayText.h"
+#include "ui/EmailWindow.h"
 #include "ui/Icons.h"
 #include "ui/MailerListModel.h"
 #include "ui/MailerPreview.h"
@@ -38,6 +40,16 @@ namespace {
 
 // Twips are 1/1440 inch; the window works in pixels at 96 per inch.
 constexpr int kTwipsPerPixel = 15;
+
+// A reply sent from a composer marks its message in the list.
+class ReplyLink : public frmEmailEvents {
+public:
+    explicit ReplyLink(std::function<void(const std::string&)> mark) : mark_(std::move(mark)) {}
+    void MarkReplied(const std::string& filename) override { mark_(filename); }
+
+private:
+    std::function<void(const std::string&)> mark_;
+};
 
 bool darkPalette() {
     return QApplication::palette().color(QPalette::Window).lightness() < 128;
@@ -169,9 +181,14 @@ MailerWindow::MailerWindow(frmMain& main, QWidget* parent)
     buildKeys();
     model_->setDarkPalette(darkPalette());
     resize(1000, 700);
+    replyLink_ = std::make_unique<ReplyLink>([this](const std::string& filename) {
+        if (!detached_) mailer_.fEmail_MarkReplied(filename);
+    });
+    EmailWindow::setReplyListener(replyLink_.get());
 }
 
 MailerWindow::~MailerWindow() {
+    EmailWindow::setReplyListener(nullptr);
     if (!detached_) mailer_.setView(nullptr);
 }
 
@@ -563,8 +580,22 @@ void MailerWindow::PreviewMessage(const std::string& path) {
 }
 
 void MailerWindow::OpenReader(const std::string& path) {
-    auto message = readfullmessage(path);
-    if (!message->Filename().empty()) showInReader(this, *message);
+    EmailRequest request;
+    request.kind = EmailRequest::Kind::Read;
+    request.path = path;
+    OpenComposer(request);
+}
+
+void MailerWindow::OpenComposer(const EmailRequest& request) {
+    openEmailWindow(request, nullptr);
+}
+
+void MailerWindow::ShowContacts() {
+    showcontacts(this);
+}
+
+void MailerWindow::AddContact(const std::string& address) {
+    addcontact(this, address);
 }
 
 void MailerWindow::OpenTool(const std::string& key) {

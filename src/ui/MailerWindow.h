@@ -63,6 +63,9 @@ public:
     void OpenInCMS(const std::string& path) override;
     void ShowTicketList() override;
     void ShowHelp() override;
+    void OpenComposer(const EmailRequest& request) override;
+    void ShowContacts() override;
+    void AddContact(const std::string& address) override;
 
     // For tests, benchmarks and screenshots.
     frmMailer& mailer() { return mailer_; }
@@ -111,6 +114,8 @@ private:
     // isn't taken for the user's.
     bool selecting_ = false;
     bool catchUpPending_ = false;
+    // Tells the mailer of a reply sent from any composer window.
+    std::unique_ptr<frmEmailEvents> replyLink_;
 };
 
 } // namespace corva::ui

@@ -15,6 +15,7 @@
 #include "smtp/frmSendMailWrapper.h"
 #include "ui/AccountWizardDialog.h"
 #include "ui/DisplayText.h"
+#include "ui/EmailWindow.h"
 #include "ui/Icons.h"
 #include "ui/LogViewer.h"
 #include "ui/MailerPreview.h"
@@ -769,6 +770,23 @@ MailerWindow* ScannerWindow::mailerWindow() const {
 
 void ScannerWindow::ShowMailerFirst() {
     openMailer();
+}
+
+void ScannerWindow::ShowComposer(const std::string& to, const std::string& cc,
+                                 const std::string& subject, const std::string& body) {
+    EmailRequest request;
+    request.to = to;
+    request.cc = cc;
+    request.subject = subject;
+    request.body = body;
+    openEmailWindow(request, nullptr);
+}
+
+void ScannerWindow::ShowReader(const std::string& path) {
+    EmailRequest request;
+    request.kind = EmailRequest::Kind::Read;
+    request.path = path;
+    openEmailWindow(request, nullptr);
 }
 
 bool ScannerWindow::MailerLoaded() const {

@@ -73,6 +73,9 @@ public:
                         const std::string& filterName) override;
     void ShowTrainingWindow() override;
     void ShowMailerFirst() override;
+    void ShowComposer(const std::string& to, const std::string& cc, const std::string& subject,
+                      const std::string& body) override;
+    void ShowReader(const std::string& path) override;
     bool MailerLoaded() const override;
     bool MailerVisible() const override;
     void MailerStatus(const std::string& text) override;

@@ -161,6 +161,17 @@ TEST_F(CommandLine, ComposedMessageIsSentAndFiledInSentItems) {
     EXPECT_NE(wire.find("\r\nFirst line.\r\n"), std::string::npos) << wire;
     EXPECT_TRUE(emlFiles(messages("Outbox")).empty());
     EXPECT_EQ(emlFiles(messages("Sent Items")).size(), 1u);
+
+    // A reply takes the composer's texts and marks the message answered.
+    const std::string original = messages("Inbox/LUNCH.EML");
+    writeFile(original, "From: Bob <bob@example.net>\r\nSubject: Lunch\r\n\r\nFriday?\r\n");
+    Outcome reply = run({"compose", "--reply", original, "--body-file", home_.file("body.txt")});
+    ASSERT_EQ(reply.status, 0) << reply.err;
+    const std::string spooled = readFile(reply.out.substr(0, reply.out.find('\n')));
+    for (const char* text : {"To: \"Bob\" <bob@example.net>\r\n", "Subject: Re: Lunch\r\n",
+                             "\r\n\r\nFirst line.\r\n", "Bob wrote: \r\n\r\n> Friday?\r\n> \r\n"})
+        EXPECT_NE(spooled.find(text), std::string::npos) << text << spooled;
+    EXPECT_NE(readFile(original).find("X-Message-Replied: 1"), std::string::npos);
 }
 
 // A stranger's subject carrying terminal escapes (set the title, colour, then

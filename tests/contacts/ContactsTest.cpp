@@ -1,5 +1,6 @@
 // The contact book: its file, its searches, its groups and CSV import.
 #include "contacts/clsContacts.h"
+#include "contacts/frmContacts.h"
 #include "contacts/modContacts.h"
 
 #include "core/FileSubs.h"
@@ -200,4 +201,69 @@ TEST(ContactBook, EditViewStartsFromTheKnownContactOrTheBareAddress) {
     back.LoadContacts();
     ASSERT_EQ(back.Count(), 1);
     EXPECT_EQ(back.Contact(1).strName, "Ann");
+}
+
+namespace {
+
+struct ListView : frmContactsView {
+    void ShowLabels(const std::string& name, const std::string& email) override {
+        labels = name + "|" + email;
+    }
+    std::vector<long> SelectedRows() const override { return selected; }
+    void EditContact(const std::string& address) override { edited.push_back(address); }
+    void CloseView() override { ++closed; }
+    std::string labels;
+    std::vector<long> selected;
+    std::vector<std::string> edited;
+    int closed = 0;
+};
+
+} // namespace
+
+TEST(ContactViews, BrowsePickDeleteAndEdit) {
+    TempDir dir;
+    test::RecordingPlatform platform;
+    platform::ScopedPlatform scoped(platform);
+    clsContacts book;
+    book.setFilePath(dir.file("contacts.txt"));
+    book.AddContact(person("Ann", "ann@x.test"));
+    book.AddContact(person("Bob", "bob@x.test"));
+    ListView view;
+    frmContacts list(book, &view);
+
+    list.ShowViewForm();
+    EXPECT_FALSE(list.SelectVisible());
+    EXPECT_EQ(list.CancelCaption(), "Exit");
+    list.ListView1_DblClick(1); // browsing edits
+    EXPECT_EQ(view.labels, "Name: Bob|Email: bob@x.test");
+    EXPECT_EQ(view.edited, (std::vector<std::string>{"bob@x.test"}));
+    EXPECT_FALSE(list.Picked());
+
+    list.ShowSelectForm();
+    EXPECT_EQ(list.CancelCaption(), "Cancel");
+    list.ListView1_DblClick(0); // picking picks
+    EXPECT_TRUE(list.Picked());
+    EXPECT_EQ(list.ChosenName() + " " + list.ChosenAddress(), "Ann ann@x.test");
+    EXPECT_EQ(contactEntry(list.ChosenName(), list.ChosenAddress()), "Ann <ann@x.test>");
+
+    view.selected = {0};
+    platform.prompts_.answer = platform::Answer::No;
+    list.cmdDelete_Click();
+    EXPECT_EQ(book.Count(), 2);
+    platform.prompts_.answer = platform::Answer::Yes;
+    list.cmdDelete_Click();
+    EXPECT_EQ(platform.prompts_.messages.back(), "Delete selected contact(s)?");
+    ASSERT_EQ(list.Rows().size(), 1u);
+    EXPECT_EQ(list.Rows()[0].Email, "bob@x.test");
+
+    frmContact edit(book);
+    edit.EditEmail("bob@x.test");
+    edit.Contact.homeaddr1 = "1 Road";
+    edit.Contact.homesuburb = "Town";
+    EXPECT_EQ(edit.HomeAddress(), "1 Road\r\n\r\n\r\nTown\r\n\r\n\r\n");
+    ASSERT_TRUE(edit.cmdSave_Click());
+    clsContacts reread;
+    reread.setFilePath(dir.file("contacts.txt"));
+    reread.LoadContacts();
+    EXPECT_EQ(reread.Contact(1).homeaddr1, "1 Road");
 }

@@ -45,6 +45,9 @@ public:
     }
     void PreviewMessage(const std::string& path) override { previewed = path; }
     std::string PreviewSelectedText() const override { return previewSelection; }
+    void OpenComposer(const EmailRequest& request) override { composers.push_back(request); }
+    void ShowContacts() override { newContacts.push_back("(list)"); }
+    void AddContact(const std::string& address) override { newContacts.push_back(address); }
     void OpenTool(const std::string& key) override {
         tools.push_back(key);
         // What archiving leaves behind: a folder the tree has not seen.
@@ -57,6 +60,8 @@ public:
     std::vector<std::string> statuses;
     std::string heading, unreadCaption, previewed, previewSelection;
     std::map<std::string, std::string> buttons;
+    std::vector<EmailRequest> composers;
+    std::vector<std::string> newContacts;
 };
 
 class RecordingEvents : public frmMailerEvents {
@@ -329,12 +334,27 @@ TEST_F(MailerTest, ToolbarKeys) {
     add("Inbox/", "a.eml", "alpha", false);
     add("Inbox/", "b.eml", "beta", true);
     open();
-    for (const char* key : {"newemail", "reply", "forward", "contacts", "tkl"}) {
+    for (const char* key : {"tkl"}) {
         platform_.prompts_.messages.clear();
         mailer_->Command(key);
         EXPECT_EQ(platform_.prompts_.messages, (std::vector<std::string>{WorkInProgressText}))
             << key;
     }
+    // The composer's keys open it on the first selected message.
+    view_.selection = {1};
+    for (const char* key : {"newemail", "reply", "forward"}) mailer_->Command(key);
+    mailer_->ContextCommand("reply");
+    mailer_->ContextCommand("addcontact");
+    using Kind = EmailRequest::Kind;
+    ASSERT_EQ(view_.composers.size(), 4u);
+    for (auto [i, kind] :
+         {std::pair{0, Kind::New}, {1, Kind::Reply}, {2, Kind::Forward}, {3, Kind::Reply}}) {
+        EXPECT_EQ(view_.composers[static_cast<size_t>(i)].kind, kind) << i;
+        EXPECT_EQ(view_.composers[static_cast<size_t>(i)].path, i ? mailer_->Row(1).Path : "");
+    }
+    mailer_->Command("contacts");
+    EXPECT_EQ(view_.newContacts, (std::vector<std::string>{"ann@example.com", "(list)"}));
+    view_.selection.clear();
 
     for (const char* key : {"search", "archive", "importmail", "mailmerge"}) mailer_->Command(key);
     EXPECT_EQ(view_.tools,

@@ -1,4 +1,5 @@
 #include "platform/qt/QtPlatform.h"
+#include "platform/qt/QtSpeech.h"
 
 #include "platform/ConsolePrompts.h"
 #include "platform/qt/QtKeyring.h"
@@ -239,7 +240,7 @@ public:
     }
 };
 
-// Sound and speech go through the desktop's own players when present.
+// Sound goes through the desktop's own players when present.
 class QtSound : public Sound {
 public:
     bool canPlay(const std::string& file) override {
@@ -283,19 +284,6 @@ private:
     QString shippedCopy_;
 };
 
-class QtSpeech : public Speech {
-public:
-    void speak(const std::string& text) override {
-        for (const char* voice : {"espeak-ng", "espeak", "spd-say"}) {
-            QString exe = QStandardPaths::findExecutable(QString::fromLatin1(voice));
-            if (!exe.isEmpty()) {
-                QProcess::startDetached(exe, {QString::fromStdString(text)});
-                return;
-            }
-        }
-    }
-};
-
 } // namespace
 
 struct QtPlatform::Impl {
@@ -305,7 +293,6 @@ struct QtPlatform::Impl {
     QtFileTypes types;
     QtShell shell;
     QtSound sound;
-    QtSpeech speech;
     QtKeyring keyring;
 };
 
@@ -340,7 +327,9 @@ Sound& QtPlatform::sound() {
     return impl_->sound;
 }
 Speech& QtPlatform::speech() {
-    return impl_->speech;
+    // Made on first use: looking for an engine loads plugins.
+    static std::unique_ptr<Speech> speech = makeQtSpeech();
+    return *speech;
 }
 
 } // namespace corva::platform::qt
