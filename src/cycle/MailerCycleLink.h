@@ -30,6 +30,8 @@ public:
     void ShowSettings() override;
     void ShowScanner() override;
     void BounceMessage(const std::string& path) override;
+    void SpoolReply(int account, const std::string& to, const std::string& subject,
+                    const std::string& body) override;
 
 private:
     frmMain& main_;
