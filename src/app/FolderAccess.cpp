@@ -16,13 +16,18 @@ bool CommandOnlyReads(const std::string& command, const std::vector<std::string>
         return false;
     };
     if (command == "check" || command == "score" || command == "parse" || command == "list" ||
-        command == "folders" || command == "ssl2-test" || command == "show" || command == "print")
+        command == "folders" || command == "ssl2-test" || command == "show" ||
+        command == "search" || command == "print")
         return true;
     if (command == "tickets")
         return !words.empty() && (words.front() == "list" || words.front() == "show");
     if (command == "contacts" || command == "account")
         return !words.empty() && words.front() == "list";
     if (command == "scan") return !has("--delete");
+    if (command == "rules")
+        return !words.empty() &&
+               (words.front() == "list" || words.front() == "show" || words.front() == "validate");
+    if (command == "thresholds") return words.empty();
     return false;
 }
 

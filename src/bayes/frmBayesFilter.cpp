@@ -208,7 +208,8 @@ void frmBayesFilter::GenerateTables(const std::string& label, const std::string&
     }
     Yielder yielder;
     const std::string total = std::to_string(files.size());
-    for (size_t i = 0; i < files.size(); ++i) {
+    size_t read = 0;
+    for (size_t i = 0; i < files.size() && !StopRequested; ++i, ++read) {
         guarded("GenerateTables", Module, [&] {
             auto msg = readfullmessage(files[i]);
             if (msg && !(unreadOnly && msg->Read)) hashmessage(table, *msg, false);
@@ -217,7 +218,7 @@ void frmBayesFilter::GenerateTables(const std::string& label, const std::string&
         yielder.maybe();
     }
     // Read messages that an unread-only pass skipped count as well.
-    table.Count += static_cast<int32_t>(files.size());
+    table.Count += static_cast<int32_t>(read);
 }
 
 void frmBayesFilter::GenerateWordHash(clsHashTable& good, clsHashTable& bad, int minCount) {
@@ -262,6 +263,12 @@ void frmBayesFilter::GenerateWordHash(clsHashTable& good, clsHashTable& bad, int
     });
 }
 
+bool frmBayesFilter::stopped() {
+    status("Stopped: the tables keep the mail read so far");
+    normalmouse();
+    return false;
+}
+
 bool frmBayesFilter::generatefilters() {
     busymouse();
     savelocalsettings();
@@ -277,6 +284,7 @@ bool frmBayesFilter::generatefilters() {
     } else {
         LoadGood();
     }
+    if (StopRequested) return stopped();
 
     if (SpamSource == SpamMailSource::File) {
         LoadBad();
@@ -297,6 +305,7 @@ bool frmBayesFilter::generatefilters() {
         bad_.WriteHashTable(badfilename());
         badLoaded_ = true;
     }
+    if (StopRequested) return stopped();
 
     GenerateWordHash(good_, bad_, corva::SpamWordCount);
     status("Spam filters created");

@@ -10,6 +10,7 @@
 #include "ui/MailerPreview.h"
 #include "ui/MainWindows.h"
 #include "ui/TextWindow.h"
+#include "ui/ToolWindows.h"
 
 #include <QApplication>
 #include <QClipboard>
@@ -205,7 +206,8 @@ void MailerWindow::buildToolbar() {
         {"filters", menuOf({{"applylocal", "Apply local filters"},
                             {"editlocal", "Edit local filters"},
                             {"editserver", "Edit server filters"}})},
-        {"settings", menuOf({{"seldupes", "Select duplicates"},
+        {"settings", menuOf({{"search", "Search"},
+                             {"seldupes", "Select duplicates"},
                              {"archive", "Archive"},
                              {"importmail", "Import mail"},
                              {"newfolder", "New folder"},
@@ -224,7 +226,7 @@ void MailerWindow::buildToolbar() {
         {nullptr, nullptr, nullptr},
         {"unread", "Unread", "Show unread messages only"},
         {"print", "Print", "Print the selected message"},
-        {"filters", "Filters", "Why the classifier scores the message as it does"},
+        {"filters", "Filters", "Train the spam filters and set their thresholds"},
         {"contacts", "Contacts", "The contact book"},
         {"tkl", "Reminders", "Reminders"},
         {"cms", "CMS", "Support tickets"},
@@ -571,6 +573,10 @@ void MailerWindow::PreviewMessage(const std::string& path) {
 void MailerWindow::OpenReader(const std::string& path) {
     auto message = readfullmessage(path);
     if (!message->Filename().empty()) showInReader(this, *message);
+}
+
+void MailerWindow::OpenTool(const std::string& key) {
+    openToolWindow(this, key, [this](const std::string& path) { OpenReader(path); });
 }
 
 std::string MailerWindow::PreviewSelectedText() const {

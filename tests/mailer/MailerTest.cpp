@@ -45,7 +45,13 @@ public:
     }
     void PreviewMessage(const std::string& path) override { previewed = path; }
     std::string PreviewSelectedText() const override { return previewSelection; }
+    void OpenTool(const std::string& key) override {
+        tools.push_back(key);
+        // What archiving leaves behind: a folder the tree has not seen.
+        if (key == "archive") MkMissingDir(MessageFolder + "Archive/Y2024");
+    }
 
+    std::vector<std::string> tools;
     std::vector<FolderNode> nodes;
     std::vector<long> selection;
     std::vector<std::string> statuses;
@@ -62,6 +68,10 @@ public:
                     const std::string& body) override {
         raised.push_back("SpoolReply " + to + " | " + subject + " | " + body);
     }
+    void EditFilters(bool isLocal, const std::string& path) override {
+        raised.push_back(std::string(isLocal ? "local" : "server") + (path.empty() ? "" : " +msg"));
+    }
+    void ShowTraining() override { raised.push_back("ShowTraining"); }
     std::vector<std::string> raised;
 };
 
@@ -323,12 +333,24 @@ TEST_F(MailerTest, ToolbarKeys) {
     add("Inbox/", "a.eml", "alpha", false);
     add("Inbox/", "b.eml", "beta", true);
     open();
-    for (const char* key : {"newemail", "reply", "forward", "contacts", "tkl", "mailmerge"}) {
+    for (const char* key : {"newemail", "reply", "forward", "contacts", "tkl"}) {
         platform_.prompts_.messages.clear();
         mailer_->Command(key);
         EXPECT_EQ(platform_.prompts_.messages, (std::vector<std::string>{WorkInProgressText}))
             << key;
     }
+
+    for (const char* key : {"search", "archive", "importmail", "mailmerge"}) mailer_->Command(key);
+    EXPECT_EQ(view_.tools,
+              (std::vector<std::string>{"search", "archive", "importmail", "mailmerge"}));
+    EXPECT_GE(mailer_->FindNode("Y2024"), 0);
+    EXPECT_EQ(mailer_->OpenFolder(), MessageFolder + "Inbox/");
+    for (const char* key : {"filters", "editlocal", "editserver"}) mailer_->Command(key);
+    select({0});
+    mailer_->ContextCommand("createlocalfilter");
+    EXPECT_EQ(events_.raised,
+              (std::vector<std::string>{"ShowTraining", "local", "server", "local +msg"}));
+    events_.raised.clear();
 
     mailer_->Command("upanddown");
     EXPECT_EQ(view_.buttons["upanddown"], "stop");
