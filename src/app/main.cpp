@@ -8,6 +8,7 @@
 #include "platform/qt/QtPlatform.h"
 
 #include <QCoreApplication>
+#include <QGuiApplication>
 
 #include <algorithm>
 
@@ -106,7 +107,16 @@ int main(int argc, char** argv) {
         words.erase(words.begin());
         if (std::find(words.begin(), words.end(), "--help") != words.end())
             return printCommandHelp(first);
-        QCoreApplication app(argc, argv);
+        // Printing lays text out with fonts, which only a GUI application has;
+        // it needs no screen, so it runs offscreen unless told otherwise.
+        std::unique_ptr<QCoreApplication> app;
+        if (first == "print") {
+            if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
+                qputenv("QT_QPA_PLATFORM", "offscreen");
+            app = std::make_unique<QGuiApplication>(argc, argv);
+        } else {
+            app = std::make_unique<QCoreApplication>(argc, argv);
+        }
         corva::platform::qt::QtPlatform platform;
         corva::platform::ConsolePrompts console;
         platform.setPrompts(&console);

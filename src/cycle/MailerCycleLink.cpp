@@ -1,9 +1,12 @@
 #include "cycle/MailerCycleLink.h"
 
 #include "core/ErrorHandler.h"
+#include "core/FileSubs.h"
+#include "core/Globals.h"
 #include "cycle/frmMain.h"
 #include "cycle/modScannerCommands.h"
 #include "store/modMessageFiles.h"
+#include "store/modTags.h"
 
 namespace corva {
 
@@ -84,6 +87,19 @@ void MailerCycleLink::BounceMessage(const std::string& path) {
         prompts.messageBox("Selected messages have been bounced. If you change your mind, delete "
                            "the outbound messages before you do another 'send/receive mail'",
                            platform::Buttons::Ok, platform::Icon::Information, "Corva");
+    });
+}
+
+void MailerCycleLink::SpoolReply(int account, const std::string& to, const std::string& subject,
+                                 const std::string& body) {
+    guarded("SpoolReply", "frmMailer", [&] {
+        clsMessage out;
+        out.To_Email = to;
+        out.Subject = subject;
+        out.MessageBody = body;
+        out.FromAccount = static_cast<int16_t>(account);
+        if (main_.SendMailWrapper().SpoolMessage(out).empty()) return;
+        addtounreadtag(addslash(MessageFolder) + OutboxFolder, 0);
     });
 }
 

@@ -32,6 +32,8 @@ public:
     void EditFilters(bool isLocal, const std::string& fromPath) override;
     void ShowTraining() override;
     void BounceMessage(const std::string& path) override;
+    void SpoolReply(int account, const std::string& to, const std::string& subject,
+                    const std::string& body) override;
 
 private:
     frmMain& main_;

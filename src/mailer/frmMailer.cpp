@@ -12,6 +12,8 @@
 #include "core/mSHAREDSettings.h"
 #include "core/modSubs.h"
 #include "filters/frmFilters.h"
+#include "mailer/MailerSuggestions.h"
+#include "mailer/MessageDisplay.h"
 #include "message/clsMessages.h"
 #include "store/modFolders.h"
 #include "store/modMailerActions.h"
@@ -831,6 +833,24 @@ void frmMailer::seldupes() {
     for (size_t i = 0; i < chosen.size(); ++i)
         if (chosen[i]) rows.push_back(static_cast<long>(i));
     view_->SelectRows(rows, rows.empty() ? -1 : rows.back());
+}
+
+std::vector<std::string> frmMailer::SuggestionMenu() const {
+    return guardedValue("FillSuggestionMenu", kModule, std::vector<std::string>(),
+                        [] { return FillSuggestionMenu(); });
+}
+
+void frmMailer::mnuSug_Click(const std::string& name) {
+    guarded("mnuSug_Click", kModule, [&] {
+        std::vector<long> rows = selected();
+        if (rows.empty()) return;
+        auto message = readfullmessage(rows_[static_cast<size_t>(rows.front())].Path);
+        if (message->Filename().empty()) return;
+        const std::string text = displayBodyText(*message);
+        AddToSuggestions(name, *message, text);
+        if (auto reply = SuggestionReplyFor(name, *message, text))
+            events_->SpoolReply(message->FromAccount, reply->to, reply->subject, reply->body);
+    });
 }
 
 void frmMailer::mnuDupeEmail() {

@@ -98,6 +98,9 @@ public:
     void ApplyLocalFilters();
     void seldupes();
     void mnuDupeEmail();
+    // "Add Suggestion to ...": the lists, and adding the selected message to one.
+    std::vector<std::string> SuggestionMenu() const;
+    void mnuSug_Click(const std::string& name);
     void AddFolder();
     void mnudeletefolder_click();
     void ClickedRescanFolders();

@@ -36,6 +36,11 @@ public:
     virtual void ShowTraining() {}
     // The bounce of the list's context menu, with the message's file.
     virtual void BounceMessage(const std::string& path) { (void)path; }
+    // A thank-you for a suggestion, to go out through the Outbox.
+    virtual void SpoolReply(int account, const std::string& to, const std::string& subject,
+                            const std::string& body) {
+        (void)account, (void)to, (void)subject, (void)body;
+    }
 };
 
 } // namespace corva

@@ -15,9 +15,10 @@ struct PrintJob {
 };
 
 enum class PrintTarget {
-    Printer, // the print dialog, then the printer chosen
-    Preview, // the print preview window
-    Pdf,     // straight into a PDF file, no printer needed
+    Printer,        // the print dialog, then the printer chosen
+    Preview,        // the print preview window
+    Pdf,            // straight into a PDF file, no printer needed
+    DefaultPrinter, // the system's default printer, without asking
 };
 
 class Printer {

@@ -314,6 +314,15 @@ void MailerWindow::showContextMenu(const QPoint& pos) {
         connect(menu.addAction(toDisplay(e.caption)), &QAction::triggered, this,
                 [this, key] { mailer_.ContextCommand(key); });
     }
+    // The suggestion lists, read afresh each time as files may come and go.
+    const std::vector<std::string> lists = mailer_.SuggestionMenu();
+    if (!lists.empty() && !mailer_.ContextMenu().empty()) {
+        QMenu* sug = menu.addMenu(QStringLiteral("Add Suggestion to ..."));
+        sug->setObjectName(QStringLiteral("mnuSuggestion"));
+        for (const std::string& name : lists)
+            connect(sug->addAction(toDisplay(name)), &QAction::triggered, this,
+                    [this, name] { mailer_.mnuSug_Click(name); });
+    }
     if (!menu.isEmpty()) menu.exec(list_->viewport()->mapToGlobal(pos));
 }
 

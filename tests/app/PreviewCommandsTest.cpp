@@ -12,16 +12,20 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// The command's standard output and exit status; arguments are quoted for
+// A command's output (both streams) and exit status; arguments are quoted for
 // the shell, none of them holds a quote.
-std::pair<std::string, int> corvaOut(const std::string& args) {
+std::pair<std::string, int> shellOut(const std::string& command) {
     std::string out;
-    FILE* pipe = ::popen((std::string(CORVA_EXE) + " " + args + " 2>&1").c_str(), "r");
+    FILE* pipe = ::popen((command + " 2>&1").c_str(), "r");
     if (!pipe) return {"", -1};
     char buffer[4096];
     for (size_t n; (n = std::fread(buffer, 1, sizeof buffer, pipe)) > 0;) out.append(buffer, n);
     int status = ::pclose(pipe);
     return {out, WIFEXITED(status) ? WEXITSTATUS(status) : -1};
+}
+
+std::pair<std::string, int> corvaOut(const std::string& args) {
+    return shellOut(std::string(CORVA_EXE) + " " + args);
 }
 
 TEST(PreviewCommands, ShowPrintsThePreviewAndSaveKeepsFilesInTheFolder) {
@@ -54,6 +58,39 @@ TEST(PreviewCommands, ShowPrintsThePreviewAndSaveKeepsFilesInTheFolder) {
         EXPECT_EQ(entry.path().parent_path(), fs::path(out)) << entry.path();
     }
     EXPECT_EQ(files, 1u) << saved;
+}
+
+TEST(PreviewCommands, PrintWritesThePdfWithEveryLineAndNumberedPages) {
+    TempDir home, dir;
+    std::string body;
+    for (int i = 1; i <= 150; ++i) body += "Line number " + std::to_string(i) + " of the body\r\n";
+    writeFile(dir.file("m.eml"), "From: Ann <ann@example.com>\r\nTo: bob@example.com\r\nCc: "
+                                 "carl@example.com\r\nSubject: Quarterly report\r\nDate: Tue, 3 "
+                                 "Jun 2008 11:05:30 +0200\r\n\r\n" +
+                                     body);
+    const std::string pdf = dir.file("m.pdf");
+    auto [said, status] = corvaOut("--home '" + home.path() + "' print '" + dir.file("m.eml") +
+                                   "' --pdf '" + pdf + "'");
+    ASSERT_EQ(status, 0) << said;
+    auto [text, textStatus] = shellOut("pdftotext -layout '" + pdf + "' -");
+    ASSERT_EQ(textStatus, 0) << text;
+    for (const char* part : {"From:", "Ann <ann@example.com>", "To:", "bob@example.com",
+                             "Cc:", "carl@example.com", "Date:", "Subject:", "Quarterly report"})
+        EXPECT_NE(text.find(part), std::string::npos) << part;
+    for (int i = 1; i <= 150; ++i)
+        EXPECT_NE(text.find("Line number " + std::to_string(i) + " of the body"), std::string::npos)
+            << i;
+    auto [info, infoStatus] = shellOut("pdfinfo '" + pdf + "'");
+    const size_t at = info.find("Pages:");
+    ASSERT_NE(at, std::string::npos) << info;
+    const int pages = std::stoi(info.substr(at + 6));
+    EXPECT_GE(pages, 2);
+    EXPECT_NE(said.find("Printed " + std::to_string(pages) + " pages into " + pdf + "\n"),
+              std::string::npos)
+        << said;
+    EXPECT_NE(text.find("Page " + std::to_string(pages) + " of " + std::to_string(pages)),
+              std::string::npos);
+    EXPECT_TRUE(fs::is_empty(home.path())) << "print wrote into the program folder";
 }
 
 } // namespace

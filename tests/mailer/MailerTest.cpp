@@ -69,6 +69,10 @@ public:
     void DownloadMail() override { raised.push_back("DownloadMail"); }
     void StopTransfer() override { raised.push_back("StopTransfer"); }
     void ShowScanner() override { raised.push_back("ShowScanner"); }
+    void SpoolReply(int, const std::string& to, const std::string& subject,
+                    const std::string& body) override {
+        raised.push_back("SpoolReply " + to + " | " + subject + " | " + body);
+    }
     void EditFilters(bool isLocal, const std::string& path) override {
         raised.push_back(std::string(isLocal ? "local" : "server") + (path.empty() ? "" : " +msg"));
     }
@@ -429,6 +433,36 @@ TEST_F(MailerTest, SplitMessageSavesTheSelectedTextAsAPart) {
     select({1});
     mailer_->mnuDupeEmail();
     EXPECT_EQ(mailer_->Row(2).Subject, "PART: alpha");
+}
+
+TEST_F(MailerTest, SuggestionsAppendOnceAndAnswerOnlyWithATemplate) {
+    DataFolder = home_.path();
+    add("Inbox/", "a.eml", "Verified idea", true);
+    writeFile(DataFolder + "DB/Wishes.TXT", "");
+    writeFile(DataFolder + "DB/Bugs.txt", "");
+    writeFile(DataFolder + "DB/notes.doc", "");
+    open();
+    select({0});
+    EXPECT_EQ(mailer_->SuggestionMenu(), (std::vector<std::string>{"Bugs", "Wishes"}));
+
+    // No template: the message is kept, nobody is answered.
+    mailer_->mnuSug_Click("Wishes");
+    std::string list = LoadTextFile(DataFolder + "DB/Wishes.TXT");
+    EXPECT_TRUE(StartsWith(list, "Ann <ann@example.com>\r\n")) << list;
+    EXPECT_NE(list.find("Body of Verified idea."), std::string::npos);
+    EXPECT_NE(list.find("Message-ID: <Verified idea2026-11-20@x>\r\n"), std::string::npos);
+    EXPECT_TRUE(events_.raised.empty());
+
+    // Again: the list is left as it was, and the template now answers.
+    writeFile(DataFolder + "AutoReply/Good Suggestion.txt", "@Progname@ has it.\r\n");
+    writeFile(MessageFolder + "sig.txt", "-- Corva");
+    mailer_->mnuSug_Click("Wishes");
+    EXPECT_EQ(LoadTextFile(DataFolder + "DB/Wishes.TXT"), list);
+    ASSERT_EQ(events_.raised.size(), 1u);
+    EXPECT_EQ(events_.raised[0], "SpoolReply ann@example.com | RE: idea | Hi, and thanks for your "
+                                 "email\r\nWishes has it.\r\n-- Corva\r\n> Body of Verified "
+                                 "idea.\r\n");
+    DataFolder.clear();
 }
 
 TEST_F(MailerTest, ACachedRowFindsItsSubjectCharsetInItsFile) {

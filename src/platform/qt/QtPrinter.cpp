@@ -11,6 +11,7 @@
 #include <QPrintDialog>
 #include <QPrintPreviewDialog>
 #include <QPrinter>
+#include <QPrinterInfo>
 #include <QTextLayout>
 #include <QTextOption>
 
@@ -113,6 +114,12 @@ public:
             printer.setOutputFileName(QString::fromStdString(pdfPath));
             printer.setPageSize(QPageSize(QPageSize::A4));
             return paint(printer, job);
+        case PrintTarget::DefaultPrinter: {
+            const QPrinterInfo info = QPrinterInfo::defaultPrinter();
+            if (info.isNull()) return 0;
+            printer.setPrinterName(info.printerName());
+            return paint(printer, job);
+        }
         case PrintTarget::Printer: {
             QPrintDialog dialog(&printer);
             if (dialog.exec() != QDialog::Accepted) return 0;
