@@ -13,6 +13,7 @@ packages=(
     poppler-utils
     clang libclang-rt-14-dev
     bogofilter # bench/score_bulk compares against it
+    desktop-file-utils appstream man-db file # the install test validates what it installs
 )
 
 missing=()
