@@ -18,6 +18,8 @@ bool CommandOnlyReads(const std::string& command, const std::vector<std::string>
     if (command == "check" || command == "score" || command == "parse" || command == "list" ||
         command == "folders" || command == "ssl2-test" || command == "show")
         return true;
+    if (command == "tickets")
+        return !words.empty() && (words.front() == "list" || words.front() == "show");
     if (command == "contacts" || command == "account")
         return !words.empty() && words.front() == "list";
     if (command == "scan") return !has("--delete");

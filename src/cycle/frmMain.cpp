@@ -23,6 +23,7 @@
 #include "store/RetrieveStore.h"
 #include "store/modFolders.h"
 #include "store/modTags.h"
+#include "tickets/modCMSMail.h"
 
 #include <cerrno>
 #include <cmath>
@@ -930,6 +931,7 @@ bool frmMain::saveRetrievedMessage(clsMessage& msg) {
     if (!retrieveStore_.write(path, msg.RawMessage(), deleting)) return false;
     LogAction(path + " saved");
     ++MessagesSaved_;
+    TicketFromRetrievedMail(msg, *fSendMail_);
     view_->MessageStored(path, msg);
 
     if (view_->MailerLoaded()) {

@@ -975,7 +975,9 @@ void frmMailer::Command(const std::string& key) {
             AddFolder();
         else if (key == "deletefolder")
             mnudeletefolder_click();
-        else if (key == "rescanfolders")
+        else if (key == "cms") {
+            if (ShowsTickets()) view_->ShowTicketList();
+        } else if (key == "rescanfolders")
             ClickedRescanFolders();
         else if (key == "splitmessage")
             mnuDupeEmail();
@@ -1000,6 +1002,10 @@ void frmMailer::Command(const std::string& key) {
             // mailmerge: their windows come later.
             workInProgress();
     });
+}
+
+bool frmMailer::ShowsTickets() {
+    return sget("CMSMODE", false).toBool();
 }
 
 std::vector<MailerMenuEntry> frmMailer::ContextMenu() const {
@@ -1034,6 +1040,7 @@ std::vector<MailerMenuEntry> frmMailer::ContextMenu() const {
                                        {"print", "Print"},
                                        {"viewsource", "View source"},
                                        {"exportaddresses", "Export addresses"}});
+        if (ShowsTickets()) entries.insert(entries.end(), {{"", ""}, {"openincms", "Open in CMS"}});
     });
     return entries;
 }
@@ -1070,7 +1077,9 @@ void frmMailer::ContextCommand(const std::string& key) {
             view_->CopyToClipboard(extractemail(readmessageheader(paths.front())->From));
         else if (key == "bounce")
             events_->BounceMessage(paths.front());
-        else
+        else if (key == "openincms") {
+            if (ShowsTickets()) view_->OpenInCMS(paths.front());
+        } else
             // reply, addcontact, createfilter, createlocalfilter, spamreport,
             // exportaddresses: their windows come later.
             workInProgress();

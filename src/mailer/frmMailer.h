@@ -108,6 +108,8 @@ public:
     // The list's context menu for the selected row ("" keys are separators).
     std::vector<MailerMenuEntry> ContextMenu() const;
     void ContextCommand(const std::string& key);
+    // The ticket entries stand only in CMS mode (key CMSMODE).
+    static bool ShowsTickets();
 
     // ---- From the cycle and the composer ----
     // The scan stored a message; the store hears of it, then the list and tree.

@@ -132,6 +132,10 @@ public:
         (void)text;
     }
     virtual void CopyToClipboard(const std::string& text) { (void)text; }
+    // Support tickets (CMS mode): a new ticket from the message in this file,
+    // and the list of tickets.
+    virtual void OpenInCMS(const std::string& path) { (void)path; }
+    virtual void ShowTicketList() {}
     virtual void ShowHelp() {}
 };
 

@@ -3,6 +3,7 @@
 #include "cycle/frmMain.h"
 #include "mailer/frmMailer.h"
 #include "store/modMessageFiles.h"
+#include "ui/CMSWindows.h"
 #include "ui/DisplayText.h"
 #include "ui/Icons.h"
 #include "ui/MailerListModel.h"
@@ -226,6 +227,7 @@ void MailerWindow::buildToolbar() {
         {"filters", "Filters", "Why the classifier scores the message as it does"},
         {"contacts", "Contacts", "The contact book"},
         {"tkl", "Reminders", "Reminders"},
+        {"cms", "CMS", "Support tickets"},
         {nullptr, nullptr, nullptr},
         {"scanner", "Scanner", "Show the scanner"},
         {"settings", "Settings", "Settings and folder commands"},
@@ -250,6 +252,7 @@ void MailerWindow::buildToolbar() {
                 button->setPopupMode(QToolButton::MenuButtonPopup);
             }
     }
+    actions_[QStringLiteral("cms")]->setVisible(frmMailer::ShowsTickets());
 }
 
 void MailerWindow::buildKeys() {
@@ -297,7 +300,18 @@ void MailerWindow::showContextMenu(const QPoint& pos) {
 // ---- frmMailerView: the window ----
 
 void MailerWindow::ShowWindow() {
+    if (auto cms = actions_.find(QStringLiteral("cms")); cms != actions_.end())
+        cms->second->setVisible(frmMailer::ShowsTickets());
     showInFront(*this, windowState_ == WindowState::Maximised);
+}
+
+void MailerWindow::OpenInCMS(const std::string& path) {
+    auto message = readmessage(path, false);
+    if (message) OpenTicketForMessage(*message, "", main_.SendMailWrapper(), this);
+}
+
+void MailerWindow::ShowTicketList() {
+    CMSTicketListWindow::open(main_.SendMailWrapper(), this);
 }
 
 void MailerWindow::HideWindow() {

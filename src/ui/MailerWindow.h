@@ -59,6 +59,8 @@ public:
     void ViewPreviewedSource() override;
     void ShowText(const std::string& title, const std::string& text) override;
     void CopyToClipboard(const std::string& text) override;
+    void OpenInCMS(const std::string& path) override;
+    void ShowTicketList() override;
     void ShowHelp() override;
 
     // For tests, benchmarks and screenshots.
