@@ -5,7 +5,12 @@
 // shared, so processor time is the figure to compare.
 //
 // No collection of real mail ships with the tree, so the files are generated
-// (bench/Corpus.h's vocabulary, headers shaped as a scan reads them).
+// (bench/Corpus.h's vocabulary, headers shaped as a scan reads them), and the
+// figures say so.
+//   bench_score_bulk [N]   N messages of each kind to train on (2000)
+// CORVA_BASELINE=/path/to/an/older/corva times that build too, in the same run
+// on the same files; CORVA_BENCH_KEEP=DIR leaves a copy of the files there for
+// a profiler.
 #include "BenchSupport.h"
 #include "Corpus.h"
 #include "support/TempDir.h"
@@ -121,6 +126,16 @@ int main(int argc, char** argv) {
     const std::vector<std::string> corva{CORVA_EXE, "--home", home, "--quiet"};
     const std::vector<std::string> bogo{"bogofilter", "-d", home + "bogo"};
 
+    if (const char* keep = std::getenv("CORVA_BENCH_KEEP"))
+        std::system(
+            ("rm -rf '" + std::string(keep) + "' && cp -r '" + home + "' '" + keep + "'").c_str());
+    const char* baseline = std::getenv("CORVA_BASELINE");
+    Run baseTrain, baseScore;
+    if (baseline) {
+        const std::vector<std::string> base{baseline, "--home", home, "--quiet"};
+        baseTrain = timed(with(base, {"train"}));
+        baseScore = timed(with(with(base, {"score", "--headers-only"}), testList));
+    }
     const Run corvaTrain = timed(with(corva, {"train"}));
     const Run bogoTrain = sum(timed(with(with(bogo, {"-n", "-B"}), hamList)),
                               timed(with(with(bogo, {"-s", "-B"}), spamList)));
@@ -133,8 +148,13 @@ int main(int argc, char** argv) {
         std::printf("%-22s %8.3f s wall %8.3f s cpu %9.0f msg/s (cpu) exit %d\n", what, r.wall,
                     r.cpu, r.cpu > 0 ? count / r.cpu : 0.0, r.status);
     };
-    std::printf("Training on %d good and %d spam messages, scoring %d header files\n", train, train,
-                TestFiles);
+    std::printf("Generated corpus (no real mail on this machine): training on %d good and %d "
+                "spam messages, scoring %d header files\n",
+                train, train, TestFiles);
+    if (baseline) {
+        line("baseline corva train", baseTrain, trained);
+        line("baseline corva score", baseScore, TestFiles);
+    }
     line("corva train", corvaTrain, trained);
     line("bogofilter -n/-s -B", bogoTrain, trained);
     line("corva score", corvaScore, TestFiles);

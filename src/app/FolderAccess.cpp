@@ -23,6 +23,10 @@ bool CommandOnlyReads(const std::string& command, const std::vector<std::string>
     if (command == "contacts" || command == "account")
         return !words.empty() && words.front() == "list";
     if (command == "scan") return !has("--delete");
+    if (command == "rules")
+        return !words.empty() &&
+               (words.front() == "list" || words.front() == "show" || words.front() == "validate");
+    if (command == "thresholds") return words.empty();
     return false;
 }
 

@@ -40,10 +40,6 @@ int32_t reduce(uint64_t h, int32_t size) {
     return size <= 0 ? 0 : static_cast<int32_t>(h % static_cast<uint64_t>(size));
 }
 
-uint32_t checkOf(uint64_t h) {
-    return static_cast<uint32_t>(h >> 32);
-}
-
 bool holdsBoundary(std::string_view key) {
     static constexpr std::string_view word = "boundary";
     for (size_t eq = key.find('='); eq != std::string_view::npos; eq = key.find('=', eq + 1))
@@ -99,15 +95,50 @@ void clsHashTable::raise(int code, const std::string& source) const {
     throw RunError(ErrorBase + code, std::string(texts[code]) + ": " + source + " ");
 }
 
+// A table initialised again at the size it has, with no node freed in between
+// (the score's table of one message's tokens), is emptied in place: only the
+// nodes used are cleared, and the free list is the untouched 1, 2, 3 ... again.
+bool clsHashTable::reuse(int32_t buckets, int32_t nodes, size_t indexCapacity) {
+    if (!initialised_ || freed_ || buckets != bucketCount_ || nodes != Size ||
+        allocator_.UpperBound() != nodes || index_.size() != indexCapacity)
+        return false;
+    const size_t mask = index_.size() - 1;
+    for (int32_t i = 1; i <= MaxIndex; ++i) {
+        Node& node = nodes_[static_cast<size_t>(i)];
+        // Its index slot; a second key of the same hash finds none (bounded).
+        size_t pos = static_cast<size_t>(node.full) & mask;
+        for (size_t step = 0; step <= mask; ++step, pos = (pos + 1) & mask) {
+            Slot& slot = index_[pos];
+            if (slot.node != 0 && slot.hash == node.full) {
+                slot = Slot{};
+                break;
+            }
+        }
+        node = Node{};
+        keys_[static_cast<size_t>(i)].clear();
+    }
+    std::fill(buckets_.begin(), buckets_.end(), 0);
+    allocator_.FreeHead = 1;
+    return true;
+}
+
 void clsHashTable::init(int32_t buckets, int32_t nodes) {
+    size_t capacity = 1024;
+    while (capacity * 7 < static_cast<size_t>(nodes) * 10) capacity *= 2;
+    if (reuse(buckets, nodes, capacity)) {
+        growth_ = 1.5f;
+        indexUsed_ = 0;
+        MaxIndex = 0;
+        return;
+    }
+    freed_ = false;
     growth_ = 1.5f;
     bucketCount_ = buckets;
     buckets_.assign(static_cast<size_t>(buckets), 0);
+    bucketMemo_.assign(static_cast<size_t>(buckets), -1);
     nodes_.assign(static_cast<size_t>(nodes) + 1, Node{});
     keys_.assign(static_cast<size_t>(nodes) + 1, std::string());
     allocator_.Init(nodes, growth_);
-    size_t capacity = 1024;
-    while (capacity * 7 < static_cast<size_t>(nodes) * 10) capacity *= 2;
     index_.assign(capacity, Slot{});
     indexUsed_ = 0;
     Size = nodes;
@@ -121,16 +152,27 @@ void clsHashTable::ensureInitialised() {
 }
 
 int32_t clsHashTable::bucketOf(int32_t hashValue) const {
+    // The bucket of a hash value is the hash of its decimal text; values in the
+    // table's own range are worked out once.
+    if (hashValue >= 0 && hashValue < static_cast<int32_t>(bucketMemo_.size())) {
+        int32_t& memo = bucketMemo_[static_cast<size_t>(hashValue)];
+        if (memo < 0) memo = bucketOfText(hashValue);
+        return memo;
+    }
+    return bucketOfText(hashValue);
+}
+
+int32_t clsHashTable::bucketOfText(int32_t hashValue) const {
     char text[16];
     auto [end, ec] = std::to_chars(text, text + sizeof text, hashValue);
     (void)ec;
     return cHash(std::string_view(text, static_cast<size_t>(end - text)), bucketCount_);
 }
 
-int32_t clsHashTable::walk(std::string_view key, uint32_t check, int32_t hashValue) const {
+int32_t clsHashTable::walk(std::string_view key, uint64_t fullHash, int32_t hashValue) const {
     for (int32_t i = buckets_[static_cast<size_t>(bucketOf(hashValue))]; i != 0;) {
         const Node& node = nodes_[static_cast<size_t>(i)];
-        if (node.hashValue == hashValue && node.check == check &&
+        if (node.hashValue == hashValue && node.full == fullHash &&
             keys_[static_cast<size_t>(i)] == key)
             return i;
         i = node.next;
@@ -175,13 +217,12 @@ void clsHashTable::indexPut(uint64_t fullHash, int32_t node) {
 }
 
 int32_t clsHashTable::find(std::string_view key, uint64_t fullHash, int32_t hashValue) {
-    const uint32_t check = checkOf(fullHash);
     // A lookup in another chain than the key's own can only be walked.
-    if (hashValue != reduce(fullHash, bucketCount_)) return walk(key, check, hashValue);
+    if (hashValue != reduce(fullHash, bucketCount_)) return walk(key, fullHash, hashValue);
     Slot* slot = indexFind(fullHash);
     if (!slot) return 0; // no key with this hash was ever added
     if (slot->node > 0 && keys_[static_cast<size_t>(slot->node)] == key) return slot->node;
-    int32_t found = walk(key, check, hashValue);
+    int32_t found = walk(key, fullHash, hashValue);
     if (found != 0) slot->node = found;
     return found;
 }
@@ -199,7 +240,7 @@ int32_t clsHashTable::add(std::string_view key, uint64_t fullHash, int32_t hashV
     node.next = buckets_[static_cast<size_t>(bucket)];
     buckets_[static_cast<size_t>(bucket)] = n;
     node.hashValue = hashValue;
-    node.check = checkOf(fullHash);
+    node.full = fullHash;
     node.value = value;
     keys_[static_cast<size_t>(n)].assign(key.data(), key.size());
     if (n > MaxIndex) MaxIndex = n;
@@ -257,6 +298,11 @@ int32_t clsHashTable::RecIndex(std::string_view key) {
     return find(key, h, reduce(h, bucketCount_));
 }
 
+int32_t clsHashTable::RecIndexHashed(std::string_view key, uint64_t fullHash) {
+    if (!initialised_) InitStandard();
+    return find(key, fullHash, reduce(fullHash, bucketCount_));
+}
+
 void clsHashTable::AlterValue(std::string_view key, float delta) {
     guarded("AlterValue", Module, [&] {
         ensureInitialised();
@@ -292,6 +338,7 @@ bool clsHashTable::Delete(int32_t hashValue) {
                 else
                     nodes_[static_cast<size_t>(previous)].next = node.next;
                 allocator_.Free(i);
+                freed_ = true;
                 node = Node{};
                 keys_[static_cast<size_t>(i)].clear();
                 return;
@@ -312,6 +359,7 @@ void clsHashTable::ClearArrays() {
     nodes_ = {};
     keys_ = {};
     buckets_ = {};
+    bucketMemo_ = {};
     index_ = {};
     indexUsed_ = 0;
     allocator_.Clear();
@@ -360,8 +408,8 @@ bool clsHashTable::LoadTable(const std::string& path) {
         int line = 0;
         long outOfRange = 0;
         while (pos < all.size()) {
-            size_t end = all.find_first_of("\r\n", pos);
-            if (end == std::string_view::npos) end = all.size();
+            size_t end = pos;
+            while (end < all.size() && all[end] != '\r' && all[end] != '\n') ++end;
             std::string_view current = all.substr(pos, end - pos);
             pos = end;
             if (pos < all.size() && all[pos] == '\r') ++pos;

@@ -44,6 +44,10 @@ public:
     clsHashRec FindRec(std::string_view key, int32_t hashValue);
     // The node number of a key, 0 if absent.
     int32_t RecIndex(std::string_view key);
+    // The same for a key whose full hash is known (FullHashAt of another table),
+    // so that a token moved between tables is hashed once.
+    int32_t RecIndexHashed(std::string_view key, uint64_t fullHash);
+    uint64_t FullHashAt(int32_t index) const { return nodes_[static_cast<size_t>(index)].full; }
     void InitSmall() { init(50, 500); }
     void InitStandard() { init(20000, 50000); }
     void InitBig() { init(50000, 100000); }
@@ -66,8 +70,8 @@ private:
     struct Node {
         int32_t next = 0;
         int32_t hashValue = 0;
-        uint32_t check = 0; // a second hash of the key, so chain walks rarely compare text
         float value = 0;
+        uint64_t full = 0; // the key's whole hash, so chain walks rarely compare text
     };
 
     // The chains are the table; this index from a key's hash to the newest node
@@ -80,24 +84,28 @@ private:
     Slot* indexFind(uint64_t fullHash);
     void indexPut(uint64_t fullHash, int32_t node);
     void indexResize(size_t capacity);
-    int32_t walk(std::string_view key, uint32_t check, int32_t hashValue) const;
+    int32_t walk(std::string_view key, uint64_t fullHash, int32_t hashValue) const;
+    bool reuse(int32_t buckets, int32_t nodes, size_t indexCapacity);
 
     void init(int32_t buckets, int32_t nodes);
     void ensureInitialised();
     int32_t bucketOf(int32_t hashValue) const;
+    int32_t bucketOfText(int32_t hashValue) const;
     int32_t find(std::string_view key, uint64_t fullHash, int32_t hashValue);
     int32_t add(std::string_view key, uint64_t fullHash, int32_t hashValue, float value);
     [[noreturn]] void raise(int code, const std::string& source) const;
 
     clsHashNodes allocator_;
-    std::vector<Node> nodes_;       // index 0 unused
-    std::vector<std::string> keys_; // parallel to nodes_
-    std::vector<int32_t> buckets_;  // heads of chains, 0 for none
-    std::vector<Slot> index_;       // open addressing, a power of two long
+    std::vector<Node> nodes_;                 // index 0 unused
+    std::vector<std::string> keys_;           // parallel to nodes_
+    std::vector<int32_t> buckets_;            // heads of chains, 0 for none
+    mutable std::vector<int32_t> bucketMemo_; // bucketOf by hash value, -1 until worked out
+    std::vector<Slot> index_;                 // open addressing, a power of two long
     size_t indexUsed_ = 0;
     int32_t bucketCount_ = 0;
     float growth_ = 1.5f;
     bool initialised_ = false;
+    bool freed_ = false; // a node went back to the free list since the last init
 };
 
 } // namespace corva

@@ -44,6 +44,27 @@ private:
 };
 
 void appendFloat(std::string& out, float value) {
+    // Nearly every probability is a whole hundredth; their texts are made once.
+    struct Hundredths {
+        float value[101];
+        std::string text[101];
+        Hundredths() {
+            for (int k = 0; k <= 100; ++k) {
+                value[k] = roundToHundredths(static_cast<float>(k / 100.0));
+                char b[64];
+                auto [e, c] = std::to_chars(b, b + sizeof b, value[k], std::chars_format::fixed);
+                if (c == std::errc()) text[k].assign(b, e);
+            }
+        }
+    };
+    static const Hundredths known;
+    if (value >= 0 && value <= 1 && !std::signbit(value)) {
+        const long k = std::lround(static_cast<double>(value) * 100.0);
+        if (known.value[k] == value && !known.text[k].empty()) {
+            out += known.text[k];
+            return;
+        }
+    }
     char buffer[64];
     auto [end, ec] = std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::fixed);
     if (ec == std::errc()) out.append(buffer, end);
@@ -187,7 +208,8 @@ void frmBayesFilter::GenerateTables(const std::string& label, const std::string&
     }
     Yielder yielder;
     const std::string total = std::to_string(files.size());
-    for (size_t i = 0; i < files.size(); ++i) {
+    size_t read = 0;
+    for (size_t i = 0; i < files.size() && !StopRequested; ++i, ++read) {
         guarded("GenerateTables", Module, [&] {
             auto msg = readfullmessage(files[i]);
             if (msg && !(unreadOnly && msg->Read)) hashmessage(table, *msg, false);
@@ -196,7 +218,7 @@ void frmBayesFilter::GenerateTables(const std::string& label, const std::string&
         yielder.maybe();
     }
     // Read messages that an unread-only pass skipped count as well.
-    table.Count += static_cast<int32_t>(files.size());
+    table.Count += static_cast<int32_t>(read);
 }
 
 void frmBayesFilter::GenerateWordHash(clsHashTable& good, clsHashTable& bad, int minCount) {
@@ -241,6 +263,12 @@ void frmBayesFilter::GenerateWordHash(clsHashTable& good, clsHashTable& bad, int
     });
 }
 
+bool frmBayesFilter::stopped() {
+    status("Stopped: the tables keep the mail read so far");
+    normalmouse();
+    return false;
+}
+
 bool frmBayesFilter::generatefilters() {
     busymouse();
     savelocalsettings();
@@ -256,6 +284,7 @@ bool frmBayesFilter::generatefilters() {
     } else {
         LoadGood();
     }
+    if (StopRequested) return stopped();
 
     if (SpamSource == SpamMailSource::File) {
         LoadBad();
@@ -276,6 +305,7 @@ bool frmBayesFilter::generatefilters() {
         bad_.WriteHashTable(badfilename());
         badLoaded_ = true;
     }
+    if (StopRequested) return stopped();
 
     GenerateWordHash(good_, bad_, corva::SpamWordCount);
     status("Spam filters created");
@@ -333,7 +363,7 @@ float frmBayesFilter::score(clsMessage& msg, bool headersOnly) {
         for (int32_t i = 1; i <= test_.MaxIndex; ++i) {
             const std::string& w = test_.KeyAt(i);
             if (w.empty()) continue;
-            int32_t known = word_.RecIndex(w);
+            int32_t known = word_.RecIndexHashed(w, test_.FullHashAt(i));
             float p = known != 0 ? word_.ValueAt(known) : 0.4f;
             test_.ChangeValue(i, p);
             ranked_.emplace_back(p, i);

@@ -50,6 +50,9 @@ public:
     int SaveToSpamPercent = 70;
     int HeaderWordsChoice = 12;
     int SpamWordCountChoice = 2;
+    // Set by the view's Stop: a generation ends after the message it is reading,
+    // keeps the table it was filling, and leaves the word table as it was.
+    bool StopRequested = false;
 
     // ---- Public interface ----
     // The next score loads the word table again.
@@ -110,6 +113,7 @@ public:
 private:
     float score(clsMessage& msg, bool headersOnly);
     void status(const std::string& text);
+    bool stopped();
     void loadFilled(clsHashTable& table, const std::string& path);
 
     clsHashTable word_;

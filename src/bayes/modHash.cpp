@@ -7,32 +7,43 @@
 #include "core/modSubs.h"
 #include "message/clsMessage.h"
 
+#include <algorithm>
+#include <array>
+
 namespace corva {
 
 namespace {
 
 constexpr size_t npos = std::string_view::npos;
 
-bool isCleanedAway(unsigned char c) {
-    switch (c) {
-    case '<':
-    case '>':
-    case '`':
-    case '~':
-    case '^':
-    case '\'':
-    case '"':
-    case ',':
-    case '(':
-    case ')':
-    case '{':
-    case '}':
-    case '[':
-    case ']':
-        return true;
-    default:
-        return c >= 1 && c <= 30;
+// Brackets, quotes and similar punctuation, and the control codes 1 to 30.
+constexpr std::array<bool, 256> cleanedAway = [] {
+    std::array<bool, 256> t{};
+    for (int c = 1; c <= 30; ++c) t[static_cast<size_t>(c)] = true;
+    for (unsigned char c : std::string_view("<>`~^'\",(){}[]")) t[c] = true;
+    return t;
+}();
+
+inline bool isCleanedAway(unsigned char c) {
+    return cleanedAway[c];
+}
+
+inline char lower(char c) {
+    return (c >= 'A' && c <= 'Z') ? static_cast<char>(c + 32) : c;
+}
+
+// InStrNoCase for a needle given in lower case: 1-based, 0 when absent.
+size_t findNoCase(std::string_view hay, std::string_view lowerNeedle) {
+    if (lowerNeedle.empty() || lowerNeedle.size() > hay.size()) return 0;
+    const size_t last = hay.size() - lowerNeedle.size();
+    const char first = lowerNeedle[0];
+    for (size_t i = 0; i <= last; ++i) {
+        if (lower(hay[i]) != first) continue;
+        size_t j = 1;
+        while (j < lowerNeedle.size() && lower(hay[i + j]) == lowerNeedle[j]) ++j;
+        if (j == lowerNeedle.size()) return i + 1;
     }
+    return 0;
 }
 
 // The next occurrence of a needle for queries whose start never goes back,
@@ -64,66 +75,168 @@ void lowest(NextFinder& finder, size_t from, size_t needleLength, size_t& positi
     if (position == 0 || onePos < position) position = onePos + needleLength - 1;
 }
 
-void addToken(clsHashTable& table, std::string& buffer, std::string_view prefix,
-              std::string_view word) {
-    buffer.assign(prefix);
-    buffer.append(word);
-    table.Insert(buffer);
+std::string_view trimBlanks(std::string_view s) {
+    while (!s.empty() && s.front() == ' ') s.remove_prefix(1);
+    while (!s.empty() && s.back() == ' ') s.remove_suffix(1);
+    return s;
 }
 
 bool isBreakPunctuation(char c) {
     return c == '=' || c == ',' || c == '*' || c == '-' || c == '(' || c == ')';
 }
 
-void addWord(clsHashTable& table, std::string& buffer, std::string_view rawWord,
-             std::string_view prefix, std::string& previous) {
-    if (rawWord.size() > 35) {
-        previous.assign(rawWord);
-        return;
-    }
-    std::string word =
-        StartsWith(rawWord, "<!") ? std::string("HTMLCOMMENT") : cleanthisword(rawWord);
-    if (prefix.empty() && word.find('@') == npos && InStrNoCase(word, "http") == 0) {
-        std::string noDots;
-        for (char c : word)
-            if (c != '.') noDots += c;
-        word = noDots;
-    }
-    if (word.find('.') != npos) word = extractifurl(word);
-
-    if (prefix == "RCT*") {
-        // A Received header gives only the HELO name and the "from" host, unprefixed.
-        if (EqualsNoCase(previous, "HELO")) {
-            if (!word.empty()) table.Insert(word);
-        } else if (EqualsNoCase(previous, "FROM") && word != "network;") {
-            buffer.assign(previous);
-            buffer += ' ';
-            buffer += word;
-            table.Insert(buffer);
-        }
-    } else if (prefix == "CT*") {
-        if (word.find('/') != npos) addToken(table, buffer, prefix, Replace(word, ";", ""));
-    } else if (prefix == "HDR*") {
-        if (word.find(':') == npos && InStrNoCase(word, "boundary") == 0 && !allnumerics(word))
-            addToken(table, buffer, prefix, word);
-    } else if (prefix == "SUB*") {
-        addToken(table, buffer, prefix, word);
-    } else if (!allnumerics(word)) {
-        addToken(table, buffer, prefix, word);
-        if (word.find('@') != npos) {
-            word = cleanthisword(word);
-            size_t at = word.find('@');
-            if (at != npos && at + 1 < word.size())
-                addToken(table, buffer, prefix, std::string_view(word).substr(at + 1));
-        }
-    }
-    previous = std::move(word);
+bool containsNoCase(std::string_view hay, std::string_view lowerNeedle) {
+    return findNoCase(hay, lowerNeedle) != 0;
 }
 
-std::string_view trimBlanks(std::string_view s) {
-    while (!s.empty() && s.front() == ' ') s.remove_prefix(1);
-    while (!s.empty() && s.back() == ' ') s.remove_suffix(1);
-    return s;
+void cleanInto(std::string& out, std::string_view word) {
+    out.resize(word.size());
+    char* o = out.data();
+    for (char c : word)
+        if (!isCleanedAway(static_cast<unsigned char>(c))) *o++ = c;
+    out.resize(static_cast<size_t>(o - out.data()));
+    size_t b = 0;
+    while (b < out.size() && out[b] == ' ') ++b;
+    size_t e = out.size();
+    while (e > b && out[e - 1] == ' ') --e;
+    if (e < out.size()) out.resize(e);
+    if (b > 0) out.erase(0, b);
+}
+
+// extractifurl on a buffer of its own.
+void cutLinks(std::string& word) {
+    auto cutLink = [&word](std::string_view marker, size_t pathFrom) {
+        size_t p = findNoCase(word, marker);
+        if (p == 0) return;
+        word.erase(0, p - 1);
+        if (pathFrom > word.size() + 1) return;
+        size_t slash = word.find('/', pathFrom - 1);
+        if (slash == npos) return;
+        word.resize(slash);
+        size_t at = word.find('@');
+        if (at != std::string::npos) word.erase(0, at + 1);
+    };
+    // "http://" holds a slash; most words with a dot have none.
+    if (word.find('/') != npos) cutLink("http://", 8);
+    cutLink("www.", 5);
+}
+
+enum class Field { Received, ContentType, Headers, Subject, Other };
+
+Field fieldOf(std::string_view prefix) {
+    if (prefix == "RCT*") return Field::Received;
+    if (prefix == "CT*") return Field::ContentType;
+    if (prefix == "HDR*") return Field::Headers;
+    if (prefix == "SUB*") return Field::Subject;
+    return Field::Other;
+}
+
+// The buffers of the tokeniser, kept from word to word and message to message
+// so that a message costs no allocations once they have grown.
+struct Tokeniser {
+    std::string text, word, previous, key;
+
+    void add(clsHashTable& table, std::string_view prefix, std::string_view token) {
+        key.assign(prefix);
+        key.append(token);
+        table.Insert(key);
+    }
+
+    void addWord(clsHashTable& table, std::string_view rawWord, std::string_view prefix,
+                 Field field) {
+        if (rawWord.size() > 35) {
+            previous.assign(rawWord);
+            return;
+        }
+        if (rawWord.size() >= 2 && rawWord[0] == '<' && rawWord[1] == '!')
+            word.assign("HTMLCOMMENT");
+        else
+            cleanInto(word, rawWord);
+        if (prefix.empty() && word.find('@') == npos && !containsNoCase(word, "http"))
+            word.erase(std::remove(word.begin(), word.end(), '.'), word.end());
+        if (word.find('.') != npos) cutLinks(word);
+
+        switch (field) {
+        case Field::Received:
+            // A Received header gives only the HELO name and the "from" host, unprefixed.
+            if (EqualsNoCase(previous, "HELO")) {
+                if (!word.empty()) table.Insert(word);
+            } else if (EqualsNoCase(previous, "FROM") && word != "network;") {
+                key.assign(previous);
+                key += ' ';
+                key += word;
+                table.Insert(key);
+            }
+            break;
+        case Field::ContentType:
+            if (word.find('/') != npos) {
+                key.assign(prefix);
+                for (char c : word)
+                    if (c != ';') key += c;
+                table.Insert(key);
+            }
+            break;
+        case Field::Headers:
+            if (word.find(':') == npos && !containsNoCase(word, "boundary") && !allnumerics(word))
+                add(table, prefix, word);
+            break;
+        case Field::Subject:
+            add(table, prefix, word);
+            break;
+        case Field::Other:
+            if (!allnumerics(word)) {
+                add(table, prefix, word);
+                size_t at = word.find('@');
+                if (at != npos && at + 1 < word.size())
+                    add(table, prefix, std::string_view(word).substr(at + 1));
+            }
+            break;
+        }
+        previous.swap(word);
+    }
+
+    void breakAndHash(clsHashTable& table, std::string_view input, std::string_view prefix) {
+        if (input.empty()) return;
+        text.resize(input.size());
+        char* o = text.data();
+        for (size_t i = 0; i < input.size(); ++i) {
+            char c = input[i];
+            if (c == '\r' || c == '\n' || c == '\t') {
+                if (c == '\r' && i + 1 < input.size() && input[i + 1] == '\n') ++i;
+                c = ' ';
+            }
+            *o++ = c;
+        }
+        text.resize(static_cast<size_t>(o - text.data()));
+        // The whole of a short phrase is a token of its own.
+        if (text.size() <= 50 && text.find(' ') != std::string::npos) add(table, prefix, text);
+        if (prefix != "HDR*" && prefix != "SB-LN*" && prefix != "SB-ND*")
+            for (char& c : text)
+                if (isBreakPunctuation(c)) c = ' ';
+
+        // Positions from 1; a word runs from the delimiter before it to the one
+        // after it, both included, until trimming and cleaning take them away.
+        const Field field = fieldOf(prefix);
+        std::string_view all(text);
+        NextFinder closing(all, ">");
+        previous.clear();
+        size_t next = 1;
+        do {
+            size_t start = next;
+            size_t blank = start < all.size() ? all.find(' ', start) : npos;
+            next = blank == npos ? 0 : blank + 1;
+            lowest(closing, start + 1, 1, next);
+            std::string_view w =
+                next > 0 ? all.substr(start - 1, next - start + 1) : all.substr(start - 1);
+            w = trimBlanks(w);
+            if (w.size() >= 3) addWord(table, w, prefix, field);
+        } while (next != 0);
+    }
+};
+
+Tokeniser& tokeniser() {
+    static Tokeniser shared;
+    return shared;
 }
 
 } // namespace
@@ -174,44 +287,7 @@ std::string extractifurl(std::string_view input) {
 }
 
 void BreakAndHash(clsHashTable& table, std::string_view input, std::string_view prefix) {
-    if (input.empty()) return;
-    std::string text;
-    text.reserve(input.size());
-    for (size_t i = 0; i < input.size(); ++i) {
-        char c = input[i];
-        if (c == '\r' && i + 1 < input.size() && input[i + 1] == '\n') {
-            text += ' ';
-            ++i;
-        } else if (c == '\r' || c == '\n' || c == '\t') {
-            text += ' ';
-        } else {
-            text += c;
-        }
-    }
-    std::string buffer;
-    // The whole of a short phrase is a token of its own.
-    if (text.size() <= 50 && text.find(' ') != std::string::npos)
-        addToken(table, buffer, prefix, text);
-    if (prefix != "HDR*" && prefix != "SB-LN*" && prefix != "SB-ND*")
-        for (char& c : text)
-            if (isBreakPunctuation(c)) c = ' ';
-
-    // Positions from 1; a word runs from the delimiter before it to the one
-    // after it, both included, until trimming and cleaning take them away.
-    std::string_view all(text);
-    NextFinder closing(all, ">");
-    std::string previous;
-    size_t next = 1;
-    do {
-        size_t start = next;
-        size_t blank = start < all.size() ? all.find(' ', start) : npos;
-        next = blank == npos ? 0 : blank + 1;
-        lowest(closing, start + 1, 1, next);
-        std::string_view word =
-            next > 0 ? all.substr(start - 1, next - start + 1) : all.substr(start - 1);
-        word = trimBlanks(word);
-        if (word.size() >= 3) addWord(table, buffer, word, prefix, previous);
-    } while (next != 0);
+    tokeniser().breakAndHash(table, input, prefix);
 }
 
 void HashUrls(clsHashTable& table, std::string_view input) {
@@ -223,7 +299,6 @@ void HashUrls(clsHashTable& table, std::string_view input) {
     NextFinder http(all, "http://"), https(all, "https://"), www(all, "www.");
     NextFinder slash(all, "/"), quote(all, "\""), blank(all, " "), com(all, ".com"),
         biz(all, ".biz"), info(all, ".info");
-    std::string buffer;
     size_t found = 0;
     do {
         size_t start = found;
@@ -254,7 +329,7 @@ void HashUrls(clsHashTable& table, std::string_view input) {
         size_t gt = url.find('>');
         if (gt != std::string::npos) url = url.substr(0, gt);
         if (!url.empty() && url.back() == '.') url.pop_back();
-        addToken(table, buffer, "URL*", url);
+        tokeniser().add(table, "URL*", url);
     } while (found != 0);
 }
 

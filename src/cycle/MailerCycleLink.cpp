@@ -58,6 +58,18 @@ void MailerCycleLink::ShowSettings() {
 void MailerCycleLink::ShowScanner() {
     main_.View().ShowScanner();
 }
+void MailerCycleLink::EditFilters(bool isLocal, const std::string& fromPath) {
+    if (fromPath.empty()) {
+        main_.View().ShowRuleEditor(isLocal, nullptr, "");
+        return;
+    }
+    // The subject is all the proposal reads.
+    if (auto message = readmessageheader(fromPath))
+        main_.View().ShowRuleEditor(isLocal, message.get(), "");
+}
+void MailerCycleLink::ShowTraining() {
+    main_.View().ShowTrainingWindow();
+}
 
 void MailerCycleLink::BounceMessage(const std::string& path) {
     guarded("BounceMessage", "frmMailer", [&] {

@@ -550,6 +550,13 @@ void frmMain::SendingFinished() {
     Sending_ = false;
 }
 
+void frmMain::ReloadRules() {
+    guarded("ReloadRules", Module, [&] {
+        if (serverFilters_) serverFilters_->ReloadFilters(false);
+        if (localFilters_) localFilters_->ReloadFilters(true);
+    });
+}
+
 void frmMain::showsettings() {
     if (Checking()) return;
     stopmailtimer();
@@ -557,10 +564,7 @@ void frmMain::showsettings() {
         view_->SetupToolbar();
         readsettings();
         // The dialog may have moved the filter folder or changed the size limit.
-        guarded("showsettings", Module, [&] {
-            if (serverFilters_) serverFilters_->ReloadFilters(false);
-            if (localFilters_) localFilters_->ReloadFilters(true);
-        });
+        ReloadRules();
         // Compared with 1: a ticked box saved as a truth value doesn't start a
         // scan here, only the timer.
         if (optionIsOne("ScanOnStart"))

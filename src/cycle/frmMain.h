@@ -136,6 +136,9 @@ public:
     // True when the account takes only mail addressed to certain texts and this isn't.
     bool suppressmessage(const clsMessage& msg) const;
     void showsettings();
+    // Loads both rule sets and the lists again, after the editor or the
+    // settings changed them.
+    void ReloadRules();
     void readsettings();
     void UploadMail();
     void notifyfinishedgettingmail(const std::string& text);

@@ -132,6 +132,16 @@ public:
     // ---- Dialogs ----
     // The settings dialog; true when it was confirmed.
     virtual bool ShowSettingsDialog() { return false; }
+    // The rule editor on the local or server set; with a message, a filter is
+    // proposed from it; with a name, that filter is shown first.
+    virtual void ShowRuleEditor(bool isLocal, const clsMessage* fromMessage,
+                                const std::string& filterName) {
+        (void)isLocal;
+        (void)fromMessage;
+        (void)filterName;
+    }
+    // The training window of the classifier, with its thresholds.
+    virtual void ShowTrainingWindow() {}
 
     // ---- The desktop around the window ----
     // False when the desktop shows no notification area: closing the window

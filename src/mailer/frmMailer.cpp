@@ -962,7 +962,9 @@ void frmMailer::Command(const std::string& key) {
         else if (key == "sendrcvdel")
             transfer("sendrcvdel", &frmMailerEvents::SendRcvDel);
         else if (key == "filters")
-            showbayes();
+            events_->ShowTraining();
+        else if (key == "editlocal" || key == "editserver")
+            events_->EditFilters(key == "editlocal", "");
         else if (key == "close")
             Hide();
         else if (key == "quit")
@@ -998,8 +1000,8 @@ void frmMailer::Command(const std::string& key) {
             // Whatever they changed, the caches no longer describe the folders.
             caches_.ClearAllCaches();
         } else
-            // tkl, newemail, forward, reply, contacts, editlocal, editserver,
-            // mailmerge: their windows come later.
+            // tkl, newemail, forward, reply, contacts, mailmerge: their
+            // windows come later.
             workInProgress();
     });
 }
@@ -1077,11 +1079,13 @@ void frmMailer::ContextCommand(const std::string& key) {
             view_->CopyToClipboard(extractemail(readmessageheader(paths.front())->From));
         else if (key == "bounce")
             events_->BounceMessage(paths.front());
+        else if (key == "createfilter" || key == "createlocalfilter")
+            events_->EditFilters(key == "createlocalfilter", paths.front());
         else if (key == "openincms") {
             if (ShowsTickets()) view_->OpenInCMS(paths.front());
         } else
-            // reply, addcontact, createfilter, createlocalfilter, spamreport,
-            // exportaddresses: their windows come later.
+            // reply, addcontact, spamreport, exportaddresses: their windows
+            // come later.
             workInProgress();
     });
 }

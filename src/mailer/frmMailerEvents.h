@@ -27,6 +27,13 @@ public:
     virtual void QuitProg() {}
     virtual void ShowSettings() {}
     virtual void ShowScanner() {}
+    // The rule editor on the local or server set; with a message file, a
+    // filter is proposed from that message.
+    virtual void EditFilters(bool isLocal, const std::string& fromPath) {
+        (void)isLocal;
+        (void)fromPath;
+    }
+    virtual void ShowTraining() {}
     // The bounce of the list's context menu, with the message's file.
     virtual void BounceMessage(const std::string& path) { (void)path; }
 };

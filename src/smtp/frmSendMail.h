@@ -3,13 +3,12 @@
 #pragma once
 
 #include "platform/Platform.h"
+#include "smtp/MailComposer.h"
+#include "smtp/SmtpSession.h"
 
 #include <cstdint>
-#include <deque>
 #include <memory>
-#include <optional>
 #include <string>
-#include <string_view>
 #include <vector>
 
 namespace corva {
@@ -24,7 +23,7 @@ public:
     virtual void Progress(int PercentComplete) { (void)PercentComplete; }
 };
 
-class frmSendMail : public platform::SocketListener {
+class frmSendMail : public platform::SocketListener, private SmtpLink {
 public:
     frmSendMail();
     ~frmSendMail() override;
@@ -48,7 +47,7 @@ public:
     void setConnectRetry(int32_t count);
     int32_t MessageTimeout() const { return messageTimeout_; }
     void setMessageTimeout(int32_t seconds);
-    int32_t EncodeType() const { return encodeType_; }
+    int32_t EncodeType() const { return mail_.encodeType; }
     void setEncodeType(int32_t type);
     bool UseAuthentication() const { return useAuthentication_; }
     void setUseAuthentication(bool on);
@@ -58,38 +57,40 @@ public:
     void setPassword(const std::string& password) { password_ = password; }
     bool PersistentSettings() const { return persistentSettings_; }
     void setPersistentSettings(bool on);
-    const std::string& From() const { return from_; }
-    void setFrom(const std::string& from) { from_ = from; }
-    const std::string& FromDisplayName() const { return fromDisplayName_; }
-    void setFromDisplayName(const std::string& name) { fromDisplayName_ = name; }
+    const std::string& From() const { return mail_.from; }
+    void setFrom(const std::string& from) { mail_.from = from; }
+    const std::string& FromDisplayName() const { return mail_.fromDisplayName; }
+    void setFromDisplayName(const std::string& name) { mail_.fromDisplayName = name; }
     // List properties read back joined with the delimiter.
-    std::string Recipient() const { return joinList(recipients_); }
-    void setRecipient(const std::string& list) { recipients_ = splitList(list); }
-    std::string RecipientDisplayName() const { return joinList(recipientNames_); }
-    void setRecipientDisplayName(const std::string& list) { recipientNames_ = splitList(list); }
-    std::string CcRecipient() const { return joinList(ccRecipients_); }
-    void setCcRecipient(const std::string& list) { ccRecipients_ = splitList(list); }
-    std::string CcDisplayName() const { return joinList(ccNames_); }
-    void setCcDisplayName(const std::string& list) { ccNames_ = splitList(list); }
-    std::string BccRecipient() const { return joinList(bccRecipients_); }
-    void setBccRecipient(const std::string& list) { bccRecipients_ = splitList(list); }
-    const std::string& ReplyToAddress() const { return replyTo_; }
-    void setReplyToAddress(const std::string& address) { replyTo_ = address; }
-    const std::string& Subject() const { return subject_; }
-    void setSubject(const std::string& subject) { subject_ = subject; }
-    const std::string& Message() const { return message_; }
+    std::string Recipient() const { return joinList(mail_.recipients); }
+    void setRecipient(const std::string& list) { mail_.recipients = splitList(list); }
+    std::string RecipientDisplayName() const { return joinList(mail_.recipientNames); }
+    void setRecipientDisplayName(const std::string& list) {
+        mail_.recipientNames = splitList(list);
+    }
+    std::string CcRecipient() const { return joinList(mail_.ccRecipients); }
+    void setCcRecipient(const std::string& list) { mail_.ccRecipients = splitList(list); }
+    std::string CcDisplayName() const { return joinList(mail_.ccNames); }
+    void setCcDisplayName(const std::string& list) { mail_.ccNames = splitList(list); }
+    std::string BccRecipient() const { return joinList(mail_.bccRecipients); }
+    void setBccRecipient(const std::string& list) { mail_.bccRecipients = splitList(list); }
+    const std::string& ReplyToAddress() const { return mail_.replyTo; }
+    void setReplyToAddress(const std::string& address) { mail_.replyTo = address; }
+    const std::string& Subject() const { return mail_.subject; }
+    void setSubject(const std::string& subject) { mail_.subject = subject; }
+    const std::string& Message() const { return mail_.message; }
     // Runs FormatMail on the text, then notes whether it holds 8-bit bytes.
     void setMessage(const std::string& text);
-    std::string Attachment() const { return joinList(attachments_); }
+    std::string Attachment() const { return joinList(mail_.attachments); }
     void setAttachment(const std::string& list);
-    bool AsHTML() const { return asHTML_; }
-    void setAsHTML(bool on) { asHTML_ = on; }
-    const std::string& ContentBase() const { return contentBase_; }
+    bool AsHTML() const { return mail_.asHTML; }
+    void setAsHTML(bool on) { mail_.asHTML = on; }
+    const std::string& ContentBase() const { return mail_.contentBase; }
     void setContentBase(const std::string& base);
-    int32_t Priority() const { return priority_; }
+    int32_t Priority() const { return mail_.priority; }
     void setPriority(int32_t priority);
-    bool Receipt() const { return receipt_; }
-    void setReceipt(bool on) { receipt_ = on; }
+    bool Receipt() const { return mail_.receipt; }
+    void setReceipt(bool on) { mail_.receipt = on; }
     std::string Delimiter() const { return std::string(1, delimiter_); }
     void setDelimiter(const std::string& delimiter);
 
@@ -104,23 +105,31 @@ public:
     // True when the file was written.
     bool SpoolToFile(const std::string& FileName);
     // Dot-stuffs every line and wraps lines longer than 998 characters.
-    std::string FormatMail(const std::string& text) const;
+    std::string FormatMail(const std::string& text) const { return MailComposer::FormatMail(text); }
     // The registered content type of a file's extension, else the given one.
-    std::string GetContentType(const std::string& FileName, const std::string& ContentType) const;
+    std::string GetContentType(const std::string& FileName, const std::string& ContentType) const {
+        return MailComposer::contentType(FileName, ContentType);
+    }
     void Shutdown() {}
     std::string GetIPHost() const;
     std::string GetIPAddress(const std::string& host = "") const;
 
-    // ---- Encoders ----
-    static std::string encodebase64byte(const std::string& bytes);
-    static std::string encodebase64string(const std::string& text) {
-        return encodebase64byte(text);
+    // ---- Encoders (the composer's) ----
+    static std::string encodebase64byte(const std::string& bytes) {
+        return MailComposer::encodebase64byte(bytes);
     }
-    static std::string decodebase64string(const std::string& text);
-    // One uuencoded line (without line end) for up to 63 bytes; "" above that.
-    static std::string uuencodestring(const std::string& bytes);
-    // "+HHMM" or "-HHMM" from a standard bias in minutes (west of UTC positive).
-    static std::string timeZoneText(int biasMinutes);
+    static std::string encodebase64string(const std::string& text) {
+        return MailComposer::encodebase64byte(text);
+    }
+    static std::string decodebase64string(const std::string& text) {
+        return MailComposer::decodebase64string(text);
+    }
+    static std::string uuencodestring(const std::string& bytes) {
+        return MailComposer::uuencodestring(bytes);
+    }
+    static std::string timeZoneText(int biasMinutes) {
+        return MailComposer::timeZoneText(biasMinutes);
+    }
 
     // The guessed size of the transfer, for the percentage.
     long long estimatemailsize() const;
@@ -131,11 +140,11 @@ public:
     // Initialise reads it from SMTPSECURITY.
     int Security() const { return security_; }
     void setSecurity(int security) { security_ = security; }
-    // The AUTH mechanisms an EHLO reply offers, upper case.
-    static std::vector<std::string> offeredMechanisms(const std::string& ehloReply);
+    static std::vector<std::string> offeredMechanisms(const std::string& ehloReply) {
+        return SmtpSession::offeredMechanisms(ehloReply);
+    }
 
 private:
-    struct Transfer;
     // Socket events.
     void socketConnected() override;
     void socketClosed() override;
@@ -144,27 +153,20 @@ private:
     void socketSendProgress(long long bytesSent, long long bytesRemaining) override;
     void socketSecured() override;
 
-    // One complete reply, all its lines, with its code.
-    struct Reply {
-        int code = 0;
-        std::string text;
-    };
-    // The dialogue where each reply belongs to its command (TLS, and the
-    // standard login): the connection up to a logged-in session.
-    bool pairedConnect();
-    bool openConnection(bool secureFromStart);
-    // Sends a command (when given) and waits for its reply; empty when none came.
-    std::optional<Reply> exchange(const std::string& command, int seconds);
-    // A failure of the paired dialogue: the error, then the usual failure.
-    bool pairedFail(const std::string& text);
-    bool standardLogin(const std::string& ehloReply);
-    // The certificate was refused: the user may trust it (true: try again).
-    bool certificateTrusted();
+    class Output;
+    friend class Output;
+
+    // What the session asks of the engine.
+    void send(const std::string& bytes) override { sendText(bytes); }
+    bool wait(const std::function<bool()>& done, int seconds) override;
+    bool aborted() const override { return aborted_; }
+    void status(const std::string& text) override { raiseStatus(text); }
+    // The connection up to a logged-in session through the paired dialogue.
+    bool sessionConnect();
 
     void onReply(int code, const std::string& whole, const std::string& text);
     void onAuthChallenge(const std::string& text);
 
-    static void appendWrapped(std::string& out, std::string_view line, const std::string& wrapEnd);
     bool connecttohost();
     void disconnectfromhost();
     bool waituntiltrue(const bool& flag, int seconds, bool fatal);
@@ -176,18 +178,6 @@ private:
     bool checkBeforeSending();
     void sendText(const std::string& text);
     void flushText();
-
-    // Where the text goes: the socket, or a spool buffer.
-    class Output;
-    std::string fromValue(bool spooling) const;
-    std::string addressValue(const std::vector<std::string>& addresses,
-                             const std::vector<std::string>& names, bool spooling) const;
-    std::string dateLine() const;
-    // "<time.count.random@domain>", unique for every message this program writes.
-    std::string newMessageId() const;
-    std::string headerBlock(Output& out, bool spooling, const std::string& boundary) const;
-    void writeBody(Output& out, bool spooling);
-    bool encodeandsendfile(const std::string& path, int type, Output& out);
     void raiseStatus(const std::string& text);
     void raiseProgress(int percent);
 
@@ -207,23 +197,13 @@ private:
     int32_t connectTimeout_ = 10;
     int32_t connectRetry_ = 3;
     int32_t messageTimeout_ = 60;
-    int32_t encodeType_ = 0;
     bool useAuthentication_ = false;
     std::string username_, password_;
     bool persistentSettings_ = false;
-    std::string from_, fromDisplayName_;
-    std::vector<std::string> recipients_, recipientNames_, ccRecipients_, ccNames_, bccRecipients_;
-    std::string replyTo_, subject_, message_;
-    std::vector<std::string> attachments_, attachmentNames_;
     long long attachmentBytes_ = 0;
     long long attachmentNameLengths_ = 0;
-    bool asHTML_ = false;
-    std::string contentBase_;
-    int32_t priority_ = 3;
-    std::string priorityText_;
-    bool receipt_ = false;
     char delimiter_ = ';';
-    std::string timeZone_;
+    MailComposer mail_;
 
     // Transfer state; socket events change it only during event passes.
     std::vector<std::string> errors_;
@@ -237,23 +217,17 @@ private:
     bool loggedIn_ = false;
     bool aborted_ = false;
     bool keepOpen_ = false;
-    bool eightBit_ = false;
     bool disconnecting_ = false;
     long long bytesSent_ = 0;
     long long totalSize_ = 0;
     long long socketProgress_ = 0;
     int lastPercent_ = -1;
-    std::string outgoing_;     // written at the next wait or event pass
-    std::string pendingReply_; // the start of a reply whose last line is still to come
+    std::string outgoing_; // written at the next wait or event pass
+    ReplyFramer framer_;
     float deadline_ = 0;
 
     int security_ = 0;
-    // While set, replies queue for exchange() instead of setting the flags.
-    bool pairing_ = false;
-    std::deque<Reply> replies_;
-    bool replyQueued_ = false;
-    bool secured_ = false;
-    bool certificateRefused_ = false;
+    SmtpSession session_{*sckMail_, *this};
     // The login as written was refused (only looked at while it runs).
     bool legacyLogin_ = false;
     bool loginRefused_ = false;

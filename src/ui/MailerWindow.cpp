@@ -224,7 +224,7 @@ void MailerWindow::buildToolbar() {
         {nullptr, nullptr, nullptr},
         {"unread", "Unread", "Show unread messages only"},
         {"print", "Print", "Print the selected message"},
-        {"filters", "Filters", "Why the classifier scores the message as it does"},
+        {"filters", "Filters", "Train the spam filters and set their thresholds"},
         {"contacts", "Contacts", "The contact book"},
         {"tkl", "Reminders", "Reminders"},
         {"cms", "CMS", "Support tickets"},

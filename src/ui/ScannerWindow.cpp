@@ -20,6 +20,7 @@
 #include "ui/MailerPreview.h"
 #include "ui/MailerWindow.h"
 #include "ui/MainWindows.h"
+#include "ui/RuleWindows.h"
 #include "ui/ScannerListModel.h"
 #include "ui/SettingsDialog.h"
 #include "ui/TextWindow.h"
@@ -198,6 +199,9 @@ void ScannerWindow::buildToolbar() {
     entry("download", "Download mail");
     drop->addSeparator();
     entry("reinforce", "Reinforce Bayes from the list");
+    entry("filters", "Spam filters");
+    entry("serverfilters", "Server filters");
+    entry("localfilters", "Local filters");
     entry("settings", "Settings");
     entry("log", "View log");
     entry("mailer", "Mailer");
@@ -295,6 +299,10 @@ void ScannerWindow::act(const QString& key) {
         viewer->show();
     } else if (key == "mailer") {
         openMailer();
+    } else if (key == "filters") {
+        ShowTrainingWindow();
+    } else if (key == "serverfilters" || key == "localfilters") {
+        ShowRuleEditor(key == "localfilters", nullptr, "");
     } else if (key == "close") {
         // As the close box: the state is kept and the window hides, or with
         // no tray to come back from, the program ends.
@@ -527,6 +535,15 @@ bool ScannerWindow::ShowSettingsDialog() {
     return dialog.exec() == QDialog::Accepted;
 }
 
+void ScannerWindow::ShowRuleEditor(bool isLocal, const clsMessage* fromMessage,
+                                   const std::string& filterName) {
+    if (main_) openRuleEditor(this, *main_, isLocal, fromMessage, filterName);
+}
+
+void ScannerWindow::ShowTrainingWindow() {
+    if (main_) openTrainingWindow(this, *main_);
+}
+
 // ---- The list ----
 
 void ScannerWindow::selectRow(int row) {
@@ -629,10 +646,8 @@ QMenu* ScannerWindow::buildRightClickMenu() {
             if (!tailored.editFilterVisible) continue;
             caption = toDisplay(tailored.editFilterCaption);
         }
-        // The rule editor and the ticket and spam-report windows are not part of this build.
-        if (entry == "Edit this filter" || entry == "Edit Filters" ||
-            entry == "Create filter from message" || entry == "Submit to Spamcop")
-            continue;
+        // The spam-report window is not part of this build.
+        if (entry == "Submit to Spamcop") continue;
         if (entry == "Dismiss Menu") menu->addSeparator();
         QAction* a = menu->addAction(caption);
         QString key = QString::fromStdString(entry);
@@ -685,6 +700,12 @@ void ScannerWindow::runLineCommand(const QString& entry) {
         bounceSelected();
     else if (entry == "Mark as Junk" || entry == "Mark as Not Junk") {
         MarkLines(*main_, selectedLines(), entry == "Mark as Junk");
+    } else if (entry == "Create filter from message") {
+        ShowRuleEditor(false, msg, "");
+    } else if (entry == "Edit this filter") {
+        ShowRuleEditor(false, nullptr, msg->FilterReason);
+    } else if (entry == "Edit Filters") {
+        ShowRuleEditor(false, nullptr, "");
     } else if (entry == "Show Bayes Breakdown") {
         // One line per token in rising order of probability.
         QStringList lines;

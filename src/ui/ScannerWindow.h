@@ -69,6 +69,9 @@ public:
     void RemoveTrayIcon() override;
     void SpecificMessageArrived(clsMessage& message) override;
     bool ShowSettingsDialog() override;
+    void ShowRuleEditor(bool isLocal, const clsMessage* fromMessage,
+                        const std::string& filterName) override;
+    void ShowTrainingWindow() override;
     void ShowMailerFirst() override;
     bool MailerLoaded() const override;
     bool MailerVisible() const override;

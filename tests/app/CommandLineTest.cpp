@@ -342,6 +342,34 @@ TEST_F(CommandLine, BadArgumentsAreRefusedPlainly) {
     EXPECT_NE(unreadable.err.find("no-such.eml"), std::string::npos) << unreadable.err;
 }
 
+// The rule editor's and the training window's work without a window: what
+// an import adds reaches the file, and the thresholds reach Corva.ini.
+TEST_F(CommandLine, RulesAndThresholdsWithoutAWindow) {
+    settings("SERVER0,127.0.0.1:9\r\n");
+    writeFile(home_.file("in.txt"),
+              "Filtername, Casino\r\nFilterField, Subject:\r\nFilterComparison, cnt\r\n"
+              "FilterString, casino\r\nFilterAction, 0\r\nFilter_Category, 1\r\n"
+              "Filtername, Empty\r\nFilterAction, 1\r\n");
+    EXPECT_EQ(run({"rules", "import", home_.file("in.txt")}).out, "Imported 2 of 2 filters\n");
+    EXPECT_EQ(run({"rules", "import", home_.file("in.txt")}).out, "Imported 0 of 2 filters\n");
+    EXPECT_EQ(run({"rules", "list"}).out,
+              "1\tCasino\tDelete from server\n2\tEmpty\tMark as suspicious\n");
+    Outcome check = run({"rules", "validate"});
+    EXPECT_EQ(check.status, 1);
+    EXPECT_EQ(check.out, "2\tEmpty\thas no conditions and never fires\n");
+    EXPECT_EQ(run({"rules", "export", home_.file("out.txt"), "--shared"}).status, 0);
+    EXPECT_EQ(readFile(home_.file("out.txt")).find("Casino"), std::string::npos);
+    EXPECT_EQ(run({"rules", "show", "3"}).status, 2);
+
+    // A first install has no SPAM? band until one is set.
+    EXPECT_NE(run({"thresholds"}).out.find("200%"), std::string::npos);
+    EXPECT_EQ(run({"thresholds", "--save-to-spam", "80", "--word-count", "3"}).status, 0);
+    std::string ini = readFile(home_.file("Corva.ini"));
+    EXPECT_NE(ini.find("SAVETOSPAMSCORE, 0.8"), std::string::npos) << ini;
+    EXPECT_NE(run({"thresholds", "--reset"}).out.find("SaveToSpamScore\t70%"), std::string::npos);
+    EXPECT_EQ(run({"thresholds", "--spam", "0"}).status, 2);
+}
+
 // Accounts are added, changed and removed with the wizard's tests; a key
 // typed in another case, on the command line or in the file, is the same key.
 TEST_F(CommandLine, AccountsAreSetUpWithoutAWindow) {

@@ -58,6 +58,10 @@ public:
     void DownloadMail() override { raised.push_back("DownloadMail"); }
     void StopTransfer() override { raised.push_back("StopTransfer"); }
     void ShowScanner() override { raised.push_back("ShowScanner"); }
+    void EditFilters(bool isLocal, const std::string& path) override {
+        raised.push_back(std::string(isLocal ? "local" : "server") + (path.empty() ? "" : " +msg"));
+    }
+    void ShowTraining() override { raised.push_back("ShowTraining"); }
     std::vector<std::string> raised;
 };
 
@@ -325,6 +329,13 @@ TEST_F(MailerTest, ToolbarKeys) {
         EXPECT_EQ(platform_.prompts_.messages, (std::vector<std::string>{WorkInProgressText}))
             << key;
     }
+
+    for (const char* key : {"filters", "editlocal", "editserver"}) mailer_->Command(key);
+    select({0});
+    mailer_->ContextCommand("createlocalfilter");
+    EXPECT_EQ(events_.raised,
+              (std::vector<std::string>{"ShowTraining", "local", "server", "local +msg"}));
+    events_.raised.clear();
 
     mailer_->Command("upanddown");
     EXPECT_EQ(view_.buttons["upanddown"], "stop");

@@ -3,6 +3,7 @@
 // made for the run. A message that fails stays in the Outbox.
 #include "SendTestSupport.h"
 
+#include "support/EximServer.h"
 #include "support/FakeServer.h"
 #include "support/SmtpServer.h"
 #include "support/TestCertificates.h"
@@ -137,6 +138,37 @@ TEST_F(SendFixture, RealServerOverTlsEitherWay) {
         EXPECT_TRUE(filesIn(outbox()).empty());
         for (const auto& f : filesIn(sentItems())) EraseFile(sentItems() + f);
     }
+}
+
+// Exim wants STARTTLS before anything and a login after it; a wrong
+// password leaves the message in the Outbox with the server's reason.
+TEST_F(SendFixture, EximTakesMailAfterStartTlsAndLogin) {
+    if (!EximServer::available()) GTEST_SKIP() << "exim4 is not installed";
+    const auto& certs = TestCertificates::get();
+    ASSERT_TRUE(certs.ok());
+    EximServer server("ann", "secret", certs.good.chain, certs.good.key);
+    ASSERT_TRUE(server.running());
+    for (const char* password : {"wrong", "secret"}) {
+        SCOPED_TRACE(password);
+        const bool right = std::string(password) == "secret";
+        setAccount(0, server.port(), "ann@example.com");
+        sset("SMTPSECURITY0", 2);
+        setLogin(0, "ann", password);
+        frmSendMailWrapper wrapper;
+        UploadEvents events;
+        wrapper.setListener(&events);
+        ASSERT_FALSE(wrapper.SpoolMessage(composed(0, "bob@example.net", "Exim", "x")).empty());
+        ASSERT_TRUE(upload(wrapper));
+        EXPECT_EQ(server.messageCount(), right ? 1 : 0) << server.log();
+        EXPECT_EQ(filesIn(outbox()).size(), right ? 0u : 1u);
+        if (!right) {
+            EXPECT_TRUE(events.said("Login refused: Incorrect authentication data"))
+                << Join(events.progress, " | ");
+            for (const auto& f : filesIn(outbox())) EraseFile(outbox() + f);
+        }
+    }
+    EXPECT_NE(server.log().find("A=plain:ann"), std::string::npos) << server.log();
+    EXPECT_NE(server.message(1).find("Subject: Exim"), std::string::npos);
 }
 
 } // namespace

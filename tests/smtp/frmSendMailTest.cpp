@@ -157,6 +157,21 @@ TEST_F(SpoolTest, MissingAttachmentStopsTheSpool) {
     EXPECT_EQ(events_.failures[0], "The file you tried to attach does not exist");
 }
 
+// A send that failed leaves the engine aborted; the next spool must still
+// carry every attachment, since nothing can stop writing a file.
+TEST_F(SpoolTest, SpoolAfterAFailedSendKeepsItsAttachments) {
+    writeFile(home_.file("a.txt"), "attached");
+    mail_.setConnectRetry(1);
+    mail_.setConnectTimeout(1);
+    mail_.setRecipient("bob@example.net");
+    EXPECT_FALSE(mail_.Send(false)); // nothing listens on the port
+    ASSERT_TRUE(mail_.Aborted());
+    mail_.setAttachment(home_.file("a.txt"));
+    const std::string text = spool();
+    EXPECT_NE(text.find("filename=\"a.txt\""), std::string::npos) << text;
+    EXPECT_NE(text.find(MailComposer::encodebase64byte("attached")), std::string::npos);
+}
+
 TEST_F(SpoolTest, PropertyLimitsAndSavedKeys) {
     mail_.setSMTPPort(0);
     EXPECT_EQ(mail_.SMTPPort(), 2525);

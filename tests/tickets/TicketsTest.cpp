@@ -5,8 +5,10 @@
 #include "core/Strings.h"
 #include "core/mSHAREDLogging.h"
 #include "core/mSHAREDSettings.h"
+#include "mailer/frmMailer.h"
 #include "message/clsMessage.h"
 #include "smtp/frmSendMailWrapper.h"
+#include "store/modFolders.h"
 #include "support/RecordingPlatform.h"
 #include "support/TempDir.h"
 #include "tickets/frmCMSSettings.h"
@@ -265,6 +267,40 @@ TEST_F(Tickets, ListSortsFlippingAndSettingsKeepTheirFields) {
     ResetCMSSettings();
     EXPECT_EQ(frmCMSSettings::Load().senderName, "Desk");
     EXPECT_EQ(readFile(cms("ResponseClosed.txt")), "Closed [ticket].");
+}
+
+// The mailer offers "Open in CMS" and the "CMS" button only in CMS mode, and
+// hands the window the selected message's file.
+TEST_F(Tickets, MailerOpensTicketsOnlyInCmsMode) {
+    struct View : frmMailerView {
+        std::vector<long> SelectedRows() const override { return {0}; }
+        void OpenInCMS(const std::string& path) override { opened.push_back(path); }
+        void ShowTicketList() override { opened.push_back("list"); }
+        std::vector<std::string> opened;
+    } view;
+    readmessagefolder();
+    const std::string path = MessageFolder + "Inbox/HELP.eml";
+    writeFile(path, "From: Cy <cy@example.org>\r\nSubject: Help\r\n\r\nPlease.\r\n");
+    generatefolderini();
+    FolderCaches caches;
+    frmMailer mailer(caches);
+    mailer.setView(&view);
+    mailer.Open();
+    ASSERT_EQ(mailer.RowCount(), 1);
+    auto offersCms = [&] {
+        for (const MailerMenuEntry& e : mailer.ContextMenu())
+            if (e.caption == "Open in CMS") return true;
+        return false;
+    };
+    for (const char* mode : {"FALSE", "TRUE"}) {
+        sset("CMSMODE", mode);
+        const bool on = std::string(mode) == "TRUE";
+        EXPECT_EQ(offersCms(), on);
+        mailer.ContextCommand("openincms");
+        mailer.Command("cms");
+        EXPECT_EQ(view.opened.size(), on ? 2u : 0u);
+    }
+    EXPECT_EQ(view.opened, (std::vector<std::string>{mailer.Row(0).Path, "list"}));
 }
 
 } // namespace
