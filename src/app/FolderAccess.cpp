@@ -16,7 +16,7 @@ bool CommandOnlyReads(const std::string& command, const std::vector<std::string>
         return false;
     };
     if (command == "check" || command == "score" || command == "parse" || command == "list" ||
-        command == "folders" || command == "ssl2-test" || command == "show")
+        command == "folders" || command == "ssl2-test" || command == "show" || command == "search")
         return true;
     if (command == "tickets")
         return !words.empty() && (words.front() == "list" || words.front() == "show");

@@ -996,12 +996,16 @@ void frmMailer::Command(const std::string& key) {
         else if (key == "upload")
             events_->UploadMail();
         else if (key == "archive" || key == "importmail") {
-            workInProgress();
+            view_->OpenTool(key);
             // Whatever they changed, the caches no longer describe the folders.
             caches_.ClearAllCaches();
-        } else
-            // tkl, newemail, forward, reply, contacts, mailmerge: their
-            // windows come later.
+            // They may have made folders (Imported, Archive/Y2024/M03 ...).
+            keepFolder_ = openFolder_;
+            mailer_.PopulateFolders(true);
+        } else if (key == "search" || key == "mailmerge")
+            view_->OpenTool(key);
+        else
+            // tkl, newemail, forward, reply, contacts: their windows come later.
             workInProgress();
     });
 }

@@ -132,6 +132,9 @@ public:
         (void)text;
     }
     virtual void CopyToClipboard(const std::string& text) { (void)text; }
+    // A mail tool's window: "search", "archive", "importmail" or "mailmerge".
+    // Archive, import and merge are done when it returns.
+    virtual void OpenTool(const std::string& key) { (void)key; }
     // Support tickets (CMS mode): a new ticket from the message in this file,
     // and the list of tickets.
     virtual void OpenInCMS(const std::string& path) { (void)path; }

@@ -10,6 +10,7 @@
 #include "ui/MailerPreview.h"
 #include "ui/MainWindows.h"
 #include "ui/TextWindow.h"
+#include "ui/ToolWindows.h"
 
 #include <QApplication>
 #include <QClipboard>
@@ -205,7 +206,8 @@ void MailerWindow::buildToolbar() {
         {"filters", menuOf({{"applylocal", "Apply local filters"},
                             {"editlocal", "Edit local filters"},
                             {"editserver", "Edit server filters"}})},
-        {"settings", menuOf({{"seldupes", "Select duplicates"},
+        {"settings", menuOf({{"search", "Search"},
+                             {"seldupes", "Select duplicates"},
                              {"archive", "Archive"},
                              {"importmail", "Import mail"},
                              {"newfolder", "New folder"},
@@ -562,6 +564,10 @@ void MailerWindow::PreviewMessage(const std::string& path) {
 void MailerWindow::OpenReader(const std::string& path) {
     auto message = readfullmessage(path);
     if (!message->Filename().empty()) showInReader(this, *message);
+}
+
+void MailerWindow::OpenTool(const std::string& key) {
+    openToolWindow(this, key, [this](const std::string& path) { OpenReader(path); });
 }
 
 std::string MailerWindow::PreviewSelectedText() const {

@@ -59,6 +59,7 @@ public:
     void ViewPreviewedSource() override;
     void ShowText(const std::string& title, const std::string& text) override;
     void CopyToClipboard(const std::string& text) override;
+    void OpenTool(const std::string& key) override;
     void OpenInCMS(const std::string& path) override;
     void ShowTicketList() override;
     void ShowHelp() override;

@@ -1,6 +1,7 @@
 // The probability formula, training from folders, and marking by the user.
 #include "BayesFixture.h"
 
+#include "bayes/TrainingForm.h"
 #include "core/FileSubs.h"
 #include "core/mSHAREDSettings.h"
 #include "message/clsMessages.h"
@@ -108,6 +109,36 @@ TEST_F(BayesTest, GenerateFiltersTrainsFromFoldersAndScores) {
     filter_.Spamminess(*good, true, g);
     EXPECT_GE(s, 0.9f);
     EXPECT_LE(g, 0.1f);
+}
+
+// Stop pressed while the first good message is read: the good table keeps
+// that one, spam and the word table are not touched, and the form is idle.
+TEST_F(BayesTest, StopKeepsWhatWasReadAndLeavesTheWordTable) {
+    struct StoppingView : TrainingView {
+        TrainingForm* form = nullptr;
+        std::vector<bool> busy;
+        void Status(const std::string& text) override {
+            if (text == "Good Mail - Message 1 of 3") form->cmdStop_Click();
+        }
+        void SetBusy(bool b) override { busy.push_back(b); }
+        TrainingChoices ReadChoices() const override { return {}; }
+    } view;
+    TrainingForm form(filter_, view);
+    view.form = &form;
+    for (int i = 0; i < 3; ++i) {
+        corva::test::writeFile(MessageFolder + "Inbox/GOOD" + std::to_string(i) + ".EML", GoodText);
+        corva::test::writeFile(MessageFolder + "SpamBayes/SPAM" + std::to_string(i) + ".EML",
+                               SpamText);
+    }
+    writeWordTable({{"SUB*Cheap", 0.99f}});
+    const std::string before = corva::test::readFile(frmBayesFilter::wordfilename());
+    form.cmdGenerate_Click();
+    EXPECT_EQ(filter_.GoodTable().Count, 1);
+    EXPECT_FALSE(FileExists(frmBayesFilter::badfilename()));
+    EXPECT_EQ(corva::test::readFile(frmBayesFilter::wordfilename()), before);
+    EXPECT_EQ(view.busy, (std::vector<bool>{true, false}));
+    EXPECT_FALSE(filter_.StopRequested);
+    EXPECT_EQ(thresholdChoices(1, 99, 200).back(), 200); // a first install's value stays listed
 }
 
 TEST_F(BayesTest, MissingSpamArchiveStopsWithTheWordTableEmpty) {

@@ -45,7 +45,13 @@ public:
     }
     void PreviewMessage(const std::string& path) override { previewed = path; }
     std::string PreviewSelectedText() const override { return previewSelection; }
+    void OpenTool(const std::string& key) override {
+        tools.push_back(key);
+        // What archiving leaves behind: a folder the tree has not seen.
+        if (key == "archive") MkMissingDir(MessageFolder + "Archive/Y2024");
+    }
 
+    std::vector<std::string> tools;
     std::vector<FolderNode> nodes;
     std::vector<long> selection;
     std::vector<std::string> statuses;
@@ -323,13 +329,18 @@ TEST_F(MailerTest, ToolbarKeys) {
     add("Inbox/", "a.eml", "alpha", false);
     add("Inbox/", "b.eml", "beta", true);
     open();
-    for (const char* key : {"newemail", "reply", "forward", "contacts", "tkl", "mailmerge"}) {
+    for (const char* key : {"newemail", "reply", "forward", "contacts", "tkl"}) {
         platform_.prompts_.messages.clear();
         mailer_->Command(key);
         EXPECT_EQ(platform_.prompts_.messages, (std::vector<std::string>{WorkInProgressText}))
             << key;
     }
 
+    for (const char* key : {"search", "archive", "importmail", "mailmerge"}) mailer_->Command(key);
+    EXPECT_EQ(view_.tools,
+              (std::vector<std::string>{"search", "archive", "importmail", "mailmerge"}));
+    EXPECT_GE(mailer_->FindNode("Y2024"), 0);
+    EXPECT_EQ(mailer_->OpenFolder(), MessageFolder + "Inbox/");
     for (const char* key : {"filters", "editlocal", "editserver"}) mailer_->Command(key);
     select({0});
     mailer_->ContextCommand("createlocalfilter");
