@@ -16,6 +16,7 @@ packages=(
     clang libclang-rt-14-dev
     bogofilter # bench/score_bulk compares against it
     qt6-speech-dev qt6-speech-flite-plugin qt6-declarative-dev # reading mail aloud
+    desktop-file-utils appstream man-db file # the install test validates what it installs
 )
 
 missing=()

@@ -3,6 +3,7 @@
 #include "app/Command.h"
 #include "app/CommandLine.h"
 #include "app/FolderAccess.h"
+#include "app/HandOver.h"
 #include "app/Terminal.h"
 #include "platform/ConsolePrompts.h"
 #include "platform/qt/QtPlatform.h"
@@ -84,6 +85,7 @@ int main(int argc, char** argv) {
         return 2;
     case Face::Windows:
 #ifdef CORVA_HAS_WINDOWS
+        if (corva::app::HandOverToRunningCopy(argc, argv, call.home, call.startLine)) return 0;
         return corva::ui::RunWindows(argc, argv, call.home, call.startLine);
 #else
         printUsage(std::cout);
@@ -121,6 +123,13 @@ int main(int argc, char** argv) {
         corva::platform::ConsolePrompts console;
         platform.setPrompts(&console);
         corva::platform::ScopedPlatform installed(platform);
+        if (!corva::app::CommandOnlyReads(first, words)) {
+            const std::string refusal = corva::app::RunningWindowRefusal(first, call.home);
+            if (!refusal.empty()) {
+                std::cerr << refusal << "\n";
+                return 1;
+            }
+        }
         corva::app::FolderAccess access(first, words);
         if (!access.granted()) return 1;
         corva::app::CommandArgs args(words, first);

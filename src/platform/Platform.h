@@ -4,6 +4,7 @@
 #pragma once
 
 #include "platform/Files.h"
+#include "platform/LocalChannel.h"
 #include "platform/NameLookup.h"
 #include "platform/Printer.h"
 
@@ -227,6 +228,8 @@ public:
     virtual ~Platform();
     virtual std::unique_ptr<Socket> createSocket();
     virtual std::unique_ptr<Timer> createTimer();
+    // Defined with the plain channel, which nobody serves, in LocalChannel.cpp.
+    virtual std::unique_ptr<LocalChannel> createLocalChannel();
     virtual EventLoop& eventLoop();
     virtual Prompts& prompts();
     virtual Clock& clock();

@@ -49,6 +49,9 @@ public:
     RecordingPlatform() : base_(platform::current()) {}
     std::unique_ptr<platform::Socket> createSocket() override { return base_.createSocket(); }
     std::unique_ptr<platform::Timer> createTimer() override { return base_.createTimer(); }
+    std::unique_ptr<platform::LocalChannel> createLocalChannel() override {
+        return base_.createLocalChannel();
+    }
     platform::EventLoop& eventLoop() override { return base_.eventLoop(); }
     platform::Prompts& prompts() override { return prompts_; }
     platform::Clock& clock() override { return base_.clock(); }

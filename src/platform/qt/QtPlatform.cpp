@@ -3,6 +3,7 @@
 
 #include "platform/ConsolePrompts.h"
 #include "platform/qt/QtKeyring.h"
+#include "platform/qt/QtLocalChannel.h"
 #include "platform/qt/QtSocket.h"
 
 #include <QApplication>
@@ -307,6 +308,9 @@ std::unique_ptr<Socket> QtPlatform::createSocket() {
 }
 std::unique_ptr<Timer> QtPlatform::createTimer() {
     return std::make_unique<QtTimer>();
+}
+std::unique_ptr<LocalChannel> QtPlatform::createLocalChannel() {
+    return std::make_unique<QtLocalChannel>();
 }
 EventLoop& QtPlatform::eventLoop() {
     return impl_->loop;

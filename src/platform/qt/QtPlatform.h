@@ -14,6 +14,7 @@ public:
     ~QtPlatform() override;
     std::unique_ptr<Socket> createSocket() override;
     std::unique_ptr<Timer> createTimer() override;
+    std::unique_ptr<LocalChannel> createLocalChannel() override;
     EventLoop& eventLoop() override;
     Prompts& prompts() override;
     Clock& clock() override;
