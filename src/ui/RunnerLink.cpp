@@ -3,8 +3,6 @@
 #include "core/mSHAREDLogging.h"
 #include "cycle/frmMain.h"
 #include "instance/InstanceCheck.h"
-#include "store/modMessageFiles.h"
-#include "ui/MailerPreview.h"
 #include "ui/MailerWindow.h"
 #include "ui/ScannerWindow.h"
 
@@ -63,13 +61,12 @@ void RunnerLink::ShowMain() {
 }
 
 void RunnerLink::OpenComposer(const MailLink& link) {
-    // Until the composer window exists the link only reaches the log.
     LogAction("New message to " + link.to + ": " + link.subject);
+    main_.OpenComposer(link.to, link.cc, link.subject, link.body);
 }
 
 void RunnerLink::OpenMessageFile(const std::string& path) {
-    auto message = readfullmessage(path);
-    if (!message->Filename().empty()) showInReader(&window_, *message);
+    main_.OpenMessageFile(path);
 }
 
 } // namespace corva::ui

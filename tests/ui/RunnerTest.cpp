@@ -4,6 +4,7 @@
 #include "core/mSHAREDLogging.h"
 #include "ui/RunnerLink.h"
 
+#include <QApplication>
 #include <QElapsedTimer>
 #include <QProcess>
 
@@ -68,6 +69,12 @@ TEST_F(RunnerTwoProcessTest, MailLinkOpensAComposerInTheRunningCopy) {
     EXPECT_LT(clock.elapsed(), 15000);
     ASSERT_TRUE(until([&] { return !link->composed.empty(); }));
     EXPECT_EQ(link->composed, std::vector<std::string>{"a@b.test | Hi"});
+    // The running copy shows a composer window for it.
+    EXPECT_TRUE(until([] {
+        for (QWidget* w : QApplication::topLevelWidgets())
+            if (w->isVisible() && w->inherits("corva::ui::EmailWindow")) return true;
+        return false;
+    }));
     FlushLog();
     EXPECT_NE(readFile(dir.file("log.txt")).find("Command passed in: mailto:a@b.test?subject=Hi"),
               std::string::npos);
