@@ -1,21 +1,14 @@
 #include "support/DovecotServer.h"
 
-#include <arpa/inet.h>
-#include <cerrno>
+#include "support/ServerProcess.h"
+#include "tools/modMbox.h"
+
 #include <chrono>
-#include <csignal>
 #include <cstdio>
-#include <cstdlib>
-#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
-#include <netinet/in.h>
-#include <poll.h>
 #include <pwd.h>
-#include <sstream>
 #include <stdexcept>
-#include <sys/prctl.h>
-#include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <thread>
@@ -28,58 +21,6 @@ namespace corva::test {
 namespace {
 
 constexpr const char* DovecotBinary = "/usr/sbin/dovecot";
-
-int freePort() {
-    int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    sockaddr_in addr{};
-    addr.sin_family = AF_INET;
-    addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t len = sizeof addr;
-    int port = 0;
-    if (fd >= 0 && ::bind(fd, reinterpret_cast<sockaddr*>(&addr), sizeof addr) == 0 &&
-        ::getsockname(fd, reinterpret_cast<sockaddr*>(&addr), &len) == 0)
-        port = ntohs(addr.sin_port);
-    if (fd >= 0) ::close(fd);
-    return port;
-}
-
-// The greeting, or "" when nothing answers on the port.
-std::string greeting(int port) {
-    int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    if (fd < 0) return "";
-    sockaddr_in addr{};
-    addr.sin_family = AF_INET;
-    addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    addr.sin_port = htons(static_cast<uint16_t>(port));
-    std::string reply;
-    if (::connect(fd, reinterpret_cast<sockaddr*>(&addr), sizeof addr) == 0) {
-        pollfd p{fd, POLLIN, 0};
-        if (::poll(&p, 1, 2000) > 0) {
-            char buf[256];
-            ssize_t n = ::recv(fd, buf, sizeof buf, 0);
-            if (n > 0) reply.assign(buf, static_cast<size_t>(n));
-        }
-    }
-    ::close(fd);
-    return reply;
-}
-
-std::string withCrLf(const std::string& text) {
-    std::string out;
-    out.reserve(text.size() + text.size() / 32);
-    for (size_t i = 0; i < text.size(); ++i) {
-        if (text[i] == '\n' && (i == 0 || text[i - 1] != '\r')) out += '\r';
-        out += text[i];
-    }
-    return out;
-}
-
-std::string readAll(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream ss;
-    ss << in.rdbuf();
-    return ss.str();
-}
 
 } // namespace
 
@@ -109,35 +50,19 @@ DovecotServer::DovecotServer(const std::string& certificate, const std::string& 
     ::chown((root_ + "home").c_str(), mailUid_, mailGid_);
 
     for (int attempt = 0; attempt < 3; ++attempt) {
-        port_ = freePort();
-        securePort_ = certificate_.empty() ? 0 : freePort();
+        port_ = freeLoopbackPort();
+        securePort_ = certificate_.empty() ? 0 : freeLoopbackPort();
         writeConfig();
-        // Everything the child needs is made before the fork: it may only exec.
         const std::string conf = root_ + "dovecot.conf";
-        const std::string errors = root_ + "stderr.log";
-        pid_ = ::fork();
+        pid_ =
+            startServerProcess(DovecotBinary, {"dovecot", "-F", "-c", conf}, root_ + "stderr.log");
         if (pid_ < 0) break;
-        if (pid_ == 0) {
-            ::setpgid(0, 0);
-            // A test run that dies must not leave a server behind.
-            ::prctl(PR_SET_PDEATHSIG, SIGTERM);
-            int out = ::open(errors.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0644);
-            if (out >= 0) {
-                ::dup2(out, 1);
-                ::dup2(out, 2);
-            }
-            ::execl(DovecotBinary, "dovecot", "-F", "-c", conf.c_str(),
-                    static_cast<char*>(nullptr));
-            ::_exit(127);
-        }
-        ::setpgid(pid_, pid_);
         try {
             waitUntilGreeting();
             return;
         } catch (const std::exception&) {
             // Most likely the port was taken meanwhile: try another one.
-            ::kill(-pid_, SIGKILL);
-            ::waitpid(pid_, nullptr, 0);
+            stopServerProcess(pid_);
             pid_ = -1;
         }
     }
@@ -194,7 +119,7 @@ void DovecotServer::waitUntilGreeting() {
     while (std::chrono::steady_clock::now() < deadline) {
         int status = 0;
         if (::waitpid(pid_, &status, WNOHANG) == pid_) throw std::runtime_error("dovecot exited");
-        if (greeting(port_).rfind("+OK", 0) == 0) return;
+        if (firstReply(port_).rfind("+OK", 0) == 0) return;
         std::this_thread::sleep_for(std::chrono::milliseconds(50));
     }
     throw std::runtime_error("no greeting");
@@ -228,7 +153,7 @@ void DovecotServer::addMessage(const std::string& user, const std::string& text)
     char name[64];
     std::snprintf(name, sizeof name, "1700000000.M%09ldP%d.corva", ++sequence_,
                   static_cast<int>(::getpid()));
-    std::string body = withCrLf(text);
+    std::string body = ToStoreLineEnds(text);
     // Straight into new/, which is quickest; a session open at that moment may
     // see the file half written, so tests deliver before they connect.
     std::ofstream out(maildir(user) + "new/" + name, std::ios::binary | std::ios::trunc);
@@ -256,24 +181,12 @@ void DovecotServer::clearMailbox(const std::string& user) {
 }
 
 std::string DovecotServer::log() const {
-    return readAll(root_ + "dovecot.log") + readAll(root_ + "stderr.log");
+    return readWholeFile(root_ + "dovecot.log") + readWholeFile(root_ + "stderr.log");
 }
 
 void DovecotServer::stop() {
-    if (pid_ > 0) {
-        ::kill(-pid_, SIGTERM);
-        bool gone = false;
-        for (int i = 0; i < 100 && !gone; ++i) {
-            if (::waitpid(pid_, nullptr, WNOHANG) == pid_)
-                gone = true;
-            else
-                std::this_thread::sleep_for(std::chrono::milliseconds(50));
-        }
-        // Whatever of the group is left (or the master itself, if it hung).
-        ::kill(-pid_, SIGKILL);
-        if (!gone) ::waitpid(pid_, nullptr, 0);
-        pid_ = -1;
-    }
+    stopServerProcess(pid_);
+    pid_ = -1;
     if (!root_.empty()) {
         std::error_code ec;
         fs::remove_all(root_, ec);

@@ -1,18 +1,12 @@
 #include "support/EximServer.h"
 
+#include "support/ServerProcess.h"
+
 #include <algorithm>
-#include <arpa/inet.h>
 #include <chrono>
-#include <csignal>
-#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
-#include <netinet/in.h>
-#include <poll.h>
 #include <pwd.h>
-#include <sstream>
-#include <sys/prctl.h>
-#include <sys/socket.h>
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
@@ -25,46 +19,6 @@ namespace corva::test {
 namespace {
 
 constexpr const char* EximBinary = "/usr/sbin/exim4";
-
-int freePort() {
-    int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    sockaddr_in addr{};
-    addr.sin_family = AF_INET;
-    addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t len = sizeof addr;
-    int port = 0;
-    if (fd >= 0 && ::bind(fd, reinterpret_cast<sockaddr*>(&addr), sizeof addr) == 0 &&
-        ::getsockname(fd, reinterpret_cast<sockaddr*>(&addr), &len) == 0)
-        port = ntohs(addr.sin_port);
-    if (fd >= 0) ::close(fd);
-    return port;
-}
-
-bool greets(int port) {
-    int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    if (fd < 0) return false;
-    sockaddr_in addr{};
-    addr.sin_family = AF_INET;
-    addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    addr.sin_port = htons(static_cast<uint16_t>(port));
-    bool ok = false;
-    if (::connect(fd, reinterpret_cast<sockaddr*>(&addr), sizeof addr) == 0) {
-        pollfd p{fd, POLLIN, 0};
-        char buf[64];
-        ok = ::poll(&p, 1, 2000) > 0 && ::recv(fd, buf, sizeof buf, 0) >= 3 &&
-             std::string(buf, 3) == "220";
-        ::send(fd, "QUIT\r\n", 6, MSG_NOSIGNAL);
-    }
-    ::close(fd);
-    return ok;
-}
-
-std::string readAll(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream ss;
-    ss << in.rdbuf();
-    return ss.str();
-}
 
 } // namespace
 
@@ -80,27 +34,13 @@ EximServer::EximServer(const std::string& user, const std::string& password,
     fs::create_directories(root_ + "spool");
     fs::create_directories(root_ + "log");
     for (int attempt = 0; attempt < 3 && pid_ <= 0; ++attempt) {
-        port_ = freePort();
+        port_ = freeLoopbackPort();
         writeConfig(user, password, certificate, key);
         const std::string conf = root_ + "exim.conf";
         const std::string listen = "127.0.0.1." + std::to_string(port_);
         const std::string errors = root_ + "log/stderr";
-        pid_ = ::fork();
+        pid_ = startServerProcess(EximBinary, {"exim4", "-C", conf, "-bdf", "-oX", listen}, errors);
         if (pid_ < 0) break;
-        if (pid_ == 0) {
-            ::setpgid(0, 0);
-            // A test run that dies must not leave a server behind.
-            ::prctl(PR_SET_PDEATHSIG, SIGTERM);
-            int out = ::open(errors.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0644);
-            if (out >= 0) {
-                ::dup2(out, 1);
-                ::dup2(out, 2);
-            }
-            ::execl(EximBinary, "exim4", "-C", conf.c_str(), "-bdf", "-oX", listen.c_str(),
-                    static_cast<char*>(nullptr));
-            ::_exit(127);
-        }
-        ::setpgid(pid_, pid_);
         if (!waitUntilGreeting()) stop(); // most likely the port was taken meanwhile
     }
 }
@@ -114,18 +54,7 @@ EximServer::~EximServer() {
 }
 
 void EximServer::stop() {
-    if (pid_ <= 0) return;
-    ::kill(-pid_, SIGTERM);
-    int status = 0;
-    for (int i = 0; i < 100; ++i) {
-        if (::waitpid(pid_, &status, WNOHANG) == pid_) {
-            pid_ = -1;
-            return;
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    }
-    ::kill(-pid_, SIGKILL);
-    ::waitpid(pid_, &status, 0);
+    stopServerProcess(pid_);
     pid_ = -1;
 }
 
@@ -137,7 +66,7 @@ bool EximServer::waitUntilGreeting() {
             pid_ = -1;
             return false;
         }
-        if (greets(port_)) return true;
+        if (firstReply(port_).rfind("220", 0) == 0) return true;
         std::this_thread::sleep_for(std::chrono::milliseconds(50));
     }
     return false;
@@ -197,11 +126,11 @@ std::string EximServer::message(int n) const {
     std::sort(ids.begin(), ids.end());
     if (n < 1 || n > static_cast<int>(ids.size())) return "";
     const std::string& id = ids[static_cast<size_t>(n - 1)].second;
-    return readAll(id + "-H") + readAll(id + "-D");
+    return readWholeFile(id + "-H") + readWholeFile(id + "-D");
 }
 
 std::string EximServer::log() const {
-    return readAll(root_ + "log/mainlog");
+    return readWholeFile(root_ + "log/mainlog");
 }
 
 } // namespace corva::test

@@ -58,6 +58,14 @@ std::vector<std::string> filesIn(const std::string& folder, bool deep = false) {
 }
 
 // Records what a tool tells, and stops after a number of files when asked to.
+std::vector<std::string> mboxMessages(const std::string& file) {
+    std::istringstream in(file);
+    MboxReader reader(in);
+    std::vector<std::string> got;
+    for (std::string m; reader.next(m);) got.push_back(m);
+    return got;
+}
+
 class Recorder : public frmSearchView, public MailMergeView {
 public:
     void Status(const std::string& t) override { statuses.push_back(t); }
@@ -219,13 +227,7 @@ TEST(Mbox, ReadingUndoesQuotingAndClosingLines) {
         {"From a\r\nA: 1\r\n\r\nbody\r\n\r\nFrom b\r\nB: 2\r\n",
          {"A: 1\r\n\r\nbody\r\n", "B: 2\r\n"}},
     };
-    for (const Case& c : cases) {
-        std::istringstream in(c.file);
-        MboxReader reader(in);
-        std::vector<std::string> got;
-        for (std::string m; reader.next(m);) got.push_back(m);
-        EXPECT_EQ(got, c.messages) << c.file;
-    }
+    for (const Case& c : cases) EXPECT_EQ(mboxMessages(c.file), c.messages) << c.file;
     EXPECT_EQ(QuoteFromLines("From x\n>From y\nFrom\n"), ">From x\n>>From y\nFrom\n");
 }
 
@@ -253,10 +255,7 @@ TEST_F(ToolsTest, MboxImportAndExportGiveBackEveryMessage) {
     ExportOutcome out =
         ExportFolderToMbox(frmImportMail::ImportedFolder(), home_.file("out.mbox"), quiet);
     EXPECT_TRUE(out.Written);
-    std::istringstream in(readFile(home_.file("out.mbox")));
-    MboxReader reader(in);
-    std::vector<std::string> back;
-    for (std::string m; reader.next(m);) back.push_back(m);
+    std::vector<std::string> back = mboxMessages(readFile(home_.file("out.mbox")));
     std::vector<std::string> expected = messages;
     std::sort(expected.begin(), expected.end());
     std::sort(back.begin(), back.end());

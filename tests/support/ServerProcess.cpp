@@ -1,0 +1,98 @@
+#include "support/ServerProcess.h"
+
+#include <arpa/inet.h>
+#include <chrono>
+#include <csignal>
+#include <fcntl.h>
+#include <fstream>
+#include <netinet/in.h>
+#include <poll.h>
+#include <sstream>
+#include <sys/prctl.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+
+namespace corva::test {
+
+int freeLoopbackPort() {
+    int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_in addr{};
+    addr.sin_family = AF_INET;
+    addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t len = sizeof addr;
+    int port = 0;
+    if (fd >= 0 && ::bind(fd, reinterpret_cast<sockaddr*>(&addr), sizeof addr) == 0 &&
+        ::getsockname(fd, reinterpret_cast<sockaddr*>(&addr), &len) == 0)
+        port = ntohs(addr.sin_port);
+    if (fd >= 0) ::close(fd);
+    return port;
+}
+
+std::string firstReply(int port) {
+    int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    if (fd < 0) return "";
+    sockaddr_in addr{};
+    addr.sin_family = AF_INET;
+    addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    addr.sin_port = htons(static_cast<uint16_t>(port));
+    std::string reply;
+    if (::connect(fd, reinterpret_cast<sockaddr*>(&addr), sizeof addr) == 0) {
+        pollfd p{fd, POLLIN, 0};
+        if (::poll(&p, 1, 2000) > 0) {
+            char buf[256];
+            ssize_t n = ::recv(fd, buf, sizeof buf, 0);
+            if (n > 0) reply.assign(buf, static_cast<size_t>(n));
+        }
+    }
+    ::close(fd);
+    return reply;
+}
+
+pid_t startServerProcess(const std::string& binary, const std::vector<std::string>& args,
+                         const std::string& errorsPath) {
+    // Everything the child needs is made before the fork: it may only exec.
+    std::vector<char*> argv;
+    for (const std::string& arg : args) argv.push_back(const_cast<char*>(arg.c_str()));
+    argv.push_back(nullptr);
+    pid_t pid = ::fork();
+    if (pid == 0) {
+        ::setpgid(0, 0);
+        // A test run that dies must not leave a server behind.
+        ::prctl(PR_SET_PDEATHSIG, SIGTERM);
+        int out = ::open(errorsPath.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0644);
+        if (out >= 0) {
+            ::dup2(out, 1);
+            ::dup2(out, 2);
+        }
+        ::execv(binary.c_str(), argv.data());
+        ::_exit(127);
+    }
+    if (pid > 0) ::setpgid(pid, pid);
+    return pid;
+}
+
+void stopServerProcess(pid_t pid) {
+    if (pid <= 0) return;
+    ::kill(-pid, SIGTERM);
+    bool gone = false;
+    for (int i = 0; i < 100 && !gone; ++i) {
+        if (::waitpid(pid, nullptr, WNOHANG) == pid)
+            gone = true;
+        else
+            std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    }
+    // Whatever of the group is left (or the server itself, if it hung).
+    ::kill(-pid, SIGKILL);
+    if (!gone) ::waitpid(pid, nullptr, 0);
+}
+
+std::string readWholeFile(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    std::ostringstream ss;
+    ss << in.rdbuf();
+    return ss.str();
+}
+
+} // namespace corva::test
