@@ -22,6 +22,7 @@
 #include <climits>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <stdexcept>
 #include <string>
 
@@ -78,6 +79,8 @@ int main(int argc, char** argv) {
         home.makeProgramFolder();
         corva::SetAppPath(home.path());
         corva::UseDefaultFolders(home.path());
+        // A retrieve writes each message into the message folder first.
+        std::filesystem::create_directories(corva::MessageFolder);
         corva::test::DovecotServer plain;
         corva::test::DovecotServer secure(certs.good.chain, certs.good.key);
         for (auto* server : {&plain, &secure}) {

@@ -9,6 +9,8 @@ packages=(
     libssl-dev openssl # the TLS tests make their certificates with it
     libgtest-dev libgmock-dev
     dovecot-core dovecot-pop3d
+    exim4-daemon-light # the SMTP tests run a private Exim with STARTTLS and AUTH
+    qtkeychain-qt6-dev # passwords in the desktop keyring
     python3 python3-aiosmtpd
     poppler-utils
     clang libclang-rt-14-dev

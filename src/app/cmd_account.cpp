@@ -7,6 +7,7 @@
 #include "app/Terminal.h"
 #include "core/Account.h"
 #include "core/AccountRules.h"
+#include "core/KeyringPasswords.h"
 #include "core/Strings.h"
 #include "core/TerminalText.h"
 #include "core/mSHAREDSettings.h"
@@ -79,9 +80,22 @@ std::optional<int> refusedChanges(const std::vector<Change>& changes) {
     return std::nullopt;
 }
 
-void applyChanges(int n, const std::vector<Change>& changes) {
+// "" when every change was made; else why the keyring took no part.
+std::string applyChanges(int n, const std::vector<Change>& changes) {
     const Account a(n);
+    std::optional<bool> keyring;
     for (const auto& c : changes) {
+        const std::string name = c.key.name;
+        // Passwords go where the account keeps them; the keyring choice moves
+        // them after every other change, new passwords included.
+        if (name == "KEYRING") {
+            keyring = stored(c.key, c.value).toBool();
+            continue;
+        }
+        if (name == "PWD" || name == "SMTPPWD") {
+            if (std::string why = WritePassword(a, name, c.value); !why.empty()) return why;
+            continue;
+        }
         // A server written host:port for sending keeps its port in SMTPPort.
         if (std::string(c.key.name) == "SMTP") {
             const std::string v = Trim(c.value);
@@ -94,6 +108,12 @@ void applyChanges(int n, const std::vector<Change>& changes) {
         }
         sset(a.key(c.key.name), stored(c.key, c.value));
     }
+    return keyring ? KeepPasswordsInKeyring(a, *keyring) : "";
+}
+
+bool reported(const std::string& problem) {
+    if (!problem.empty()) std::cerr << "corva account: " << problem << "\n";
+    return problem.empty();
 }
 
 int add(CommandArgs& args) {
@@ -146,8 +166,8 @@ int add(CommandArgs& args) {
     }
     changes.push_back({*FindAccountKey("CHECK"), "true"});
     if (has("SMTPUNAME")) changes.push_back({*FindAccountKey("SMTPAuth"), "true"});
-    applyChanges(n, changes);
-    if (!save()) return 1;
+    const std::string problem = applyChanges(n, changes);
+    if (!save() || !reported(problem)) return 1;
     std::cout << "Added account " << n << ": " << terminalLine(Account(n).title()) << "\n";
     return 0;
 }
@@ -248,8 +268,8 @@ int set(CommandArgs& args) {
     if (!used(n))
         return RefuseWith("account", "there is no account " + std::to_string(n) +
                                          "; 'corva account list' shows the accounts");
-    applyChanges(n, changes);
-    if (!save()) return 1;
+    const std::string problem = applyChanges(n, changes);
+    if (!save() || !reported(problem)) return 1;
     for (const auto& c : changes) std::cout << "Set " << Account(n).key(c.key.name) << "\n";
     return 0;
 }
@@ -264,6 +284,7 @@ int remove(CommandArgs& args) {
         return RefuseWith("account", "there is no account " + std::to_string(n) +
                                          "; 'corva account list' shows the accounts");
     const std::string title = Account(n).title();
+    KeepPasswordsInKeyring(Account(n), false); // so no entry outlives the account
     for (const auto& key : AccountKeys()) Settings().DeleteSettingByName(Account(n).key(key.name));
     if (!save()) return 1;
     std::cout << "Removed account " << n << ": " << terminalLine(title) << "\n";
@@ -303,7 +324,10 @@ const CommandRegistration registration({
     "  SMTPUNAME (smtp-user), SMTPPWD (smtp-password), REPLYADDRESS (address),\n"
     "  DISPLAYNAME (name), EXCLUSIVE0_ and EXCLUSIVE1_ (the two \"Ignore mail not\n"
     "  addressed to\" texts), SMTPPort (smtp-port), POPSECURITY (pop-security) and\n"
-    "  SMTPSECURITY (smtp-security): none, tls or starttls (0, 1 or 2).\n"
+    "  SMTPSECURITY (smtp-security): none, tls or starttls (0, 1 or 2), and\n"
+    "  KEYRING (keyring): 1 keeps both passwords in the desktop keyring (Secret\n"
+    "  Service or KWallet) instead of Corva.ini, 0 moves them back. When no\n"
+    "  keyring answers, the command says so, exits 1 and the passwords stay.\n"
     "remove N deletes every key of account N.",
     run,
 });

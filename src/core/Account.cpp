@@ -1,5 +1,6 @@
 #include "core/Account.h"
 
+#include "core/KeyringPasswords.h"
 #include "core/Strings.h"
 #include "core/Variant.h"
 #include "core/mSHAREDSettings.h"
@@ -35,7 +36,7 @@ std::string Account::userName() const {
 }
 
 std::string Account::password() const {
-    return text(*this, "PWD");
+    return ReadPassword(*this, "PWD");
 }
 
 bool Account::checked(bool ifMissing) const {
@@ -121,7 +122,7 @@ std::string Account::smtpUserName() const {
 }
 
 std::string Account::smtpPassword() const {
-    return text(*this, "SMTPPWD");
+    return ReadPassword(*this, "SMTPPWD");
 }
 
 std::string Account::replyAddress() const {

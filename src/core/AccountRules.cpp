@@ -24,6 +24,7 @@ const std::vector<AccountKey>& AccountKeys() {
         {"SMTPPort", "smtp-port", K::Port, ""},
         {"POPSECURITY", "pop-security", K::Security, ""},
         {"SMTPSECURITY", "smtp-security", K::Security, ""},
+        {"KEYRING", "keyring", K::Truth, ""},
     };
     return keys;
 }

@@ -6,6 +6,7 @@
 #include "core/AppInfo.h"
 #include "core/FileSubs.h"
 #include "core/Globals.h"
+#include "core/KeyringPasswords.h"
 #include "core/Strings.h"
 #include "core/mSHAREDSettings.h"
 #include "platform/Platform.h"
@@ -82,6 +83,7 @@ void frmSettings::Load() {
         a.Server = text(account.key("SERVER"), "");
         a.UName = account.userName();
         a.Pwd = account.password();
+        a.Keyring = PasswordsInKeyring(account);
         a.Check = account.checked(false);
         a.StopAtLast = account.stopAtLast(false);
         a.Smtp = account.smtpServer();
@@ -165,13 +167,18 @@ bool frmSettings::cmdOK(GlobalFields& g, const AccountFields& shown) {
         sset(account.key("TITLE"), a.Title);
         sset(account.key("SERVER"), a.Server);
         sset(account.key("UNAME"), a.UName);
-        sset(account.key("PWD"), a.Pwd);
+        // Out of the keyring first when unticked, so the passwords land in the file.
+        std::string keyring = a.Keyring ? "" : KeepPasswordsInKeyring(account, false);
+        WritePassword(account, "PWD", a.Pwd);
         sset(account.key("CHECK"), a.Check);
         sset(account.key("STOPATLAST"), a.StopAtLast);
         sset(account.key("SMTP"), a.Smtp);
         sset(account.key("SMTPAuth"), a.SmtpAuth);
         sset(account.key("SMTPUNAME"), a.SmtpUName);
-        sset(account.key("SMTPPWD"), a.SmtpPwd);
+        WritePassword(account, "SMTPPWD", a.SmtpPwd);
+        if (a.Keyring) keyring = KeepPasswordsInKeyring(account, true);
+        // No keyring answering is no reason to refuse OK: the passwords stay.
+        if (!keyring.empty()) tell(a.Title + ": " + keyring);
         sset(account.key("REPLYADDRESS"), a.ReplyAddress);
         sset(account.key("DISPLAYNAME"), a.DisplayName);
         sset(account.key("EXCLUSIVE0_"), a.Exclusive0);

@@ -34,6 +34,8 @@ struct AccountFields {
     // 1 SSL/TLS, 2 STARTTLS.
     int PopSecurity = 0;
     int SmtpSecurity = 0;
+    // Both passwords in the desktop keyring (KEYRING) instead of Corva.ini.
+    bool Keyring = false;
 };
 
 struct GlobalFields {

@@ -693,8 +693,21 @@ float frmGetMail::listedSize(long number) const {
 }
 
 void frmGetMail::onRetrText(const std::string& data) {
-    if (TempFileHandle_ == 0) openTempFile();
-    if (!data.empty() && !tempFile_->write(data)) throw RunError(Err::DeviceIO);
+    try {
+        if (TempFileHandle_ == 0) openTempFile();
+        if (!data.empty() && !tempFile_->write(data)) throw RunError(Err::DeviceIO);
+    } catch (const RunError&) {
+        // With nowhere to put the message, waiting on would only end in the
+        // time-out: say why now, and leave the message on the server.
+        const std::string text = title() + ": cannot write the message to " + MessageFolder;
+        RecordAction(text, "onRetrText", Module);
+        InMultiLine_ = false;
+        state_ = StQuitSent;
+        send("QUIT");
+        events_->POPError(text);
+        cleanupandexit();
+        return;
+    }
     BytesReceived_ += static_cast<int64_t>(data.size());
 
     // Only the tail is kept, to see the terminator even when it is split

@@ -444,6 +444,11 @@ void frmSendMailWrapper::SendFailed(const std::string& Explanation) {
     if (listener_ && uploading_ && sending_ && index_ >= 1 &&
         index_ <= static_cast<int>(files_.size()))
         listener_->messageFailed(files_[static_cast<size_t>(index_ - 1)], Explanation);
+    // A server that could not be reached, refused the login or showed a
+    // certificate nobody trusts fails no message in particular; its reason
+    // must still reach the user (the fingerprint to trust, above all).
+    else if (listener_ && uploading_ && !sending_)
+        listener_->Failed(Explanation);
     sending_ = false;
 }
 

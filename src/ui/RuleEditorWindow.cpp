@@ -108,7 +108,13 @@ RuleEditorWindow::RuleEditorWindow(frmFilters& filters, QWidget* parent)
         cmbField[r] = new QComboBox(formBox);
         cmbComparison[r] = new QComboBox(formBox);
         cmbComparison[r]->setToolTip(QStringLiteral("Be careful with 'Doesn't Contain'!"));
+        // The text is what the user types most: the lists give it room.
+        for (QComboBox* box : {cmbField[r], cmbComparison[r]}) {
+            box->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
+            box->setMinimumContentsLength(10);
+        }
         txtText[r] = new QLineEdit(formBox);
+        txtText[r]->setMinimumWidth(180);
         txtText[r]->setToolTip(QStringLiteral("Enter the string you want Nettlor to look for"));
         grid->addWidget(chkOn[r], row, 0);
         grid->addWidget(cmbField[r], row, 1);

@@ -150,6 +150,10 @@ QWidget* SettingsDialog::buildAccountsPage() {
     QLineEdit* smtpPwd = addLine("SMTPPWD");
     smtpPwd->setEchoMode(QLineEdit::Password);
     out->addRow(label(QStringLiteral("Pwd:")), smtpPwd);
+    QCheckBox* keyring =
+        addBox("KEYRING", QStringLiteral("Keep both passwords in the desktop keyring"));
+    keyring->setToolTip(QStringLiteral("Secret Service or KWallet instead of Corva.ini"));
+    out->addRow(keyring);
     out->addRow(label(QStringLiteral("Reply Address:")), addLine("REPLYADDRESS"));
     out->addRow(label(QStringLiteral("Display Name:")), addLine("DISPLAYNAME"));
     right->addWidget(outgoing);
@@ -366,6 +370,7 @@ void SettingsDialog::showAccount(const AccountFields& a) {
     box("SMTPAuth")->setChecked(a.SmtpAuth);
     field("SMTPUNAME")->setText(q(a.SmtpUName));
     field("SMTPPWD")->setText(q(a.SmtpPwd));
+    box("KEYRING")->setChecked(a.Keyring);
     field("REPLYADDRESS")->setText(q(a.ReplyAddress));
     field("DISPLAYNAME")->setText(q(a.DisplayName));
     field("EXCLUSIVE0_")->setText(q(a.Exclusive0));
@@ -385,6 +390,7 @@ AccountFields SettingsDialog::readAccount() const {
     a.SmtpAuth = box("SMTPAuth")->isChecked();
     a.SmtpUName = b(field("SMTPUNAME")->text());
     a.SmtpPwd = b(field("SMTPPWD")->text());
+    a.Keyring = box("KEYRING")->isChecked();
     a.ReplyAddress = b(field("REPLYADDRESS")->text());
     a.DisplayName = b(field("DISPLAYNAME")->text());
     a.Exclusive0 = b(field("EXCLUSIVE0_")->text());

@@ -3,6 +3,7 @@
 // server, checked by what it prints, what it leaves on disk and what the
 // servers saw.
 #include "app/CommandLine.h"
+#include "AppRunner.h"
 #include "core/FileSubs.h"
 #include "core/Startup.h"
 #include "core/Strings.h"
@@ -31,66 +32,6 @@ namespace corva::test {
 namespace {
 
 namespace fs = std::filesystem;
-
-struct Outcome {
-    int status = -1;
-    std::string out;
-    std::string err;
-};
-
-// Runs corva with args, input on stdin and env ("NAME=VALUE") added, and
-// gathers both outputs to the end; stderr on a terminal of its own if asked.
-Outcome corva(const std::vector<std::string>& args, const std::vector<std::string>& env = {},
-              const std::string& input = "", bool stderrOnTerminal = false) {
-    int outPipe[2], errPipe[2], inPipe[2];
-    if (::pipe(outPipe) != 0 || ::pipe(inPipe) != 0) return {};
-    if (stderrOnTerminal ? ::openpty(&errPipe[0], &errPipe[1], nullptr, nullptr, nullptr) != 0
-                         : ::pipe(errPipe) != 0)
-        return {};
-    pid_t pid = ::fork();
-    if (pid == 0) {
-        ::dup2(outPipe[1], 1);
-        ::dup2(errPipe[1], 2);
-        ::dup2(inPipe[0], 0);
-        ::close(inPipe[1]);
-        ::close(outPipe[0]);
-        ::close(errPipe[0]);
-        for (const std::string& e : env) ::putenv(const_cast<char*>(e.c_str()));
-        std::vector<char*> argv{const_cast<char*>(CORVA_EXE)};
-        for (const std::string& a : args) argv.push_back(const_cast<char*>(a.c_str()));
-        argv.push_back(nullptr);
-        ::execv(CORVA_EXE, argv.data());
-        ::_exit(127);
-    }
-    ::close(outPipe[1]);
-    ::close(errPipe[1]);
-    ::close(inPipe[0]);
-    if (!input.empty()) (void)!::write(inPipe[1], input.data(), input.size());
-    ::close(inPipe[1]);
-    Outcome result;
-    pollfd fds[2] = {{outPipe[0], POLLIN, 0}, {errPipe[0], POLLIN, 0}};
-    std::string* sinks[2] = {&result.out, &result.err};
-    int open = 2;
-    while (open > 0) {
-        if (::poll(fds, 2, 60000) <= 0) break;
-        for (int i = 0; i < 2; ++i) {
-            if (fds[i].fd < 0 || !(fds[i].revents & (POLLIN | POLLHUP))) continue;
-            char buf[4096];
-            ssize_t n = ::read(fds[i].fd, buf, sizeof buf);
-            if (n > 0) {
-                sinks[i]->append(buf, static_cast<size_t>(n));
-            } else if (n == 0 || errno != EINTR) {
-                ::close(fds[i].fd);
-                fds[i].fd = -1;
-                --open;
-            }
-        }
-    }
-    int status = 0;
-    ::waitpid(pid, &status, 0);
-    result.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    return result;
-}
 
 std::vector<std::string> emlFiles(const std::string& folder) {
     std::vector<std::string> names;

@@ -5,6 +5,7 @@
 #include "core/mSHAREDLogging.h"
 
 #include <chrono>
+#include <filesystem>
 #include <regex>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -252,6 +253,21 @@ TEST_F(ScriptTest, SessionGoneMidRetrievalOnAFullDiskEndsQuietly) {
     platform::current().eventLoop().runUntil([] { return false; }, 200);
     doomed.reset();
     EXPECT_FALSE(FileExists(frmGetMail::tempFilePath(1)));
+}
+
+// No folder to write the message into ends the session with the reason at
+// once, where it used to wait out the time-out.
+TEST_F(ScriptTest, UnwritableMessageFolderEndsTheRetrieveWithItsReason) {
+    std::filesystem::remove_all(MessageFolder);
+    start(login() + listing({100}) + top(1, message("a@x", "s")) +
+          Steps{Expect("RETR 1\r\n"), Say("+OK\r\n" + message("a@x", "s") + ".\r\n"),
+                Expect("QUIT\r\n")});
+    pop.GetMessages(0, false, false);
+    ASSERT_TRUE(waitFinished(log, 3000));
+    EXPECT_EQ(
+        log.outline(),
+        (Outline{"DoingServer: Test",
+                 "POPError: Test: cannot write the message to " + MessageFolder, "Finished"}));
 }
 
 TEST_F(ScriptTest, RetrievingFetchesWhatPassesAndLeavesTheTemporaryFile) {

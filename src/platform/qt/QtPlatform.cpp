@@ -1,6 +1,7 @@
 #include "platform/qt/QtPlatform.h"
 
 #include "platform/ConsolePrompts.h"
+#include "platform/qt/QtKeyring.h"
 #include "platform/qt/QtSocket.h"
 
 #include <QApplication>
@@ -305,10 +306,15 @@ struct QtPlatform::Impl {
     QtShell shell;
     QtSound sound;
     QtSpeech speech;
+    QtKeyring keyring;
 };
 
-QtPlatform::QtPlatform() : impl_(std::make_unique<Impl>()) {}
-QtPlatform::~QtPlatform() = default;
+QtPlatform::QtPlatform() : impl_(std::make_unique<Impl>()) {
+    setKeyring(&impl_->keyring);
+}
+QtPlatform::~QtPlatform() {
+    setKeyring(nullptr);
+}
 std::unique_ptr<Socket> QtPlatform::createSocket() {
     return std::make_unique<QtSocket>();
 }
