@@ -119,9 +119,13 @@ ArchiveOutcome frmArchive::archivemail(const DateTime& limit) {
                     const std::string name = fileonly(path);
                     const bool lower = name == LCase(name);
                     if (name.size() > 65) {
-                        std::string shorter =
-                            getunusedfilename(lower, folder, ShortenedBase(name), ".EML");
-                        if (movefile(path, shorter)) path = shorter;
+                        std::string shorter = getunusedfilename(
+                            lower, folder, ShortenedBase(name), ".EML",
+                            [&](const std::string& n) { return targets.taken(folder, n); });
+                        if (moveInto(path, shorter)) {
+                            targets.take(folder, fileonly(shorter));
+                            path = shorter;
+                        }
                     }
                     auto message = readmessageheader(path);
                     auto received = ParseDate(message->ReceiveDate);
