@@ -85,6 +85,7 @@ int main(int argc, char** argv) {
         else
             (numbers++ == 0 ? n : m) = std::atol(argv[i]);
     }
+    std::setvbuf(stdout, nullptr, _IOLBF, 0);
     std::string home = (fs::temp_directory_path() / "corva-bench-tools-XXXXXX").string();
     if (!mkdtemp(home.data())) return 1;
     home += "/";

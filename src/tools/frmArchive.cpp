@@ -10,6 +10,7 @@
 #include "store/modMessageFiles.h"
 
 #include <cstdio>
+#include <filesystem>
 #include <unordered_map>
 #include <unordered_set>
 
@@ -43,6 +44,15 @@ public:
 private:
     std::unordered_map<std::string, std::unordered_set<std::string>> names_;
 };
+
+// The name is known to be free (the folder's names are learned once), so the
+// file is renamed straight there: movefile would look the new name up without
+// regard to case, a walk over the target folder for every file moved.
+bool moveInto(const std::string& source, const std::string& destination) {
+    std::error_code ec;
+    std::filesystem::rename(source, destination, ec);
+    return !ec || movefile(source, destination);
+}
 
 } // namespace
 
@@ -91,6 +101,7 @@ ArchiveOutcome frmArchive::archivemail(const DateTime& limit) {
         std::vector<std::string> folders{MessageFolder};
         fillfoldersrecursed(MessageFolder, folders);
         TargetNames targets;
+        std::unordered_set<std::string> made;
         for (const auto& folder : folders) {
             const std::string relative = folder.substr(MessageFolder.size());
             if (SkippedFolder(relative)) continue;
@@ -108,19 +119,23 @@ ArchiveOutcome frmArchive::archivemail(const DateTime& limit) {
                     const std::string name = fileonly(path);
                     const bool lower = name == LCase(name);
                     if (name.size() > 65) {
-                        std::string shorter =
-                            getunusedfilename(lower, folder, ShortenedBase(name), ".EML");
-                        if (movefile(path, shorter)) path = shorter;
+                        std::string shorter = getunusedfilename(
+                            lower, folder, ShortenedBase(name), ".EML",
+                            [&](const std::string& n) { return targets.taken(folder, n); });
+                        if (moveInto(path, shorter)) {
+                            targets.take(folder, fileonly(shorter));
+                            path = shorter;
+                        }
                     }
                     auto message = readmessageheader(path);
                     auto received = ParseDate(message->ReceiveDate);
                     if (!message->Read || !received || !(*received < before)) return;
                     const std::string target = TargetFolder(*received, relative);
-                    MkMissingDir(target);
+                    if (made.insert(target).second) MkMissingDir(target);
                     std::string destination = getunusedfilename(
                         lower, target, fileroot(path), ".EML",
                         [&](const std::string& n) { return targets.taken(target, n); });
-                    if (movefile(path, destination)) {
+                    if (moveInto(path, destination)) {
                         targets.take(target, fileonly(destination));
                         ++outcome_.Moved;
                     }
