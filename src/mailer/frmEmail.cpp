@@ -494,6 +494,11 @@ void frmEmail::Command(const std::string& key) {
             platform::current().speech().speak(
                 fields_.selectionLength > 0 ? fields_.body.substr(at, fields_.selectionLength)
                                             : fields_.body);
+        } else if (key == "cms") {
+            // Only in CMS mode, and only with text selected: the selection is the ticket.
+            if (!current_ || !sget("CMSMODE", false).toBool()) return;
+            const std::string text = view_->SelectedText();
+            if (!text.empty()) view_->OpenTicket(*current_, text);
         } else if (key == "stopreading") {
             if (platform::SpeechControl* control = platform::speechControl()) control->stop();
         }

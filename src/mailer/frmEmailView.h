@@ -8,6 +8,8 @@
 
 namespace corva {
 
+class clsMessage;
+
 // One row of the attachment list: the name shown and the key (the full path
 // of a file to send, or the MIME part's number when reading).
 struct EmailAttachmentRow {
@@ -62,6 +64,13 @@ public:
     // Opens a MIME part of the message read (its number, from 1).
     virtual void OpenPart(int part) { (void)part; }
     virtual void PrintMessage() {}
+    // Support tickets (CMS mode): the text the user has selected, and a new
+    // ticket from the message with that text standing for its body.
+    virtual std::string SelectedText() { return {}; }
+    virtual void OpenTicket(const clsMessage& message, const std::string& text) {
+        (void)message;
+        (void)text;
+    }
 };
 
 // How a composer or reader window is to open.

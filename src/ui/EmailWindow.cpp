@@ -1,7 +1,9 @@
 #include "ui/EmailWindow.h"
 
 #include "core/Strings.h"
+#include "core/mSHAREDSettings.h"
 #include "ui/AddressCompleter.h"
+#include "ui/CMSWindows.h"
 #include "ui/ContactsWindow.h"
 #include "ui/DisplayText.h"
 #include "ui/Icons.h"
@@ -24,6 +26,7 @@
 #include <QPushButton>
 #include <QStackedWidget>
 #include <QStatusBar>
+#include <QTextEdit>
 #include <QTimer>
 #include <QToolBar>
 #include <QToolButton>
@@ -134,6 +137,7 @@ void EmailWindow::buildToolbar() {
     add("replysender", QStringLiteral("Reply to sender"), readingActions_);
     add("forward", QStringLiteral("Forward"), readingActions_);
     add("print", QStringLiteral("Print"), readingActions_);
+    if (sget("CMSMODE", false).toBool()) add("cms", QStringLiteral("CMS"), readingActions_);
     speechActions_.push_back(add("readaloud", QStringLiteral("Read email aloud"), speechActions_));
     speechActions_.pop_back();
     speechActions_.push_back(add("stopreading", QStringLiteral("Stop reading"), speechActions_));
@@ -388,6 +392,20 @@ EmailWindow* openReaderWindow(const clsMessage& message, QWidget* parent) {
     window->raise();
     window->activateWindow();
     return window;
+}
+
+std::string EmailWindow::SelectedText() {
+    if (auto* pane = dynamic_cast<MessagePreviewPane*>(reader_); pane && reading_)
+        return bodyFromDisplay(pane->textBox()->textCursor().selectedText().replace(
+            QChar::ParagraphSeparator, QLatin1Char('\n')));
+    return bodyFromDisplay(
+        body_->textCursor().selectedText().replace(QChar::ParagraphSeparator, QLatin1Char('\n')));
+}
+
+void EmailWindow::OpenTicket(const clsMessage& message, const std::string& text) {
+    // The ticket window keeps the wrapper it spools through for as long as it is open.
+    if (!ticketWrapper_) ticketWrapper_ = std::make_unique<frmSendMailWrapper>();
+    OpenTicketForMessage(message, text, *ticketWrapper_, this);
 }
 
 } // namespace corva::ui

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "mailer/frmEmail.h"
+#include "smtp/frmSendMailWrapper.h"
 
 #include <QMainWindow>
 
@@ -52,6 +53,8 @@ public:
     bool SelectContact(std::string& name, std::string& address) override;
     void OpenPart(int part) override;
     void PrintMessage() override;
+    std::string SelectedText() override;
+    void OpenTicket(const clsMessage& message, const std::string& text) override;
 
 protected:
     void closeEvent(QCloseEvent* event) override;
@@ -79,6 +82,7 @@ private:
     QPlainTextEdit* body_ = nullptr;
     QListWidget* attach_ = nullptr;
     QWidget* reader_ = nullptr;
+    std::unique_ptr<frmSendMailWrapper> ticketWrapper_;
     bool showing_ = false; // fields are being set from the logic
     bool reading_ = false;
 };

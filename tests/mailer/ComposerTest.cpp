@@ -39,8 +39,13 @@ public:
         address = "carl@x.test";
         return true;
     }
+    std::string SelectedText() override { return selected; }
+    void OpenTicket(const clsMessage& message, const std::string& text) override {
+        tickets.push_back(message.Subject + "|" + text);
+    }
     int closed = 0;
-    std::vector<std::string> statuses, chooser, chosen;
+    std::string selected;
+    std::vector<std::string> statuses, chooser, chosen, tickets;
 };
 
 struct RepliedFiles : frmEmailEvents {
@@ -346,6 +351,23 @@ TEST_F(ComposerTest, ComposedMessageArrivesAsSpooled) {
     while (EndsWith(stuffed, "\r\n")) stuffed.resize(stuffed.size() - 2);
     EXPECT_EQ(rest, stuffed + "\r\n\r\n.\r\nQUIT\r\n");
     EXPECT_EQ(server.envelope(1), "ann@example.com\nbob@x.test\n");
+}
+
+TEST_F(ComposerTest, TicketFromTheSelectionOnlyInCmsMode) {
+    email_->ReadMessage(stored("From: bob@x.test\r\nSubject: Help\r\n", "It broke."));
+    struct Case {
+        bool cms;
+        std::string selected;
+        size_t tickets;
+    };
+    for (const Case& c : {Case{false, "It broke", 0}, Case{true, "", 0}, Case{true, "It", 1}}) {
+        sset("CMSMODE", c.cms);
+        view_.selected = c.selected;
+        email_->Command("cms");
+        EXPECT_EQ(view_.tickets.size(), c.tickets) << c.cms << c.selected;
+    }
+    ASSERT_FALSE(view_.tickets.empty());
+    EXPECT_EQ(view_.tickets.back(), "Help|It");
 }
 
 } // namespace
