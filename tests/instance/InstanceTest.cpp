@@ -75,12 +75,15 @@ public:
     bool served(const std::string&) override { return false; }
     platform::HandOverResult handOver(const std::string&, const std::string& data, int) override {
         sent = data;
+        if (record) *record = data;
         return answer;
     }
     platform::LocalChannelListener* listener = nullptr;
     std::string listening;
     std::vector<std::pair<int, std::string>> replies;
     std::string sent;
+    // Where the hand-over is also kept, for a channel its caller destroys.
+    std::string* record = nullptr;
     platform::HandOverResult answer;
 };
 
@@ -108,6 +111,7 @@ public:
     std::unique_ptr<platform::LocalChannel> createLocalChannel() override {
         auto made = std::make_unique<ScriptedChannel>();
         made->answer = answer;
+        made->record = &handedOver;
         channel = made.get();
         return made;
     }
@@ -118,6 +122,7 @@ public:
     }
     ScriptedChannel* channel = nullptr;
     TickedTimer* timer = nullptr;
+    std::string handedOver;
     // What a hand-over over the next channel made comes to.
     platform::HandOverResult answer;
 };
@@ -216,7 +221,7 @@ TEST(InstanceCheck, ReadsTheRunningCopysAnswer) {
         own.answer = c.answer;
         platform::ScopedPlatform scope(own);
         const InstanceCheckResult result = InstanceCheck("", "corva-ann-1", "/home/ann");
-        EXPECT_EQ(own.channel->sent, std::string("SHOW") + '\0');
+        EXPECT_EQ(own.handedOver, std::string("SHOW") + '\0');
         EXPECT_EQ(result.endProcess, c.end);
         EXPECT_EQ(result.busy, c.busy);
         EXPECT_EQ(result.log.size(), c.logLines);
