@@ -1,5 +1,7 @@
 #include "core/Strings.h"
 
+#include <cstdio>
+
 #include <algorithm>
 #include <cctype>
 #include <cmath>
@@ -234,6 +236,12 @@ std::string EscapeBytes(std::string_view bytes, size_t limit) {
 
 std::string Str(long long n) {
     return std::to_string(n);
+}
+
+std::string TwoDigits(int n) {
+    char buffer[16];
+    std::snprintf(buffer, sizeof buffer, "%02d", n);
+    return buffer;
 }
 
 } // namespace corva

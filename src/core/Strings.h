@@ -49,5 +49,7 @@ double Val(std::string_view s);
 std::string EscapeBytes(std::string_view bytes, size_t limit = std::string::npos);
 // The shortest text of a whole number.
 std::string Str(long long n);
+// At least two digits, with a leading zero: "07", "12", "123".
+std::string TwoDigits(int n);
 
 } // namespace corva

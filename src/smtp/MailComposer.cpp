@@ -30,12 +30,6 @@ char uuChar(int i) {
     return i == 0 ? '`' : static_cast<char>(32 + i);
 }
 
-std::string twoDigits(int n) {
-    char buffer[16];
-    std::snprintf(buffer, sizeof buffer, "%02d", n);
-    return buffer;
-}
-
 void line(MailComposer::Sink& out, const std::string& text) {
     out.put(text + CRLF);
 }
@@ -146,7 +140,7 @@ std::string MailComposer::timeZoneText(int biasMinutes) {
     int hours = -biasMinutes / 60; // truncates toward zero
     int minutes = std::abs(biasMinutes % 60);
     std::string text =
-        (hours < 0 ? "-" + twoDigits(-hours) : twoDigits(hours)) + twoDigits(minutes);
+        (hours < 0 ? "-" + TwoDigits(-hours) : TwoDigits(hours)) + TwoDigits(minutes);
     if (text[0] != '-') text = "+" + text;
     return text;
 }

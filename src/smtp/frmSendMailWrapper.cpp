@@ -25,12 +25,6 @@ namespace {
 
 constexpr const char* Module = "frmSendMailWrapper";
 
-std::string accountPrefix(int account) {
-    char buffer[16];
-    std::snprintf(buffer, sizeof buffer, "%02d", account);
-    return buffer;
-}
-
 // Creates the file only if it is not there; true when this call made it,
 // false when it was there already.
 bool createExclusively(const std::string& path) {
@@ -161,7 +155,7 @@ std::string frmSendMailWrapper::reserveoutboxname(int account) {
     std::string folder = outboxfolder();
     MkMissingDir(folder);
     for (long k = 0;; ++k) {
-        std::string name = folder + accountPrefix(account) + "_outbound_" + Str(k) + ".eml";
+        std::string name = folder + TwoDigits(account) + "_outbound_" + Str(k) + ".eml";
         // The spool writes name.tmp first and renames it over the name.
         if (FileExists(name)) continue;
         if (createExclusively(name + ".tmp")) return name;
@@ -277,7 +271,7 @@ void frmSendMailWrapper::disconnect() {
 }
 
 bool frmSendMailWrapper::accounthasfiles(int account) const {
-    const std::string prefix = accountPrefix(account);
+    const std::string prefix = TwoDigits(account);
     return std::any_of(files_.begin(), files_.end(),
                        [&](const std::string& f) { return StartsWith(f, prefix); });
 }
@@ -345,7 +339,7 @@ void frmSendMailWrapper::TimerSendNext_Tick() {
             if (account_ == NoAccount) return;
         }
         const std::string& name = files_[static_cast<size_t>(index_ - 1)];
-        if (Left(name, 2) == accountPrefix(account_)) {
+        if (Left(name, 2) == TwoDigits(account_)) {
             current_ = readspooled(outboxfolder() + name);
             DoEvents();
             sending_ = true;

@@ -18,12 +18,6 @@ namespace corva {
 namespace {
 constexpr const char* kModule = "frmArchive";
 
-std::string twoDigits(int n) {
-    char text[8];
-    std::snprintf(text, sizeof text, "%02d", n);
-    return text;
-}
-
 // Names taken in each target folder, learned once per folder, so that a run
 // of thousands of files costs no listing per file.
 class TargetNames {
@@ -64,7 +58,7 @@ DateTime frmArchive::LimitDate(int year, int month, int day) {
 
 std::string frmArchive::TargetFolder(const DateTime& received, const std::string& fromFolder) {
     std::string folder = MessageFolder + ArchiveFolder + "/Y" + std::to_string(received.year()) +
-                         "/M" + twoDigits(received.month());
+                         "/M" + TwoDigits(received.month());
     if (InStr(LCase(fromFolder), "sent items/") == 1) folder += " Sent Items";
     return folder + "/";
 }
