@@ -34,6 +34,14 @@ int16_t toInt16(double value) {
     return static_cast<int16_t>(r);
 }
 
+// A day number is a 32-bit whole number; a tag holding anything bigger is an
+// overflow, as any other out-of-range number in a tag.
+long toDayNumber(double value) {
+    double r = std::floor(value);
+    if (!(r >= -2147483648.0 && r <= 2147483647.0)) throw RunError(Err::Overflow);
+    return static_cast<long>(r);
+}
+
 } // namespace
 
 std::string tagpath(const std::string& folder, const std::string& tagName) {
@@ -63,10 +71,10 @@ long daynumber(const std::string& dateText) {
     for (char c : text)
         if (!((c >= '0' && c <= '9') || c == '.' || c == '-')) numeric = false;
     if (numeric && text.find('-', 1) == std::string::npos)
-        return static_cast<long>(std::floor(Val(text)));
+        return toDayNumber(Val(text));
     std::optional<DateTime> date = ParseDate(text);
     if (!date) throw RunError(Err::TypeMismatch);
-    return static_cast<long>(std::floor(date->serial()));
+    return toDayNumber(date->serial());
 }
 
 int readunreadtag(const std::string& folder) {

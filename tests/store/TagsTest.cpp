@@ -126,4 +126,5 @@ TEST(DayNumbers, StoreDatesHeaderDatesAndBareNumbersAgree) {
     EXPECT_EQ(daynumber(std::to_string(day) + ".75"), day);
     EXPECT_THROW(daynumber("whenever"), RunError);
     EXPECT_THROW(daynumber(""), RunError);
+    EXPECT_THROW(daynumber("602939630296029396302960"), RunError);
 }
