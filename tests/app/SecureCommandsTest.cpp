@@ -106,6 +106,8 @@ TEST_F(SecureCommands, WorkFailWithTheReasonAndPassOnceTrusted) {
         {Server::Exim, Cert::Good, "secret", ""},
         {Server::PopImplicit, Cert::Good, "wrong", "Authentication failed"},
         {Server::PopStls, Cert::Good, "wrong", "Authentication failed"},
+        {Server::SmtpImplicit, Cert::Good, "wrong", "Login refused: 5.7.8 Authentication"},
+        {Server::SmtpStartTls, Cert::Good, "wrong", "Login refused: 5.7.8 Authentication"},
         {Server::Exim, Cert::Good, "wrong", "Login refused: Incorrect authentication data"},
         {Server::PopImplicit, Cert::SelfSigned, "secret", "self-signed"},
         {Server::PopStls, Cert::Expired, "secret", "expired"},

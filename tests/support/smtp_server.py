@@ -50,7 +50,9 @@ def make_authenticator(folder, user, password):
             ok = got_user == user and got_pass == password
             with open(os.path.join(folder, "auth.log"), "a") as f:
                 f.write("%s %r %r %s\n" % (mechanism, got_user, got_pass, "ok" if ok else "refused"))
-        return AuthResult(success=ok)
+        # Not "handled": aiosmtpd then answers a refusal with 535, as real
+        # servers do, instead of leaving the client waiting for a reply.
+        return AuthResult(success=ok, handled=False)
 
     return authenticate
 
