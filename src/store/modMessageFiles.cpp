@@ -74,10 +74,12 @@ std::shared_ptr<clsMessage> readmessage(const std::string& rawPath, bool headerO
             RecordAction("Empty message file " + path, "readmessage", kModule);
             return;
         }
+        // A file saved with Unix line ends reads as if it had CR LF, whole or
+        // header only alike.
+        if (InStr(text, "\r\n") == 0) text = Replace(text, "\n", "\r\n");
         size_t blank = InStr(text, "\r\n\r\n");
         if (headerOnly) {
             if (blank == 0) {
-                if (InStr(text, "\r\n") == 0) text = Replace(text, "\n", "\r\n");
                 text += "\r\n\r\n";
             } else {
                 // Only the header is kept, so a cut body can't confuse the parser.

@@ -72,11 +72,15 @@ TEST_F(StoreTest, MarkingAFileOfMixedCaseLeavesOneFile) {
 }
 
 TEST_F(StoreTest, HeaderReadsKeepOnlyTheHeader) {
-    // LF-only lines with no blank line become CR LF lines and parse.
+    // LF-only lines become CR LF lines and parse, with or without a body.
     writeFile(inbox() + "LF.EML", "From: lf@example.com\nSubject: lines\n");
     auto m = readmessageheader(inbox() + "LF.EML");
     EXPECT_EQ(m->Subject, "lines");
     EXPECT_EQ(m->From, "lf@example.com");
+    writeFile(inbox() + "LFBODY.EML", "Subject: unix\nFrom: lf@example.com\n\nline 1\nline 2\n");
+    m = readfullmessage(inbox() + "LFBODY.EML");
+    EXPECT_EQ(m->Subject, "unix");
+    EXPECT_EQ(m->MessageBody, "line 1\r\nline 2\r\n");
 
     // A blank line past the first 10,000 bytes: the header is cut there.
     std::string longHeader = "Subject: long\r\nX-Pad: " + std::string(12000, 'p') + "\r\n\r\nbody";
