@@ -63,7 +63,7 @@ void ScanPrinter::AddListLine(const ListLine& line) {
             notices_.push_back(
                 JsonObject()
                     .raw("kind", line.kind == ListLine::Kind::Server ? "\"server\"" : "\"notice\"")
-                    .text("text", line.Status)
+                    .text("text", line.Lines.empty() ? line.Status : line.Lines)
                     .str());
             return;
         }
@@ -86,6 +86,16 @@ void ScanPrinter::AddListLine(const ListLine& line) {
         std::ostream& to = form_ == Form::Tabs ? status_ : out_;
         if (form_ == Form::Tabs && Output().verbosity == Verbosity::Quiet) return;
         endProgress();
+        if (!line.Lines.empty()) {
+            // An error of several lines keeps them, indented under its first.
+            std::string text = "-- ";
+            for (const std::string& part : Split(Replace(line.Lines, "\r\n", "\n"), "\n"))
+                if (!Trim(part).empty())
+                    text += (text.size() > 3 ? "\n   " : "") + terminalLine(part);
+            to << text << "\n";
+            to.flush();
+            return;
+        }
         to << (line.kind == ListLine::Kind::Server ? "== " : "-- ") << terminalLine(line.Status)
            << (line.kind == ListLine::Kind::Server ? " ==\n" : "\n");
         to.flush();

@@ -532,9 +532,9 @@ void frmMain::showmailerstatus(const std::string& text) {
     if (view_->MailerLoaded()) view_->MailerStatus(text);
 }
 
-void frmMain::OpenComposer(const std::string& to, const std::string& cc, const std::string& subject,
-                           const std::string& body) {
-    guarded("OpenComposer", Module, [&] { view_->ShowComposer(to, cc, subject, body); });
+void frmMain::OpenComposer(const std::string& to, const std::string& cc, const std::string& bcc,
+                           const std::string& subject, const std::string& body) {
+    guarded("OpenComposer", Module, [&] { view_->ShowComposer(to, cc, bcc, subject, body); });
 }
 
 bool frmMain::OpenMessageFile(const std::string& path) {
@@ -556,7 +556,7 @@ void frmMain::UploadMail() {
 }
 
 void frmMain::Failed(const std::string& text) {
-    addnoticetolist(withoutLineEnds(text));
+    addnoticetolist(withoutLineEnds(text), text);
 }
 
 void frmMain::NoMailToSend() {
@@ -765,7 +765,7 @@ void frmMain::POPError(const std::string& serverText) {
     std::string text = withoutLineEnds(serverText);
     view_->SetStatusPanel(1, text);
     view_->SetStatusPicture(PanelPicture::Error);
-    addnoticetolist(text);
+    addnoticetolist(text, serverText);
 }
 
 void frmMain::DoingServer(const std::string& title) {
@@ -872,10 +872,11 @@ void frmMain::addservertolist(const std::string& title) {
     view_->AddListLine(line);
 }
 
-void frmMain::addnoticetolist(const std::string& text) {
+void frmMain::addnoticetolist(const std::string& text, const std::string& lines) {
     ListLine line;
     line.kind = ListLine::Kind::Notice;
     line.Status = text;
+    line.Lines = lines;
     view_->AddListLine(line);
     if (view_->MailerVisible()) view_->MailerAddListLine(line);
 }

@@ -146,8 +146,8 @@ public:
 
     // ---- Windows opened from outside: a mail link, a message file ----
     // A composer for a new message with these fields filled in.
-    void OpenComposer(const std::string& to, const std::string& cc, const std::string& subject,
-                      const std::string& body);
+    void OpenComposer(const std::string& to, const std::string& cc, const std::string& bcc,
+                      const std::string& subject, const std::string& body);
     // The message in a file, in the reader; false (and a notice) when the
     // file can't be read.
     bool OpenMessageFile(const std::string& path);
@@ -291,7 +291,7 @@ private:
     void showKeptRow(clsMessage& msg);
     void AddMessageToList(clsMessage& msg, long item);
     void addservertolist(const std::string& title);
-    void addnoticetolist(const std::string& text);
+    void addnoticetolist(const std::string& text, const std::string& lines = "");
     void setuplistview();
     // Writes a retrieved message into the store; false when it could not be written.
     bool saveRetrievedMessage(clsMessage& msg);

@@ -37,6 +37,9 @@ struct ListLine {
     // server or notice line. MsgNum counts what the servers reported, which
     // includes what was deleted and never kept.
     long Item = 0;
+    // A notice's text as it came, line ends and all; Status has them removed
+    // for the one-line list, and a terminal can show the lines apart.
+    std::string Lines;
 };
 
 // The list's column captions, in order.
@@ -86,10 +89,11 @@ public:
     // ShowScannerFirst is false: the mailer takes over and the scanner stays hidden.
     virtual void ShowMailerFirst() {}
     // A composer window for a new message with these fields filled in.
-    virtual void ShowComposer(const std::string& to, const std::string& cc,
+    virtual void ShowComposer(const std::string& to, const std::string& cc, const std::string& bcc,
                               const std::string& subject, const std::string& body) {
         (void)to;
         (void)cc;
+        (void)bcc;
         (void)subject;
         (void)body;
     }

@@ -243,7 +243,13 @@ bool frmEmail::Open(const EmailRequest& request) {
     return guardedValue("Open", Module, false, [&] {
         if (request.kind == EmailRequest::Kind::New) {
             WriteNewMessage(request.to);
+            // The composer has one copy line, Cc or Bcc: with any Bcc it is all
+            // Bcc, so a hidden address is never shown to the others.
             fields_.cc = request.cc;
+            if (!request.bcc.empty()) {
+                fields_.cc += (fields_.cc.empty() ? "" : ";") + request.bcc;
+                fields_.bcc = true;
+            }
             fields_.subject = request.subject;
             if (!request.body.empty()) {
                 fields_.body = crlfLines(request.body) + CRLF + fields_.body;

@@ -83,7 +83,7 @@ struct EmailRequest {
     bool toSender = false;     // a reply goes to From, whatever Reply-To says
     bool asAttachment = false; // a forward attaches the message's own file
     // A new message's fields, as a mail link or a clicked address gives them.
-    std::string to, cc, subject, body;
+    std::string to, cc, bcc, subject, body;
 };
 
 // What the composer tells its owner.

@@ -62,7 +62,7 @@ void RunnerLink::ShowMain() {
 
 void RunnerLink::OpenComposer(const MailLink& link) {
     LogAction("New message to " + link.to + ": " + link.subject);
-    main_.OpenComposer(link.to, link.cc, link.subject, link.body);
+    main_.OpenComposer(link.to, link.cc, link.bcc, link.subject, link.body);
 }
 
 void RunnerLink::OpenMessageFile(const std::string& path) {

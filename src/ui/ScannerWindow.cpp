@@ -773,10 +773,12 @@ void ScannerWindow::ShowMailerFirst() {
 }
 
 void ScannerWindow::ShowComposer(const std::string& to, const std::string& cc,
-                                 const std::string& subject, const std::string& body) {
+                                 const std::string& bcc, const std::string& subject,
+                                 const std::string& body) {
     EmailRequest request;
     request.to = to;
     request.cc = cc;
+    request.bcc = bcc;
     request.subject = subject;
     request.body = body;
     openEmailWindow(request, nullptr);

@@ -73,8 +73,8 @@ public:
                         const std::string& filterName) override;
     void ShowTrainingWindow() override;
     void ShowMailerFirst() override;
-    void ShowComposer(const std::string& to, const std::string& cc, const std::string& subject,
-                      const std::string& body) override;
+    void ShowComposer(const std::string& to, const std::string& cc, const std::string& bcc,
+                      const std::string& subject, const std::string& body) override;
     void ShowReader(const std::string& path) override;
     bool MailerLoaded() const override;
     bool MailerVisible() const override;

@@ -146,6 +146,11 @@ TEST_F(SecureCommands, WorkFailWithTheReasonAndPassOnceTrusted) {
                     if (!expectOk) {
                         EXPECT_NE((o.out + o.err).find(row.failure), std::string::npos)
                             << args[0] << ": " << o.out << o.err;
+                        // A refusal's lines stay apart.
+                        if (row.cert != Cert::Good) {
+                            EXPECT_NE(o.out.find("accepted.\n   Subject: "), std::string::npos)
+                                << o.out;
+                        }
                     }
                 }
                 return;

@@ -64,11 +64,19 @@ protected:
 };
 
 TEST_F(EmailWindowTest, EntriesOpenComposerAndReader) {
-    main->OpenComposer("bob@x.test", "carl@x.test", "Hi", "Line one\nLine two");
+    // A mail link's Bcc joins the copy line and makes it all Bcc.
+    main->OpenComposer("bob@x.test", "carl@x.test", "dan@x.test", "Hi", "");
+    ui::EmailWindow* hidden = newest();
+    ASSERT_NE(hidden, nullptr);
+    EXPECT_EQ(hidden->ccField()->text(), "carl@x.test;dan@x.test");
+    EXPECT_TRUE(hidden->email().Fields().bcc);
+
+    main->OpenComposer("bob@x.test", "carl@x.test", "", "Hi", "Line one\nLine two");
     ui::EmailWindow* w = newest();
     ASSERT_NE(w, nullptr);
     EXPECT_EQ(w->toField()->text(), "bob@x.test");
     EXPECT_EQ(w->ccField()->text(), "carl@x.test");
+    EXPECT_FALSE(w->email().Fields().bcc);
     EXPECT_EQ(w->subjectField()->text(), "Hi");
     EXPECT_TRUE(w->bodyField()->toPlainText().startsWith("Line one\nLine two\n"));
     saveScreenshot(*w, QStringLiteral("composer-new"));
