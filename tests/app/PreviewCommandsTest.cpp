@@ -1,4 +1,5 @@
-// "corva show" and "corva save-attachments" run as the user runs them.
+// The mailer's and the tools' commands run as the user runs them: show,
+// save-attachments and print, and the store's moves, searches and transfers.
 #include "support/TempDir.h"
 
 #include <gtest/gtest.h>
@@ -6,6 +7,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <string>
+#include <strings.h>
 
 namespace corva::test {
 namespace {
@@ -91,6 +93,74 @@ TEST(PreviewCommands, PrintWritesThePdfWithEveryLineAndNumberedPages) {
     EXPECT_NE(text.find("Page " + std::to_string(pages) + " of " + std::to_string(pages)),
               std::string::npos);
     EXPECT_TRUE(fs::is_empty(home.path())) << "print wrote into the program folder";
+}
+
+// One store taken through the commands in turn: each step's exit status, its
+// key output line and where the files went.
+TEST(MailerCommands, EachStepSaysWhatItDidAndRefusesWhatIsNotThere) {
+    TempDir home, dir;
+    const std::string store = home.path() + "Messages/";
+    auto mail = [](const std::string& subject, bool read) {
+        return "From: Ann <ann@example.com>\r\nTo: bob@example.com\r\nSubject: " + subject +
+               "\r\nDate: Mon, 2 Jan 2023 10:00:00 +0000\r\nX-Receive-Date: 2023-01-02 "
+               "10:00:00\r\n" +
+               (read ? "X-Message-Read: 1\r\n" : "") + "\r\nText.\r\n";
+    };
+    writeFile(home.file("Corva.ini"), "TITLE0,Work\r\nSERVER0,pop.example.org\r\nUNAME0,ann\r\n"
+                                      "REPLYADDRESS0,ann@example.org\r\n");
+    writeFile(store + "Inbox/OFFER.EML", mail("Offer viagra", false));
+    writeFile(store + "Inbox/b.eml", mail("Hello", true));
+    writeFile(store + "Inbox/c.eml", mail("hello", true));
+    writeFile(store + "Inbox/d.eml", mail("Minutes", true));
+    fs::create_directories(store + "Work");
+    fs::create_directories(store + "Junk");
+    writeFile(home.file("LocalRules.txt"),
+              "Filtername, Pills\r\nFilterField, Subject:\r\n"
+              "FilterComparison, cnt\r\nFilterString, viagra\r\n"
+              "FilterAction, 2\r\nFilterDest, Junk\r\nFilterStop, -1\r\n");
+    writeFile(dir.file("data.csv"), "$NAME,$EMAIL\r\nCarl,carl@example.net\r\n");
+    writeFile(dir.file("letter.txt"), "Subject: For $NAME\r\nDear $NAME,\r\n");
+    const std::string mbox = dir.file("out.mbox");
+    const struct {
+        std::string args;
+        int status;
+        std::string said;  // a line the output holds
+        std::string there; // a file whose name starts so, in any case ("" for none)
+    } steps[] = {
+        {"dupes Inbox", 0, "1 duplicate found", ""},
+        {"dupes Nowhere", 2, "Nowhere", ""},
+        {"move Work '" + store + "Inbox/d.eml'", 0, "Moved 1 message to Work", "Work/d"},
+        {"move Nowhere '" + store + "Inbox/b.eml'", 2, "Nowhere", "Inbox/b"},
+        {"delete '" + store + "Inbox/c.eml'", 0, "Deleted 1 message", "Deleted/c"},
+        {"delete '" + store + "Inbox/missing.eml'", 1, "Deleted 0 messages", ""},
+        {"apply-filters Inbox", 0, "Checked 2, moved 1", "Junk/offer"},
+        {"apply-filters Nowhere", 2, "Nowhere", ""},
+        {"search --subject HELLO", 0, "Hello", ""},
+        {"search --folder Nowhere", 2, "Nowhere", ""},
+        {"export Inbox --mbox '" + mbox + "'", 0, "Export Complete. 1", ""},
+        {"import '" + mbox + "'", 0, "Import Complete. 1", ""},
+        {"import '" + dir.file("none") + "'", 2, "none", ""},
+        {"archive --before 2024-01-01", 0, "Archiving Complete. 3", ""},
+        {"merge '" + dir.file("data.csv") + "' '" + dir.file("letter.txt") + "'", 0, "", ""},
+    };
+    for (const auto& step : steps) {
+        auto [out, status] = corvaOut("--home '" + home.path() + "' " + step.args);
+        EXPECT_EQ(status, step.status) << step.args << "\n" << out;
+        EXPECT_NE(out.find(step.said), std::string::npos) << step.args << "\n" << out;
+        if (step.there.empty()) continue;
+        const fs::path want(store + step.there);
+        const std::string stem = want.filename().string();
+        bool found = false;
+        for (const auto& e : fs::directory_iterator(want.parent_path()))
+            found =
+                found || strncasecmp(e.path().filename().c_str(), stem.c_str(), stem.size()) == 0;
+        EXPECT_TRUE(found) << step.args << ": no " << step.there;
+    }
+    // The merge spooled its one letter.
+    size_t spooled = 0;
+    for (const auto& e : fs::directory_iterator(store + "Outbox"))
+        spooled += e.path().extension() == ".eml";
+    EXPECT_EQ(spooled, 1u);
 }
 
 } // namespace
