@@ -32,7 +32,8 @@ int run(CommandArgs& args) {
     }
     const int index = LanguageIndex(words[1]);
     if (index < 0)
-        return RefuseWith("languages", "no language '" + words[1] + "'; 'corva languages' lists them");
+        return RefuseWith("languages",
+                          "no language '" + words[1] + "'; 'corva languages' lists them");
     sset("langID", words[1]);
     std::cout << "The windows start in " << terminalLine(words[1]) << ".\n";
     return 0;
