@@ -5,6 +5,7 @@
 
 #include "core/AppInfo.h"
 #include "core/Strings.h"
+#include "cycle/modScannerCommands.h"
 #include "localise/modLanguages.h"
 #include "mailer/frmAttachWarning.h"
 #include "tools/frmMailMerge.h"
@@ -193,6 +194,7 @@ TEST_F(LanguagesTest, EveryWindowTextHasGermanAndFrench) {
     add(ui::formTexts(*window->openMailer()));
     for (const auto& w : everyWindow(*main)) add(ui::formTexts(*w));
     add(MessageTexts());
+    add(RightClickEntries()); // the scanner's menu, made as it opens
     std::sort(texts.begin(), texts.end());
     // The generator: template.txt and FormsText.txt come from this list.
     const std::string made = TemplateText(texts);
