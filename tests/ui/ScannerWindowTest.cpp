@@ -3,7 +3,9 @@
 // the close box and quit with mail left in the Outbox.
 #include "ui/UiFixture.h"
 
+#include "core/Account.h"
 #include "support/DovecotServer.h"
+#include "support/TestCertificates.h"
 #include "ui/MailerPreview.h"
 
 #include <QAction>
@@ -12,8 +14,11 @@
 #include <QImage>
 #include <QLabel>
 #include <QMenu>
+#include <QMessageBox>
 #include <QPalette>
+#include <QPushButton>
 #include <QShortcut>
+#include <QTimer>
 #include <QTreeView>
 
 #include <algorithm>
@@ -351,6 +356,96 @@ TEST_F(ScannerLifeTest, SilentFlipsTheAudioAlertsAtOnce) {
     silent->trigger();
     EXPECT_EQ(sget("AUDIO", -1).toInt(), 1);
     EXPECT_TRUE(main->AudioOn());
+}
+
+// A secure server whose certificate can't be verified: the window asks, with
+// what the user needs to decide, and the answer holds for that server.
+class TrustDialogTest : public ScannerFixture {
+protected:
+    // The Qt dialog, not the recorder's "no"; everything else still recorded.
+    class AskingPlatform : public UiPlatform {
+    public:
+        struct Prompts : RecordingPrompts {
+            bool trustCertificate(const std::string& server,
+                                  const platform::CertificateInfo& c) override {
+                return real->trustCertificate(server, c);
+            }
+            platform::Prompts* real = nullptr;
+        };
+        platform::Prompts& prompts() override { return asking; }
+        Prompts asking;
+    };
+    static void SetUpTestSuite() { real = &platform::current().prompts(); }
+
+    // Answers each trust dialog with the button named, keeping its text.
+    void answerWith(const QString& button) {
+        answerer.disconnect();
+        answerer.callOnTimeout([this, button] {
+            for (QWidget* w : QApplication::topLevelWidgets()) {
+                auto* box = qobject_cast<QMessageBox*>(w);
+                if (!box || !box->isVisible()) continue;
+                asked.push_back(box->text());
+                saveScreenshot(*box, "trust-dialog");
+                for (QAbstractButton* b : box->buttons())
+                    if (b->text() == button) b->click();
+            }
+        });
+        answerer.start(50);
+    }
+    std::string notices() {
+        std::string all;
+        for (int r = 0; r < model().lineCount(); ++r)
+            if (model().line(r).kind == ListLine::Kind::Notice)
+                all += model().line(r).Status + "\n";
+        return all;
+    }
+
+    static platform::Prompts* real;
+    QTimer answerer;
+    std::vector<QString> asked;
+};
+platform::Prompts* TrustDialogTest::real = nullptr;
+
+TEST_F(TrustDialogTest, RefuseTrustAndAChangedCertificate) {
+    if (!DovecotServer::available()) GTEST_SKIP() << "Dovecot is not installed";
+    const TestCertificates& certs = TestCertificates::get();
+    ASSERT_TRUE(certs.ok());
+    DovecotServer server(certs.selfSigned.chain, certs.selfSigned.key);
+    server.addUser("ann", "secret");
+    server.addMessage("ann", mailText("bob@example.org", "ann@a.test", "hello over tls"));
+    AskingPlatform asking;
+    asking.asking.real = real;
+    platform::ScopedPlatform scoped(asking);
+    start();
+    setAccount(0, "localhost:" + std::to_string(server.securePort()), "ann", "Ann");
+    sset("POPSECURITY0", 1);
+
+    answerWith(QStringLiteral("Refuse"));
+    ASSERT_TRUE(scan());
+    ASSERT_EQ(asked.size(), 1u);
+    for (const char* part :
+         {"could not be verified", "Subject: ", "Issuer: ", "Valid from ", "SHA-256 fingerprint: "})
+        EXPECT_TRUE(asked[0].contains(QLatin1String(part))) << part;
+    EXPECT_NE(notices().find("was not accepted"), std::string::npos) << notices();
+    EXPECT_EQ(Account(0).trustedCertificate("POP"), "");
+    EXPECT_EQ(rowOf("hello over tls"), -1);
+
+    answerWith(QStringLiteral("Trust"));
+    ASSERT_TRUE(scan());
+    ASSERT_EQ(asked.size(), 2u);
+    const std::string fingerprint = Account(0).trustedCertificate("POP");
+    EXPECT_FALSE(fingerprint.empty());
+    EXPECT_TRUE(asked[1].contains(QString::fromStdString(fingerprint)));
+    EXPECT_GE(rowOf("hello over tls"), 0);
+
+    // The server now shows another certificate than the one trusted: refused
+    // with a warning, and nobody is asked.
+    Account(0).setTrustedCertificate("POP", "00:11:22");
+    ASSERT_TRUE(scan());
+    EXPECT_EQ(asked.size(), 2u);
+    EXPECT_NE(notices().find("has changed since you trusted it, and is refused"), std::string::npos)
+        << notices();
+    saveScreenshot(*window, "trust-changed");
 }
 
 } // namespace

@@ -3,13 +3,18 @@
 #include "ui/UiFixture.h"
 
 #include "core/cSHAREDSettings.h"
+#include "support/DovecotServer.h"
+#include "support/SmtpServer.h"
+#include "support/TestCertificates.h"
 #include "ui/AccountWizardDialog.h"
 #include "ui/SettingsDialog.h"
 
 #include <QCheckBox>
 #include <QComboBox>
+#include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
+#include <QPushButton>
 #include <QTabWidget>
 
 namespace corva::test {
@@ -208,6 +213,49 @@ TEST_F(AccountWizardTest, CancelAsksFirstAndOnlyAYesLeavesWithoutSettings) {
     EXPECT_EQ(prompts().back(), "Before using this program you will have to set up a mail account. "
                                 "Click the spanner icon on the main menu for the settings page.");
     EXPECT_FALSE(FileExists(SettingsFilePath()));
+}
+
+// "Find secure settings" against real servers: implicit TLS where it is
+// offered, else STLS/STARTTLS, with the ports typed kept.
+TEST_F(AccountWizardTest, FindSecureSettingsChoosesWhatTheServersOffer) {
+    if (!DovecotServer::available()) GTEST_SKIP() << "Dovecot is not installed";
+    const TestCertificates& certs = TestCertificates::get();
+    ASSERT_TRUE(certs.ok());
+    DovecotServer pop(certs.good.chain, certs.good.key);
+    const struct {
+        bool implicit;
+        int popPort;
+        const char* found;
+    } rows[] = {
+        {true, pop.securePort(), "Incoming: SSL/TLS. Outgoing: SSL/TLS."},
+        {false, pop.port(), "Incoming: STARTTLS. Outgoing: STARTTLS."},
+    };
+    wizard.restart();
+    type("UserName", "Ann Example");
+    type("EmailAddress", "ann@example.test");
+    wizard.next();
+    for (const auto& row : rows) {
+        SmtpServer smtp("ann", "secret", row.implicit ? "implicit" : "starttls", certs.good.chain,
+                        certs.good.key);
+        const QString in = QStringLiteral("localhost:%1").arg(row.popPort);
+        const QString out = QStringLiteral("localhost:%1").arg(smtp.port());
+        type("InboundServer", in);
+        type("OutboundServer", out);
+        wizard.findChild<QPushButton*>(QStringLiteral("cmdFindSecure"))->click();
+        const int security = row.implicit ? 1 : 2;
+        EXPECT_EQ(wizard.findChild<QComboBox*>(QStringLiteral("POPSECURITY"))->currentIndex(),
+                  security);
+        EXPECT_EQ(wizard.findChild<QComboBox*>(QStringLiteral("SMTPSECURITY"))->currentIndex(),
+                  security);
+        EXPECT_EQ(wizard.field("InboundServer")->text(), in);
+        EXPECT_EQ(wizard.field("OutboundServer")->text(), out);
+        bool said = false;
+        for (QLabel* l : wizard.findChildren<QLabel*>())
+            said = said || l->text() == QLatin1String(row.found);
+        EXPECT_TRUE(said) << row.found;
+        saveScreenshot(wizard, row.implicit ? "wizard-secure-implicit" : "wizard-secure-starttls");
+    }
+    EXPECT_TRUE(prompts().empty()) << prompts().front();
 }
 
 } // namespace
