@@ -5,6 +5,7 @@
 
 #include "core/AppInfo.h"
 #include "core/Strings.h"
+#include "core/mSHAREDLogging.h"
 #include "cycle/modScannerCommands.h"
 #include "localise/modLanguages.h"
 #include "mailer/frmAttachWarning.h"
@@ -26,6 +27,7 @@
 
 #include <QApplication>
 #include <QComboBox>
+#include <QLabel>
 
 #include <cstdlib>
 #include <iterator>
@@ -111,6 +113,29 @@ TEST_F(LanguageFolder, LoadsLooksUpAndTurnsTheTableRound) {
     EXPECT_EQ(CurrentLanguage(), "Leer");
     EXPECT_EQ(gettranslation("Open"), "Open");
     EXPECT_EQ(sget("langID", "").toText(), "Leer");
+}
+
+TEST_F(LanguageFolder, TheLanguagesFontReachesEveryControlAndLeavesWithIt) {
+    language("a.txt", "Serif\nLANGUAGE_FONT||DejaVu Serif\nOpen||Auf\n");
+    language("b.txt", "Missing\nLANGUAGE_FONT||No Such Family\n");
+    LoadAllLanguages();
+    QWidget window;
+    auto* label = new QLabel(QStringLiteral("Open"), &window);
+    auto* symbols = new QLabel(QStringLiteral("Webdings"), &window);
+    symbols->setFont(QFont(QStringLiteral("Webdings")));
+    const QString own = label->font().family();
+
+    ApplyLanguage(1);
+    EXPECT_EQ(label->text(), QStringLiteral("Auf"));
+    EXPECT_EQ(label->font().family(), QStringLiteral("DejaVu Serif"));
+    EXPECT_EQ(symbols->font().family(), QStringLiteral("Webdings"));
+    ApplyLanguage(2);
+    EXPECT_EQ(label->text(), QStringLiteral("Open"));
+    EXPECT_EQ(label->font().family(), own);
+    EXPECT_EQ(LanguageFont(), "");
+    FlushLog();
+    EXPECT_NE(readFile(dir.file("log.txt")).find("Cannot set font to No Such Family. Not present."),
+              std::string::npos);
 }
 
 // Every window the program has, made as the program makes it, for the
