@@ -9,6 +9,7 @@
 #include "cycle/modScannerCommands.h"
 #include "localise/modLanguages.h"
 #include "mailer/frmAttachWarning.h"
+#include "mailer/frmMailer.h"
 #include "tools/frmMailMerge.h"
 #include "ui/AccountWizardDialog.h"
 #include "ui/AttachWarningDialog.h"
@@ -18,6 +19,7 @@
 #include "ui/ErrorReportWindow.h"
 #include "ui/LanguageWalker.h"
 #include "ui/LogViewer.h"
+#include "ui/MailerListModel.h"
 #include "ui/MailerWindow.h"
 #include "ui/RuleEditorWindow.h"
 #include "ui/SettingsDialog.h"
@@ -28,6 +30,8 @@
 #include <QApplication>
 #include <QComboBox>
 #include <QLabel>
+#include <QTreeView>
+#include <QTreeWidget>
 
 #include <cstdlib>
 #include <iterator>
@@ -205,6 +209,8 @@ protected:
 // Texts a window shows from the user's data or the clock, not its own.
 bool isData(const std::string& text) {
     return StartsWith(text, "Log file as of") || StartsWith(text, "<b>") ||
+           StartsWith(text, "From: ") || StartsWith(text, "Subject: ") ||
+           text.find(" in Inbox,") != std::string::npos ||
            (StartsWith(text, "Account ") && Val(text.substr(8)) > 0);
 }
 
@@ -216,7 +222,16 @@ TEST_F(LanguagesTest, EveryWindowTextHasGermanAndFrench) {
                 texts.push_back(t);
     };
     add(ui::formTexts(*window));
-    add(ui::formTexts(*window->openMailer()));
+    // The mailer's right-click menu is made for the selected message; its
+    // entries that name an address are not looked up.
+    writeFile(MessageFolder + "Inbox/HELLO.eml",
+              mailText("ann@example.com", "me@example.com", "Hi"));
+    ui::MailerWindow* mailer = window->openMailer();
+    add(ui::formTexts(*mailer));
+    ASSERT_FALSE(mailer->mailer().ContextMenu().empty());
+    for (const auto& entry : mailer->mailer().ContextMenu())
+        if (!entry.caption.empty() && entry.caption.find('<') == std::string::npos)
+            add(std::vector<std::string>{entry.caption});
     for (const auto& w : everyWindow(*main)) add(ui::formTexts(*w));
     add(MessageTexts());
     add(RightClickEntries()); // the scanner's menu, made as it opens
