@@ -17,6 +17,7 @@
 #include "core/mSHAREDSettings.h"
 #include "cycle/MailerCycleLink.h"
 #include "filters/frmFilters.h"
+#include "localise/modLanguages.h"
 #include "mailer/frmMailer.h"
 #include "message/clsMessage.h"
 #include "store/FolderCaches.h"
@@ -133,6 +134,9 @@ void frmMain::startProgramSteps(const StartOptions& options) {
     ReadFilterFolder();
 
     MigrateSignature();
+
+    view_->SplashStatus("Loading languages");
+    StartLanguages();
 
     LogAction("Loading contacts");
     view_->SplashStatus("Loading Contacts");
