@@ -16,6 +16,7 @@
 #include "core/mSHAREDLogging.h"
 #include "core/mSHAREDSettings.h"
 #include "cycle/MailerCycleLink.h"
+#include "cycle/UpdateCheckLink.h"
 #include "filters/frmFilters.h"
 #include "localise/modLanguages.h"
 #include "mailer/frmMailer.h"
@@ -138,6 +139,10 @@ void frmMain::startProgramSteps(const StartOptions& options) {
     view_->SplashStatus("Loading languages");
     StartLanguages();
 
+    view_->SplashStatus("Configuring Updater");
+    DoEvents();
+    updateCheck_ = std::make_unique<UpdateCheckLink>(*view_);
+
     LogAction("Loading contacts");
     view_->SplashStatus("Loading Contacts");
     DoEvents();
@@ -218,6 +223,8 @@ void frmMain::startProgramSteps(const StartOptions& options) {
         LogAction("Update Check Enabled");
         view_->SetStatusPanel(3, "Auto-update enabled");
     }
+    // A command contacts no update server by itself; the window checks 30 s on.
+    if (!options.headless) updateCheck_->StartTimer();
 
     if (optionIsOne("STARTMIN")) {
         LogAction("Hiding main form");
