@@ -16,7 +16,9 @@
 #include "core/mSHAREDLogging.h"
 #include "core/mSHAREDSettings.h"
 #include "cycle/MailerCycleLink.h"
+#include "cycle/UpdateCheckLink.h"
 #include "filters/frmFilters.h"
+#include "localise/modLanguages.h"
 #include "mailer/frmMailer.h"
 #include "message/clsMessage.h"
 #include "store/FolderCaches.h"
@@ -134,6 +136,13 @@ void frmMain::startProgramSteps(const StartOptions& options) {
 
     MigrateSignature();
 
+    view_->SplashStatus("Loading languages");
+    StartLanguages();
+
+    view_->SplashStatus("Configuring Updater");
+    DoEvents();
+    updateCheck_ = std::make_unique<UpdateCheckLink>(*view_);
+
     LogAction("Loading contacts");
     view_->SplashStatus("Loading Contacts");
     DoEvents();
@@ -214,6 +223,8 @@ void frmMain::startProgramSteps(const StartOptions& options) {
         LogAction("Update Check Enabled");
         view_->SetStatusPanel(3, "Auto-update enabled");
     }
+    // A command contacts no update server by itself; the window checks 30 s on.
+    if (!options.headless) updateCheck_->StartTimer();
 
     if (optionIsOne("STARTMIN")) {
         LogAction("Hiding main form");

@@ -9,6 +9,7 @@
 #include "platform/qt/QtPlatform.h"
 #include "ui/ErrorReportWindow.h"
 #include "ui/Icons.h"
+#include "ui/LanguageWalker.h"
 #include "ui/RunnerLink.h"
 #include "ui/ScannerWindow.h"
 
@@ -59,6 +60,7 @@ int RunWindows(int argc, char** argv, const std::string& home, const std::string
         return 1;
     }
     SetErrorReportHandler([](const std::string& text) { ErrorReportWindow::showerr(text); });
+    installLanguages();
 
     ScannerWindow window;
     frmMain main(&window);
