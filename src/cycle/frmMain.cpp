@@ -16,6 +16,7 @@
 #include "core/mSHAREDLogging.h"
 #include "core/mSHAREDSettings.h"
 #include "cycle/MailerCycleLink.h"
+#include "cycle/frmMainReminders.h"
 #include "filters/frmFilters.h"
 #include "mailer/frmMailer.h"
 #include "message/clsMessage.h"
@@ -134,6 +135,10 @@ void frmMain::startProgramSteps(const StartOptions& options) {
 
     MigrateSignature();
 
+    view_->SplashStatus("Starting Reminders");
+    DoEvents();
+    startReminders();
+
     LogAction("Loading contacts");
     view_->SplashStatus("Loading Contacts");
     DoEvents();
@@ -206,6 +211,8 @@ void frmMain::startProgramSteps(const StartOptions& options) {
     }
 
     if (!options.headless) applyWindowGeometry();
+
+    scanReminders();
 
     if (sget("DisableAutoUpdateCheck", false).toBool()) {
         LogAction("Auto update disabled");
@@ -309,6 +316,7 @@ bool frmMain::exitprog() {
         savesettings();
         LogAction("Saving contacts");
         Contacts().SaveContacts();
+        shutDownReminders();
         LogAction("Unloading contacts");
         if (view_->MailerLoaded()) {
             LogAction("Hiding mailer");
