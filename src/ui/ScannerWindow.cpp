@@ -119,6 +119,7 @@ ScannerWindow::ScannerWindow() {
     auto* lowerLayout = new QVBoxLayout(lower);
     lowerLayout->setContentsMargins(0, 0, 0, 0);
     auto* lblHeaders = new QLabel(QStringLiteral("Headers"));
+    lblHeaders->setObjectName(QStringLiteral("lblHeaders"));
     lblMessageNumber_ = new QLabel;
     lblMessageNumber_->setObjectName(QStringLiteral("lblMessageNumber"));
     auto* labels = new QHBoxLayout;
@@ -127,6 +128,7 @@ ScannerWindow::ScannerWindow() {
     labels->addWidget(lblMessageNumber_);
     lowerLayout->addLayout(labels);
     headers_ = new QPlainTextEdit;
+    headers_->setObjectName(QStringLiteral("txtHeaders"));
     headers_->setReadOnly(true);
     headers_->setPlaceholderText(
         QStringLiteral("Click an email in the list above to view the headers in this box."));
@@ -206,6 +208,7 @@ void ScannerWindow::buildToolbar() {
     entry("localfilters", "Local filters");
     entry("settings", "Settings");
     entry("log", "View log");
+    entry("tkl", "Reminders");
     entry("mailer", "Mailer");
     drop->addSeparator();
     entry("close", "Close to tray");
