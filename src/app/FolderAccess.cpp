@@ -29,6 +29,7 @@ bool CommandOnlyReads(const std::string& command, const std::vector<std::string>
         return !words.empty() &&
                (words.front() == "list" || words.front() == "show" || words.front() == "validate");
     if (command == "thresholds") return words.empty();
+    if (command == "languages") return words.empty();
     return false;
 }
 

@@ -11,10 +11,13 @@
 #include "message/clsMessage.h"
 #include "platform/Platform.h"
 
+#include <cerrno>
 #include <climits>
 #include <csignal>
 #include <deque>
+#include <fcntl.h>
 #include <iostream>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace corva::app {
@@ -94,9 +97,41 @@ std::optional<int> RequireAccount(const std::string& command, int number, bool n
                                    " is not set; 'corva account list' shows the accounts)");
 }
 
+namespace {
+
+// One lookup of the name, then open, size and read on the open file: bulk
+// scoring reads thousands of small files, and each extra status call costs
+// as much as the read. A folder or a pipe is refused, never waited on.
+bool readWhole(const std::string& file, std::string& text) {
+    if (Trim(file).empty()) return false;
+    const std::string path = ResolvePath(file);
+    const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+    if (fd < 0) return false;
+    struct stat st {};
+    bool ok = ::fstat(fd, &st) == 0 && S_ISREG(st.st_mode);
+    if (ok) {
+        text.resize(static_cast<size_t>(st.st_size));
+        size_t have = 0;
+        while (have < text.size()) {
+            const ssize_t n = ::read(fd, text.data() + have, text.size() - have);
+            if (n < 0 && errno == EINTR) continue;
+            if (n <= 0) {
+                ok = n == 0; // shrank while read: what was there
+                break;
+            }
+            have += static_cast<size_t>(n);
+        }
+        text.resize(have);
+    }
+    ::close(fd);
+    return ok;
+}
+
+} // namespace
+
 bool ReadMessageFile(const std::string& file, bool headersOnly, clsMessage& msg) {
     std::string text;
-    if (!FileExists(file) || !LoadTextFile(file, text)) {
+    if (!readWhole(file, text)) {
         std::cerr << "Can't read " << terminalLine(file) << "\n";
         return false;
     }

@@ -18,6 +18,7 @@
 #include "cycle/MailerCycleLink.h"
 #include "cycle/frmMainReminders.h"
 #include "filters/frmFilters.h"
+#include "localise/modLanguages.h"
 #include "mailer/frmMailer.h"
 #include "message/clsMessage.h"
 #include "store/FolderCaches.h"
@@ -134,6 +135,9 @@ void frmMain::startProgramSteps(const StartOptions& options) {
     ReadFilterFolder();
 
     MigrateSignature();
+
+    view_->SplashStatus("Loading languages");
+    StartLanguages();
 
     view_->SplashStatus("Starting Reminders");
     DoEvents();

@@ -9,6 +9,7 @@
 #include "core/KeyringPasswords.h"
 #include "core/Strings.h"
 #include "core/mSHAREDSettings.h"
+#include "localise/modLanguages.h"
 #include "platform/Platform.h"
 #include "store/modFolders.h"
 
@@ -222,6 +223,7 @@ bool frmSettings::cmdOK(GlobalFields& g, const AccountFields& shown) {
     savesettings();
     PathsStore().SaveSettings(PathsFilePath());
     sset("langID", g.LangID);
+    ApplyLanguage(LanguageIndex(g.LangID));
     globals_ = g;
     return true;
 }
@@ -241,15 +243,7 @@ std::string frmSettings::ProposedPopServer(const std::string& server, int securi
 }
 
 std::vector<std::string> frmSettings::Languages() const {
-    std::vector<std::string> languages{"English"};
-    std::vector<std::string> files;
-    FillFiles(AppPath() + "languages", "txt", files);
-    for (const auto& f : files) {
-        std::string name = fileroot(f);
-        if (!EqualsNoCase(name, "English") && !EqualsNoCase(name, "FormsText"))
-            languages.push_back(name);
-    }
-    return languages;
+    return filllanguagelist();
 }
 
 std::string frmAccountWizard::PageProblem(int page, const WizardFields& f) {

@@ -70,8 +70,7 @@ long daynumber(const std::string& dateText) {
     bool numeric = !text.empty();
     for (char c : text)
         if (!((c >= '0' && c <= '9') || c == '.' || c == '-')) numeric = false;
-    if (numeric && text.find('-', 1) == std::string::npos)
-        return toDayNumber(Val(text));
+    if (numeric && text.find('-', 1) == std::string::npos) return toDayNumber(Val(text));
     std::optional<DateTime> date = ParseDate(text);
     if (!date) throw RunError(Err::TypeMismatch);
     return toDayNumber(date->serial());

@@ -3,6 +3,7 @@
 #include "mailer/frmMailer.h"
 #include "ui/DisplayText.h"
 #include "ui/Icons.h"
+#include "ui/LanguageWalker.h"
 
 #include <QBrush>
 #include <QFont>
@@ -86,15 +87,15 @@ QVariant MailerListModel::headerData(int section, Qt::Orientation orientation, i
     case MailerColumn::Icon:
         return QString();
     case MailerColumn::Who:
-        return who_;
+        return translated(who_);
     case MailerColumn::Subject:
-        return QStringLiteral("Subject");
+        return translated(QStringLiteral("Subject"));
     case MailerColumn::ReceiveDate:
-        return QStringLiteral("Received");
+        return translated(QStringLiteral("Received"));
     case MailerColumn::SendDate:
-        return QStringLiteral("Sent");
+        return translated(QStringLiteral("Sent"));
     case MailerColumn::Size:
-        return QStringLiteral("Size");
+        return translated(QStringLiteral("Size"));
     }
     return {};
 }

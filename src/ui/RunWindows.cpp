@@ -9,6 +9,7 @@
 #include "platform/qt/QtPlatform.h"
 #include "ui/ErrorReportWindow.h"
 #include "ui/Icons.h"
+#include "ui/LanguageWalker.h"
 #include "ui/RemindersWindow.h"
 #include "ui/RunnerLink.h"
 #include "ui/ScannerWindow.h"
@@ -60,6 +61,7 @@ int RunWindows(int argc, char** argv, const std::string& home, const std::string
         return 1;
     }
     SetErrorReportHandler([](const std::string& text) { ErrorReportWindow::showerr(text); });
+    installLanguages();
 
     ScannerWindow window;
     frmMain main(&window);

@@ -1,6 +1,7 @@
 #include "ui/ScannerListModel.h"
 
 #include "ui/DisplayText.h"
+#include "ui/LanguageWalker.h"
 
 #include <QBrush>
 #include <QFont>
@@ -68,7 +69,7 @@ QVariant ScannerListModel::data(const QModelIndex& index, int role) const {
 QVariant ScannerListModel::headerData(int section, Qt::Orientation orientation, int role) const {
     if (orientation != Qt::Horizontal || role != Qt::DisplayRole) return {};
     if (section < 0 || section >= static_cast<int>(captions_.size())) return {};
-    return QString::fromStdString(captions_[static_cast<size_t>(section)]);
+    return translated(QString::fromStdString(captions_[static_cast<size_t>(section)]));
 }
 
 void ScannerListModel::setCaptions(const std::vector<std::string>& captions) {

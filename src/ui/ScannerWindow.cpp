@@ -17,6 +17,7 @@
 #include "ui/DisplayText.h"
 #include "ui/EmailWindow.h"
 #include "ui/Icons.h"
+#include "ui/LanguageWalker.h"
 #include "ui/LogViewer.h"
 #include "ui/MailerPreview.h"
 #include "ui/MailerWindow.h"
@@ -371,7 +372,9 @@ void ScannerWindow::ShowSplash() {
 }
 
 void ScannerWindow::SplashStatus(const std::string& text) {
-    if (splash_) splash_->showMessage(toDisplay(text), Qt::AlignBottom | Qt::AlignRight, Qt::white);
+    if (splash_)
+        splash_->showMessage(translated(toDisplay(text)), Qt::AlignBottom | Qt::AlignRight,
+                             Qt::white);
 }
 
 void ScannerWindow::HideSplash() {
@@ -469,7 +472,7 @@ void ScannerWindow::SetStatusPanel(int panel, const std::string& text) {
     // A scan reports progress per message; each label change relayouts the
     // status bar, so the texts go out with the list's batches.
     if (panel < 1 || panel > 4) return;
-    pendingPanels_[static_cast<size_t>(panel - 1)] = toDisplay(text);
+    pendingPanels_[static_cast<size_t>(panel - 1)] = translated(toDisplay(text));
     if (!flushTimer_->isActive()) flushTimer_->start();
 }
 

@@ -1,5 +1,6 @@
 #include "ui/SettingsDialog.h"
 
+#include "localise/modLanguages.h"
 #include "ui/DisplayText.h"
 
 #include <QCheckBox>
@@ -26,6 +27,7 @@ QComboBox* securityChoice(const QString& name) {
     choice->setObjectName(name);
     choice->addItems(
         {QStringLiteral("None"), QStringLiteral("SSL/TLS"), QStringLiteral("STARTTLS")});
+    choice->setProperty("corvaTranslateItems", true);
     return choice;
 }
 
@@ -241,11 +243,16 @@ QWidget* SettingsDialog::buildDisplayPage() {
     auto* form = new QFormLayout(windows);
     firstWindow_ = new QComboBox;
     firstWindow_->addItems({QStringLiteral("Scanner"), QStringLiteral("Mailer")});
+    firstWindow_->setProperty("corvaTranslateItems", true);
     form->addRow(QStringLiteral("Display this window first:"), firstWindow_);
     form->addRow(QStringLiteral("Font size for lists:"), withUnit(addNumber("FontSize"), {}));
     form->addRow(QStringLiteral("Font size for messages:"), withUnit(addNumber("MsgFontSize"), {}));
     language_ = new QComboBox;
+    language_->setObjectName(QStringLiteral("language"));
     for (const auto& l : logic_.Languages()) language_->addItem(q(l));
+    // The choice applies at once, to every open window and this dialog.
+    connect(language_, &QComboBox::currentIndexChanged, this,
+            [](int index) { ApplyLanguage(index); });
     form->addRow(QStringLiteral("Language:"), language_);
     layout->addWidget(windows);
 

@@ -25,6 +25,7 @@
 #include <pty.h>
 #include <string>
 #include <sys/mount.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <vector>
@@ -406,12 +407,18 @@ TEST_F(CommandLine, BulkFilesAndJsonForScripts) {
     const std::string a = home_.file("a.eml"), b = home_.file("b.eml");
     writeFile(a, mail("Ann <ann@example.org>", "=?utf-8?B?R3LDvMOfZQ==?="));
     writeFile(b, mail("Bob <bob@example.org>", "Plain"));
-    Outcome scored = run({"score", a, b, home_.file("gone.eml")});
+    // A folder or a pipe among the names is refused at once, never waited on;
+    // a name in another case still finds its file.
+    const std::string pipe = home_.file("pipe.eml"), folder = home_.file("folder.eml");
+    ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+    ASSERT_EQ(::mkdir(folder.c_str(), 0700), 0);
+    Outcome scored = run({"score", a, home_.file("B.EML"), home_.file("gone.eml"), folder, pipe});
     EXPECT_EQ(scored.status, 1);
     const std::vector<std::string> lines = SplitLines(scored.out);
     ASSERT_EQ(lines.size(), 2u) << scored.out;
     EXPECT_EQ(lines[0].substr(0, a.size() + 1), a + "\t");
-    EXPECT_NE(scored.err.find("Can't read " + home_.file("gone.eml")), std::string::npos);
+    for (const std::string& bad : {home_.file("gone.eml"), folder, pipe})
+        EXPECT_NE(scored.err.find("Can't read " + bad), std::string::npos) << scored.err;
 
     Outcome piped = run({"check", "--json", "-"}, {}, a + "\n" + b + "\n");
     ASSERT_EQ(piped.status, 0) << piped.err;

@@ -34,4 +34,8 @@ bash -n "$share/bash-completion/completions/corva"
 completed="$(PATH="$prefix/bin:$PATH" bash -c "source '$share/bash-completion/completions/corva'
     COMP_WORDS=(corva sc); COMP_CWORD=1; _corva; echo \"\${COMPREPLY[*]}\"")"
 grep -qw scan <<<"$completed" || fail "completion of 'sc' gave: $completed"
+[ -f "$share/corva/languages/German.txt" ] || fail "no language files"
+mkdir -p "$prefix/home" && printf 'DISABLEAUTOUPDATECHECK,TRUE\r\n' >"$prefix/home/Corva.ini"
+listed="$("$prefix/bin/corva" --home "$prefix/home" languages)"
+grep -q "$share/corva/languages/German.txt" <<<"$listed" || fail "the installed languages are not found: $listed"
 echo "installed and valid"

@@ -3,6 +3,7 @@
 #include "core/AppInfo.h"
 #include "platform/qt/QtPlatform.h"
 #include "support/TempDir.h"
+#include "ui/LanguageWalker.h"
 
 #include <QApplication>
 #include <gtest/gtest.h>
@@ -18,6 +19,7 @@ int main(int argc, char** argv) {
     corva::platform::ScopedPlatform installed(platform);
     corva::test::TempDir home;
     corva::SetAppPath(home.path());
+    corva::ui::installLanguages();
     ::testing::InitGoogleTest(&argc, argv);
     return RUN_ALL_TESTS();
 }

@@ -115,11 +115,17 @@ CertificateInfo describe(const QSslCertificate& c) {
 
 } // namespace
 
-QtSocket::QtSocket() : socketPtr_(std::make_unique<QSslSocket>()) {
-    wire();
+QtSocket::QtSocket() = default;
+
+QSslSocket& QtSocket::socket_() const {
+    if (!socketPtr_) {
+        socketPtr_ = std::make_unique<QSslSocket>();
+        wire();
+    }
+    return *socketPtr_;
 }
 
-void QtSocket::wire() {
+void QtSocket::wire() const {
     QObject::connect(socketPtr_.get(), &QTcpSocket::readyRead, this, &QtSocket::onReadyRead);
     QObject::connect(socketPtr_.get(), &QTcpSocket::errorOccurred, this, &QtSocket::onError);
     QObject::connect(socketPtr_.get(), &QTcpSocket::bytesWritten, this, &QtSocket::onBytesWritten);
@@ -135,7 +141,7 @@ void QtSocket::wire() {
 
 QtSocket::~QtSocket() {
     listener_ = nullptr;
-    linger(std::move(socketPtr_));
+    if (socketPtr_) linger(std::move(socketPtr_));
 }
 
 void QtSocket::connect(const std::string& host, int port) {
@@ -151,14 +157,13 @@ void QtSocket::connect(const std::string& host, int port) {
 
 void QtSocket::close() {
     failed_ = false;
+    implicitTls_ = false;
+    if (!socketPtr_) return;
     if (socket_().state() == QAbstractSocket::ConnectedState && socket_().bytesToWrite() > 0)
         socket_().flush();
     // Closing is immediate for the logic: no late event follows, and the next
     // connect starts on a fresh socket.
     linger(std::move(socketPtr_));
-    socketPtr_ = std::make_unique<QSslSocket>();
-    implicitTls_ = false;
-    wire();
 }
 
 void QtSocket::sendData(const std::string& data) {
@@ -172,6 +177,7 @@ void QtSocket::sendData(const std::string& data) {
 
 int QtSocket::state() const {
     if (failed_) return SocketState::Error;
+    if (!socketPtr_) return SocketState::Closed;
     if (implicitTls_ && socket_().state() == QAbstractSocket::ConnectedState &&
         !socket_().isEncrypted())
         return SocketState::Connecting;
@@ -192,7 +198,7 @@ int QtSocket::state() const {
 }
 
 int QtSocket::localPort() const {
-    return socket_().localPort();
+    return socketPtr_ ? socketPtr_->localPort() : 0;
 }
 
 std::string QtSocket::localHostName() const {
@@ -200,8 +206,8 @@ std::string QtSocket::localHostName() const {
 }
 
 std::string QtSocket::localIP() const {
-    if (socket_().state() == QAbstractSocket::ConnectedState)
-        return socket_().localAddress().toString().toStdString();
+    if (socketPtr_ && socketPtr_->state() == QAbstractSocket::ConnectedState)
+        return socketPtr_->localAddress().toString().toStdString();
     for (const QHostAddress& a : QNetworkInterface::allAddresses())
         if (a.protocol() == QAbstractSocket::IPv4Protocol && !a.isLoopback())
             return a.toString().toStdString();
@@ -209,11 +215,11 @@ std::string QtSocket::localIP() const {
 }
 
 long long QtSocket::bytesToWrite() const {
-    return socket_().bytesToWrite();
+    return socketPtr_ ? socketPtr_->bytesToWrite() : 0;
 }
 
 void QtSocket::flush() {
-    if (socket_().state() == QAbstractSocket::ConnectedState) socket_().flush();
+    if (socketPtr_ && socketPtr_->state() == QAbstractSocket::ConnectedState) socket_().flush();
 }
 
 void QtSocket::onReadyRead() {

@@ -39,7 +39,7 @@ public:
     }
     void connectSecure(const std::string& host, int port, const std::string& peerName) override;
     void startSecure(const std::string& peerName) override;
-    bool isSecure() const override { return socket_().isEncrypted(); }
+    bool isSecure() const override { return socketPtr_ && socketPtr_->isEncrypted(); }
     CertificateInfo peerCertificate() const override { return certificate_; }
 
 private:
@@ -50,11 +50,12 @@ private:
     void onEncrypted();
     void prepareSecure(const std::string& peerName);
 
-    // Replaced by a fresh one at each close: the old one lingers on its own
-    // until the server has read everything sent (see close()).
-    std::unique_ptr<QSslSocket> socketPtr_;
-    QSslSocket& socket_() const { return *socketPtr_; }
-    void wire();
+    // Made at the first use, so that a command that never connects pays
+    // nothing for the TLS back end; dropped at each close, the old one
+    // lingers on its own until the server has read everything sent (see close()).
+    mutable std::unique_ptr<QSslSocket> socketPtr_;
+    QSslSocket& socket_() const;
+    void wire() const;
     SocketListener* listener_ = nullptr;
     std::string host_;
     int port_ = 0;

@@ -1,0 +1,264 @@
+// Languages: the file rules and the table, every window's texts in both
+// shipped languages (which also writes template.txt), and a running window
+// switched German -> French -> English.
+#include "ui/UiFixture.h"
+
+#include "core/AppInfo.h"
+#include "core/Strings.h"
+#include "cycle/modScannerCommands.h"
+#include "localise/modLanguages.h"
+#include "mailer/frmAttachWarning.h"
+#include "tools/frmMailMerge.h"
+#include "ui/AccountWizardDialog.h"
+#include "ui/AttachWarningDialog.h"
+#include "ui/CMSWindows.h"
+#include "ui/ContactsWindow.h"
+#include "ui/EmailWindow.h"
+#include "ui/ErrorReportWindow.h"
+#include "ui/LanguageWalker.h"
+#include "ui/LogViewer.h"
+#include "ui/MailerWindow.h"
+#include "ui/RuleEditorWindow.h"
+#include "ui/SettingsDialog.h"
+#include "ui/TextWindow.h"
+#include "ui/ToolWindows.h"
+#include "ui/TrainingWindow.h"
+
+#include <QApplication>
+#include <QComboBox>
+
+#include <cstdlib>
+#include <iterator>
+#include <map>
+#include <set>
+
+namespace corva::test {
+namespace {
+
+std::string languagesSource() {
+    const char* source = std::getenv("CORVA_SOURCE_DIR");
+    return std::string(source ? source : ".") + "/languages";
+}
+
+TEST(LanguageLogic, FileRulesAndBreaks) {
+    const LanguageText read = ReadLanguageText("# a comment\r\n\r\n  \tDeutsch \r\n"
+                                               "Open || Öffnen\n"
+                                               "no break here\n"
+                                               "\t#not a comment once the tab is gone\n"
+                                               "LANGUAGE_FONT||DejaVu Serif\n"
+                                               "A||B||C\n");
+    EXPECT_EQ(read.name, "Deutsch");
+    EXPECT_EQ(read.font, "DejaVu Serif");
+    using Pairs = std::vector<std::pair<std::string, std::string>>;
+    // A line without "||" is an item with an empty key; only the first break counts.
+    EXPECT_EQ(read.pairs, (Pairs{{"Open", "Öffnen"}, {"", "no break here"}, {"A", "B||C"}}));
+    EXPECT_EQ(ReadLanguageText("# only comments\n").name, "");
+    EXPECT_EQ(beforebreak("  x  ||  y  "), "x");
+    EXPECT_EQ(afterbreak("  x  ||  y  "), "y");
+}
+
+class LanguageFolder : public ::testing::Test {
+protected:
+    void SetUp() override {
+        dir.makeProgramFolder();
+        MkMissingDir(dir.file("languages"));
+        SetAppPath(dir.path());
+        SetLanguageFolders({});
+    }
+    void TearDown() override {
+        ui::installLanguages();
+        ApplyLanguage(0);
+    }
+    void language(const std::string& file, const std::string& text) {
+        writeFile(dir.file("languages/" + file), text);
+    }
+    TempDir dir;
+};
+
+TEST_F(LanguageFolder, LoadsLooksUpAndTurnsTheTableRound) {
+    language("template.txt", "Template\nOpen||Open\n");
+    language("a.txt", "Deutsch\nOpen||Öffnen\nOpen||Aufmachen\nClose||Schließen\n"
+                      "Shut||Schließen\nNext scan:||Nächster Lauf:\nx||y\n");
+    language("b.txt", "# nothing but a comment\n");
+    language("c.txt", "Leer\n");
+    LoadAllLanguages();
+    EXPECT_EQ(filllanguagelist(),
+              (std::vector<std::string>{"English", "Deutsch", "Language 2", "Leer"}));
+
+    loadlanguage(1);
+    EXPECT_EQ(CurrentLanguage(), "Deutsch");
+    // The first line for a text wins; one character is never looked up.
+    const std::map<std::string, std::string> cases{
+        {"Open", "Öffnen"}, {"Close", "Schließen"}, {"x", "x"},
+        {"&", "&"},         {"Missing", "Missing"}, {"Next scan: 12", "Nächster Lauf: 12"}};
+    for (const auto& [english, shown] : cases)
+        EXPECT_EQ(TranslateLabelled(english), shown) << english;
+
+    // Back to English, the walk sees the table turned round: a translation
+    // shared by two texts gives the first of them in sort order.
+    std::map<std::string, std::string> seen;
+    SetWindowWalker([&] {
+        for (const char* t : {"Öffnen", "Schließen", "Open"}) seen[t] = gettranslation(t);
+    });
+    reverttoenglish();
+    EXPECT_EQ(seen, (std::map<std::string, std::string>{
+                        {"Öffnen", "Open"}, {"Schließen", "Close"}, {"Open", "Open"}}));
+    EXPECT_EQ(CurrentLanguage(), "English");
+    EXPECT_EQ(gettranslation("Open"), "Open");
+
+    // A language without pairs is chosen by name and leaves every text English.
+    ApplyLanguage(3);
+    EXPECT_EQ(CurrentLanguage(), "Leer");
+    EXPECT_EQ(gettranslation("Open"), "Open");
+    EXPECT_EQ(sget("langID", "").toText(), "Leer");
+}
+
+// Every window the program has, made as the program makes it, for the
+// template and the completeness check. A new window adds itself here.
+std::vector<std::unique_ptr<QWidget>> everyWindow(frmMain& main) {
+    std::vector<std::unique_ptr<QWidget>> windows;
+    windows.push_back(std::make_unique<ui::SettingsDialog>());
+    windows.push_back(std::make_unique<ui::AccountWizardDialog>());
+    AttachWarningForm warning;
+    warning.name = "setup.exe";
+    warning.FrameExe = warning.FrameNonExe = warning.FrameWarning = true;
+    windows.push_back(std::make_unique<ui::AttachWarningDialog>(warning));
+    windows.push_back(std::make_unique<ui::CMSTicketDialog>());
+    windows.push_back(std::make_unique<ui::CMSSettingsDialog>());
+    windows.push_back(std::make_unique<ui::CMSTicketListWindow>(main.SendMailWrapper()));
+    windows.push_back(std::make_unique<ui::ContactsWindow>(true));
+    windows.push_back(std::make_unique<ui::ContactWindow>(""));
+    windows.push_back(std::make_unique<ui::EmailWindow>());
+    windows.push_back(std::make_unique<ui::ErrorReportWindow>());
+    windows.push_back(std::make_unique<ui::LogViewer>());
+    windows.push_back(std::make_unique<ui::RuleEditorWindow>(main.ServerFilters()));
+    windows.push_back(std::make_unique<ui::SearchWindow>([](const std::string&) {}));
+    windows.push_back(std::make_unique<ui::ArchiveDialog>());
+    windows.push_back(std::make_unique<ui::ImportDialog>());
+    static frmMailMerge merge;
+    windows.push_back(std::make_unique<ui::MailMergeDialog>(merge));
+    windows.push_back(std::make_unique<ui::TrainingWindow>(main.BayesFilter()));
+    return windows;
+}
+
+class LanguagesTest : public ScannerFixture {
+protected:
+    void SetUp() override {
+        ScannerFixture::SetUp();
+        SetLanguageFolders({languagesSource()});
+        start();
+    }
+    void TearDown() override {
+        ApplyLanguage(0);
+        settings.reset();
+        ScannerFixture::TearDown();
+    }
+    // Every text of the open windows, each as often as it is shown.
+    std::multiset<std::string> openTexts() {
+        std::multiset<std::string> texts;
+        for (QWidget* w : QApplication::topLevelWidgets())
+            if (!w->parentWidget())
+                for (auto& t : ui::formTexts(*w)) texts.insert(std::move(t));
+        return texts;
+    }
+    // What a shows that b does not.
+    static std::vector<std::string> beyond(const std::multiset<std::string>& a,
+                                           const std::multiset<std::string>& b) {
+        std::vector<std::string> out;
+        std::set_difference(a.begin(), a.end(), b.begin(), b.end(), std::back_inserter(out));
+        return out;
+    }
+    void choose(const std::string& name) {
+        const int index = LanguageIndex(name);
+        ASSERT_GT(index, 0) << name;
+        settings->findChild<QComboBox*>(QStringLiteral("language"))->setCurrentIndex(index);
+        ASSERT_EQ(CurrentLanguage(), name);
+    }
+    std::unique_ptr<ui::SettingsDialog> settings;
+};
+
+// Texts a window shows from the user's data or the clock, not its own.
+bool isData(const std::string& text) {
+    return StartsWith(text, "Log file as of") || StartsWith(text, "<b>") ||
+           (StartsWith(text, "Account ") && Val(text.substr(8)) > 0);
+}
+
+TEST_F(LanguagesTest, EveryWindowTextHasGermanAndFrench) {
+    std::vector<std::string> texts;
+    auto add = [&](const std::vector<std::string>& more) {
+        for (const auto& t : more)
+            if (!isData(t) && std::find(texts.begin(), texts.end(), t) == texts.end())
+                texts.push_back(t);
+    };
+    add(ui::formTexts(*window));
+    add(ui::formTexts(*window->openMailer()));
+    for (const auto& w : everyWindow(*main)) add(ui::formTexts(*w));
+    add(MessageTexts());
+    add(RightClickEntries()); // the scanner's menu, made as it opens
+    std::sort(texts.begin(), texts.end());
+    // The generator: template.txt and FormsText.txt come from this list.
+    const std::string made = TemplateText(texts);
+    writeFile(CORVA_BINARY_DIR "/template.txt", made);
+    EXPECT_TRUE(WriteFormStrings(texts, CORVA_BINARY_DIR "/FormsText.txt"));
+    if (std::getenv("CORVA_WRITE_TEMPLATE")) writeFile(languagesSource() + "/template.txt", made);
+    EXPECT_EQ(readFile(languagesSource() + "/template.txt"), made)
+        << "template.txt is out of date: run this test with CORVA_WRITE_TEMPLATE=1";
+
+    for (const char* file : {"German.txt", "French.txt"}) {
+        const LanguageText language = ReadLanguageText(readFile(languagesSource() + "/" + file));
+        std::map<std::string, std::string> table(language.pairs.begin(), language.pairs.end());
+        std::map<std::string, std::string> back;
+        for (const auto& text : texts) {
+            const auto at = table.find(text);
+            if (at == table.end() || at->second.empty()) {
+                ADD_FAILURE() << file << " has no translation for \"" << text << "\"";
+                continue;
+            }
+            // Going back to English looks each translation up: two texts
+            // sharing one would come back as the same text.
+            const auto [other, fresh] = back.emplace(at->second, text);
+            EXPECT_TRUE(fresh) << file << ": \"" << text << "\" and \"" << other->second
+                               << "\" share \"" << at->second << "\"";
+        }
+    }
+}
+
+TEST_F(LanguagesTest, RunningWindowsSwitchGermanFrenchEnglish) {
+    window->openMailer();
+    settings = std::make_unique<ui::SettingsDialog>(window.get());
+    settings->show();
+    // The status bar shows its texts a moment after they are set.
+    platform::current().eventLoop().runUntil(
+        [&] { return openTexts().count("Corva auto-update disabled") > 0; }, 2000);
+    const auto english = openTexts();
+
+    choose("Deutsch");
+    EXPECT_NE(settings->windowTitle(), QStringLiteral("Settings"));
+    EXPECT_EQ(window->listModel().headerData(3, Qt::Horizontal, Qt::DisplayRole).toString(),
+              QStringLiteral("Betreff"));
+    saveScreenshot(*window, QStringLiteral("scanner-german"));
+    saveScreenshot(*settings, QStringLiteral("settings-german"));
+    const auto german = openTexts();
+    EXPECT_GT(beyond(german, english).size(), english.size() / 2);
+
+    choose("Français");
+    EXPECT_EQ(window->listModel().headerData(3, Qt::Horizontal, Qt::DisplayRole).toString(),
+              QStringLiteral("Objet"));
+    EXPECT_FALSE(beyond(openTexts(), german).empty());
+    {
+        // A window made now takes the language when it shows.
+        ui::ArchiveDialog late;
+        late.show();
+        EXPECT_EQ(late.windowTitle(), QStringLiteral("Archivage du courrier"));
+    }
+
+    settings->findChild<QComboBox*>(QStringLiteral("language"))->setCurrentIndex(0);
+    EXPECT_EQ(CurrentLanguage(), "English");
+    const auto back = openTexts();
+    EXPECT_EQ(beyond(back, english), std::vector<std::string>{});
+    EXPECT_EQ(beyond(english, back), std::vector<std::string>{});
+    EXPECT_EQ(sget("langID", "").toText(), "English");
+}
+
+} // namespace
+} // namespace corva::test
