@@ -147,6 +147,8 @@ void clsReminders::Scan() {
 }
 
 void clsReminders::ScanAt(WallMinutes now) {
+    // Without a calendar there is nothing to tell, and nothing is touched.
+    if (!FileExists(FilePath())) return;
     const Calendar cal = Load();
     const long long today = dayOf(now);
     const WallMinutes dayStart = today * Day, dayEnd = dayStart + Day;
