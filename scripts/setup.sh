@@ -18,6 +18,7 @@ packages=(
     qt6-speech-dev qt6-speech-flite-plugin qt6-declarative-dev # reading mail aloud
     desktop-file-utils appstream man-db file # the install test validates what it installs
     chromium # the published ticket pages are opened in a headless browser
+    tinyproxy # the update check's proxy test goes through it
 )
 
 missing=()

@@ -17,6 +17,7 @@
 #include "core/mSHAREDSettings.h"
 #include "cycle/MailerCycleLink.h"
 #include "cycle/frmMainReminders.h"
+#include "cycle/UpdateCheckLink.h"
 #include "filters/frmFilters.h"
 #include "localise/modLanguages.h"
 #include "mailer/frmMailer.h"
@@ -143,6 +144,10 @@ void frmMain::startProgramSteps(const StartOptions& options) {
     DoEvents();
     startReminders();
 
+    view_->SplashStatus("Configuring Updater");
+    DoEvents();
+    updateCheck_ = std::make_unique<UpdateCheckLink>(*view_);
+
     LogAction("Loading contacts");
     view_->SplashStatus("Loading Contacts");
     DoEvents();
@@ -225,6 +230,8 @@ void frmMain::startProgramSteps(const StartOptions& options) {
         LogAction("Update Check Enabled");
         view_->SetStatusPanel(3, "Auto-update enabled");
     }
+    // A command contacts no update server by itself; the window checks 30 s on.
+    if (!options.headless) updateCheck_->StartTimer();
 
     if (optionIsOne("STARTMIN")) {
         LogAction("Hiding main form");

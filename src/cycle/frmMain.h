@@ -31,6 +31,7 @@ class frmMailerEvents;
 class clsReminders;
 class ReminderLink;
 class ReminderView;
+class UpdateCheckLink;
 
 // Which accounts a cycle visits: every one in turn, or a single one.
 class AccountSet {
@@ -256,6 +257,8 @@ public:
     frmMainView& View() { return *view_; }
     // The mailer, made at start-up; null before.
     frmMailer* Mailer() { return fMailer_.get(); }
+    // The update check and its timer, made at start-up; null before.
+    UpdateCheckLink* UpdateCheck() { return updateCheck_.get(); }
 
     // The folder a retrieved message goes to, ending in "/": its DestFolder
     // under the message folder, else Inbox.
@@ -341,6 +344,7 @@ private:
     std::unique_ptr<frmSendMailWrapper> fSendMail_;
     std::unique_ptr<frmMailerEvents> mailerLink_;
     std::unique_ptr<frmMailer> fMailer_;
+    std::unique_ptr<UpdateCheckLink> updateCheck_;
     frmBayesFilter* bayes_ = nullptr; // the program's one, which outlives this object
     std::unique_ptr<frmFilters> serverFilters_;
     std::unique_ptr<frmFilters> localFilters_;

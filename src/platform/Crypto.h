@@ -50,4 +50,8 @@ public:
 
 std::unique_ptr<LegacyCrypto> createLegacyCrypto();
 
+// The SHA-256 digest of bytes as 64 lower-case hex digits; "" if the library
+// refused.
+std::string sha256Hex(const std::string& bytes);
+
 } // namespace corva::platform

@@ -222,6 +222,13 @@ void ChangeFont(QWidget& window) {
         ClearLanguageFont();
         return ChangeFont(window);
     }
+    // Each widget's own family is noted before any is changed: a parent's
+    // new font reaches the children that inherit it.
+    if (!family.isEmpty())
+        Walk([](QObject& o) {
+            if (o.isWidgetType() && !o.property(OwnFamily).isValid())
+                o.setProperty(OwnFamily, static_cast<QWidget&>(o).font().family());
+        }).widget(&window);
     Walk([&](QObject& o) {
         auto* w = qobject_cast<QWidget*>(&o);
         if (!w) return;
@@ -234,7 +241,6 @@ void ChangeFont(QWidget& window) {
             font.setFamily(own.toString());
             w->setProperty(OwnFamily, QVariant());
         } else {
-            if (!own.isValid()) w->setProperty(OwnFamily, font.family());
             font.setFamily(family);
         }
         w->setFont(font);

@@ -5,9 +5,11 @@
 
 #include "core/AppInfo.h"
 #include "core/Strings.h"
+#include "core/mSHAREDLogging.h"
 #include "cycle/modScannerCommands.h"
 #include "localise/modLanguages.h"
 #include "mailer/frmAttachWarning.h"
+#include "mailer/frmMailer.h"
 #include "tools/frmMailMerge.h"
 #include "ui/AccountWizardDialog.h"
 #include "ui/AttachWarningDialog.h"
@@ -17,6 +19,7 @@
 #include "ui/ErrorReportWindow.h"
 #include "ui/LanguageWalker.h"
 #include "ui/LogViewer.h"
+#include "ui/MailerListModel.h"
 #include "ui/MailerWindow.h"
 #include "ui/RuleEditorWindow.h"
 #include "ui/SettingsDialog.h"
@@ -26,6 +29,9 @@
 
 #include <QApplication>
 #include <QComboBox>
+#include <QLabel>
+#include <QTreeView>
+#include <QTreeWidget>
 
 #include <cstdlib>
 #include <iterator>
@@ -113,6 +119,29 @@ TEST_F(LanguageFolder, LoadsLooksUpAndTurnsTheTableRound) {
     EXPECT_EQ(sget("langID", "").toText(), "Leer");
 }
 
+TEST_F(LanguageFolder, TheLanguagesFontReachesEveryControlAndLeavesWithIt) {
+    language("a.txt", "Serif\nLANGUAGE_FONT||DejaVu Serif\nOpen||Auf\n");
+    language("b.txt", "Missing\nLANGUAGE_FONT||No Such Family\n");
+    LoadAllLanguages();
+    QWidget window;
+    auto* label = new QLabel(QStringLiteral("Open"), &window);
+    auto* symbols = new QLabel(QStringLiteral("Webdings"), &window);
+    symbols->setFont(QFont(QStringLiteral("Webdings")));
+    const QString own = label->font().family();
+
+    ApplyLanguage(1);
+    EXPECT_EQ(label->text(), QStringLiteral("Auf"));
+    EXPECT_EQ(label->font().family(), QStringLiteral("DejaVu Serif"));
+    EXPECT_EQ(symbols->font().family(), QStringLiteral("Webdings"));
+    ApplyLanguage(2);
+    EXPECT_EQ(label->text(), QStringLiteral("Open"));
+    EXPECT_EQ(label->font().family(), own);
+    EXPECT_EQ(LanguageFont(), "");
+    FlushLog();
+    EXPECT_NE(readFile(dir.file("log.txt")).find("Cannot set font to No Such Family. Not present."),
+              std::string::npos);
+}
+
 // Every window the program has, made as the program makes it, for the
 // template and the completeness check. A new window adds itself here.
 std::vector<std::unique_ptr<QWidget>> everyWindow(frmMain& main) {
@@ -180,6 +209,8 @@ protected:
 // Texts a window shows from the user's data or the clock, not its own.
 bool isData(const std::string& text) {
     return StartsWith(text, "Log file as of") || StartsWith(text, "<b>") ||
+           StartsWith(text, "From: ") || StartsWith(text, "Subject: ") ||
+           text.find(" in Inbox,") != std::string::npos ||
            (StartsWith(text, "Account ") && Val(text.substr(8)) > 0);
 }
 
@@ -191,7 +222,16 @@ TEST_F(LanguagesTest, EveryWindowTextHasGermanAndFrench) {
                 texts.push_back(t);
     };
     add(ui::formTexts(*window));
-    add(ui::formTexts(*window->openMailer()));
+    // The mailer's right-click menu is made for the selected message; its
+    // entries that name an address are not looked up.
+    writeFile(MessageFolder + "Inbox/HELLO.eml",
+              mailText("ann@example.com", "me@example.com", "Hi"));
+    ui::MailerWindow* mailer = window->openMailer();
+    add(ui::formTexts(*mailer));
+    ASSERT_FALSE(mailer->mailer().ContextMenu().empty());
+    for (const auto& entry : mailer->mailer().ContextMenu())
+        if (!entry.caption.empty() && entry.caption.find('<') == std::string::npos)
+            add(std::vector<std::string>{entry.caption});
     for (const auto& w : everyWindow(*main)) add(ui::formTexts(*w));
     add(MessageTexts());
     add(RightClickEntries()); // the scanner's menu, made as it opens

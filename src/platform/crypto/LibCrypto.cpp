@@ -194,4 +194,20 @@ std::unique_ptr<LegacyCrypto> createLegacyCrypto() {
     return std::make_unique<LibCrypto>();
 }
 
+std::string sha256Hex(const std::string& bytes) {
+    unsigned char digest[EVP_MAX_MD_SIZE];
+    unsigned int length = 0;
+    if (EVP_Digest(bytes.data(), bytes.size(), digest, &length, EVP_sha256(), nullptr) != 1) {
+        ERR_clear_error();
+        return "";
+    }
+    static const char* hex = "0123456789abcdef";
+    std::string out;
+    for (unsigned int i = 0; i < length; ++i) {
+        out += hex[digest[i] >> 4];
+        out += hex[digest[i] & 15];
+    }
+    return out;
+}
+
 } // namespace corva::platform

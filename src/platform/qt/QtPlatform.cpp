@@ -2,6 +2,7 @@
 #include "platform/qt/QtSpeech.h"
 
 #include "platform/ConsolePrompts.h"
+#include "platform/qt/QtHttp.h"
 #include "platform/qt/QtKeyring.h"
 #include "platform/qt/QtLocalChannel.h"
 #include "platform/qt/QtSocket.h"
@@ -295,13 +296,16 @@ struct QtPlatform::Impl {
     QtShell shell;
     QtSound sound;
     QtKeyring keyring;
+    QtHttp http;
 };
 
 QtPlatform::QtPlatform() : impl_(std::make_unique<Impl>()) {
     setKeyring(&impl_->keyring);
+    setHttp(&impl_->http);
 }
 QtPlatform::~QtPlatform() {
     setKeyring(nullptr);
+    setHttp(nullptr);
 }
 std::unique_ptr<Socket> QtPlatform::createSocket() {
     return std::make_unique<QtSocket>();

@@ -1,0 +1,85 @@
+#include "support/HttpServer.h"
+
+#include "support/ServerProcess.h"
+
+#include <arpa/inet.h>
+#include <chrono>
+#include <filesystem>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <thread>
+#include <unistd.h>
+
+namespace corva::test {
+
+namespace {
+
+// Neither server says anything first: it is up once it takes a connection.
+bool accepting(int port) {
+    for (int i = 0; i < 250; ++i) {
+        int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+        sockaddr_in addr{};
+        addr.sin_family = AF_INET;
+        addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        addr.sin_port = htons(static_cast<uint16_t>(port));
+        const bool up = ::connect(fd, reinterpret_cast<sockaddr*>(&addr), sizeof addr) == 0;
+        ::close(fd);
+        if (up) return true;
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    }
+    return false;
+}
+
+int start(pid_t& pid, const std::string& binary, const std::vector<std::string>& args, int port,
+          const std::string& errors) {
+    pid = startServerProcess(binary, args, errors);
+    return pid > 0 && accepting(port) ? port : 0;
+}
+
+} // namespace
+
+HttpServer::HttpServer() {
+    const int port = freeLoopbackPort();
+    const std::string script =
+        (std::filesystem::path(CORVA_TEST_DATA).parent_path() / "support" / "http_server.py")
+            .string();
+    std::filesystem::create_directories(root_.file("www"));
+    port_ =
+        start(pid_, "/usr/bin/python3",
+              {"python3", script, "--folder", root_.file("www"), "--port", std::to_string(port)},
+              port, root_.file("errors.log"));
+}
+
+HttpServer::~HttpServer() {
+    stopServerProcess(pid_);
+}
+
+std::string HttpServer::url() const {
+    return "http://127.0.0.1:" + std::to_string(port_) + "/";
+}
+
+void HttpServer::put(const std::string& path, const std::string& bytes) const {
+    writeFile(root_.file("www/" + path), bytes);
+}
+
+HttpProxy::HttpProxy(const std::string& user, const std::string& password) {
+    const int port = freeLoopbackPort();
+    std::string conf = "Port " + std::to_string(port) +
+                       "\nListen 127.0.0.1\nTimeout 30\nLogLevel Info\nMaxClients 5\n"
+                       "Allow 127.0.0.1\nLogFile \"" +
+                       root_.file("proxy.log") + "\"\n";
+    if (!user.empty()) conf += "BasicAuth " + user + " " + password + "\n";
+    writeFile(root_.file("proxy.conf"), conf);
+    port_ = start(pid_, "/usr/bin/tinyproxy", {"tinyproxy", "-d", "-c", root_.file("proxy.conf")},
+                  port, root_.file("errors.log"));
+}
+
+HttpProxy::~HttpProxy() {
+    stopServerProcess(pid_);
+}
+
+std::string HttpProxy::log() const {
+    return readWholeFile(root_.file("proxy.log"));
+}
+
+} // namespace corva::test

@@ -1,0 +1,244 @@
+// The update check: the status file, the weekly rule, and checks, details and
+// downloads against a real web server and a real proxy.
+#include "core/AppInfo.h"
+#include "core/DateTime.h"
+#include "core/FileSubs.h"
+#include "core/Variant.h"
+#include "core/mSHAREDSettings.h"
+#include "cycle/UpdateCheckLink.h"
+#include "platform/Crypto.h"
+#include "support/HttpServer.h"
+#include "support/RecordingPlatform.h"
+#include "support/TempDir.h"
+#include "updates/fSHAREDProxy.h"
+#include "updates/fSHAREDUpdater.h"
+
+#include <gtest/gtest.h>
+
+namespace corva {
+namespace {
+
+TEST(UpdateStatus, ReadsVersionAddressAndDigest) {
+    const std::string digest(64, 'A');
+    struct Case {
+        std::string text;
+        bool read;
+        long major, minor, revision;
+        std::string suffix, address, sha256;
+    } cases[] = {
+        {"1.00.0091\r\nhttp-address-@@@.exe", true, 1, 0, 91, "", "http-address-1091.exe", ""},
+        {"2.3.4b\r\nhttp://x/c-@@@.deb\r\n", true, 2, 3, 4, "b", "http://x/c-234b.deb", ""},
+        {"2.3.4rc2\nu", true, 2, 3, 4, "", "u", ""}, // ends in a digit: no suffix
+        {"2.3.40\nu", true, 2, 3, 40, "", "u", ""},
+        {"1.2.3\nhttps://h/c.deb " + digest, true, 1, 2, 3, "", "https://h/c.deb",
+         std::string(64, 'a')},
+        {"1.2.3\nhttps://h/c.deb abc", true, 1, 2, 3, "", "https://h/c.deb abc", ""},
+        {"no version here", false, 0, 0, 0, "", "", ""},
+        {"1.2.3", true, 1, 2, 3, "", "", ""},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.text);
+        const UpdateVersion v = ExtractVersion(c.text);
+        EXPECT_EQ(v.read, c.read);
+        EXPECT_EQ(v.major, c.major);
+        EXPECT_EQ(v.minor, c.minor);
+        EXPECT_EQ(v.revision, c.revision);
+        EXPECT_EQ(v.suffix, c.suffix);
+        EXPECT_EQ(v.address, c.address);
+        EXPECT_EQ(v.sha256, c.sha256);
+    }
+}
+
+TEST(UpdateStatus, ComparesVersionsAndSuffixes) {
+    auto newer = [](const char* a, const char* b) {
+        return IsNewerVersion(ExtractVersion(a), ExtractVersion(b));
+    };
+    EXPECT_TRUE(newer("1.2.3b", "1.2.3"));
+    EXPECT_FALSE(newer("1.2.3", "1.2.3b"));
+    EXPECT_FALSE(newer("1.2.3", "1.2.3"));
+    EXPECT_TRUE(newer("2.0.0", "1.9.9"));
+    EXPECT_TRUE(newer("1.3.0", "1.2.9"));
+    EXPECT_TRUE(newer("1.2.10", "1.2.9")); // numbers, not text
+    EXPECT_FALSE(newer("1.1.9", "1.2.0"));
+    EXPECT_FALSE(newer("0.9.9", "1.0.0"));
+}
+
+TEST(UpdateStatus, ChecksWeeklyFromTheLastCheck) {
+    const DateTime today = DateTime::fromParts(2026, 11, 24);
+    const double day = today.serial();
+    struct Case {
+        Variant last;
+        bool due;
+    } cases[] = {
+        {Variant(), true}, // a new install checks at once
+        {day, false},          {day - 6, false},
+        {day - 7, true},       {"18/Nov/2026", false}, // the older form with "/"
+        {"17/Nov/2026", true},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.last.toText());
+        EXPECT_EQ(UpdateCheckLink::UpdateCheckDue(c.last, today), c.due);
+    }
+}
+
+// What the updater showed, and a file it is told to save to.
+struct RecordingView : fSHAREDUpdaterView {
+    void ShowStatus(const std::string& text) override { statuses.push_back(text); }
+    void ShowDetails(const std::string& text) override { details = text; }
+    void ShowProgress(long long received, long long) override { progressed = received; }
+    std::string ChooseSaveFile(const std::string& suggested) override {
+        suggestedName = suggested;
+        return target;
+    }
+    bool showed(const std::string& text) const {
+        return std::find(statuses.begin(), statuses.end(), text) != statuses.end();
+    }
+    std::vector<std::string> statuses;
+    std::string details, target, suggestedName;
+    long long progressed = 0;
+};
+
+struct RecordingEvents : UpdaterEvents {
+    void Updater_Status(const std::string& text) override { status = text; }
+    void Updater_InstallFile(const std::string& path) override { installed = path; }
+    std::string status, installed;
+};
+
+class UpdateServer : public ::testing::Test {
+protected:
+    void SetUp() override {
+        ASSERT_TRUE(server_.running());
+        home_.makeProgramFolder();
+        Settings().DeleteAllSettings();
+        sset("UpdateServer", server_.url());
+        view_.target = home_.file("saved.bin");
+    }
+    void TearDown() override { Settings().DeleteAllSettings(); }
+    // Publishes a build as NAME-900.deb and a status file that names it with
+    // its digest; a build given as cut short is served that way.
+    void publish(const std::string& name, const std::string& build, const std::string& digest,
+                 bool cutShort = false) {
+        server_.put("files/" + name + "-900.deb" + (cutShort ? ".short" : ""), build);
+        server_.put("versions/QBX_current.txt",
+                    "9.0.0\r\n" + server_.url() + "files/" + name + "-@@@.deb " + digest + "\r\n");
+    }
+
+    test::HttpServer server_;
+    test::TempDir home_;
+    test::ShellRecordingPlatform platform_;
+    platform::ScopedPlatform installed_{platform_};
+    RecordingView view_;
+    RecordingEvents events_;
+    fSHAREDUpdater updater_{&view_, &events_};
+};
+
+TEST_F(UpdateServer, ChecksTheStatusFile) {
+    struct Case {
+        std::string status;
+        UpdateCheckResult result;
+        std::string shown;
+        bool dated;
+    } cases[] = {
+        {AppVersion() + "\r\nhttp://h/c-@@@.deb", UpdateCheckResult::UpToDate,
+         "Latest available version is " + AppVersion(), true},
+        {AppVersion() + "b\r\nhttp://h/c-@@@.deb", UpdateCheckResult::Newer,
+         "Version " + AppVersion() + "b is available!", true},
+        {"<html><body>Server error</body></html>", UpdateCheckResult::Failed,
+         "Could not retrieve update status", false},
+        {"garbage", UpdateCheckResult::Unreadable, "Could not read update status from file", false},
+        {"9.0.0", UpdateCheckResult::NoAddress,
+         "Update check failed, could not read download filename", false},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.status);
+        Settings().DeleteAllSettings();
+        sset("UpdateServer", server_.url());
+        server_.put("versions/QBX_current.txt", c.status);
+        EXPECT_EQ(updater_.CheckForUpdate(true), c.result);
+        EXPECT_TRUE(view_.showed(c.shown));
+        EXPECT_EQ(sget("LastUpdateCheck", "").toText(),
+                  c.dated ? DateTime::today().format("dd/mmm/yyyy") : "");
+    }
+    EXPECT_EQ(events_.status, "Version " + AppVersion() + "b is available!");
+    EXPECT_TRUE(platform_.prompts_.messages.empty()); // a quiet check asks nothing
+}
+
+TEST_F(UpdateServer, ShowsDetailsOrSaysTheyAreMissing) {
+    EXPECT_FALSE(updater_.cmdShowDetail()); // a 404
+    EXPECT_EQ(updater_.LastStatus(), "Unable to read data from server. Please check your "
+                                     "internet settings and try again.");
+    server_.put("versions/QBX_details.txt", "What is new:\r\n- faster\r\n");
+    EXPECT_TRUE(updater_.cmdShowDetail());
+    EXPECT_EQ(view_.details, "What is new:\r\n- faster\r\n");
+}
+
+TEST_F(UpdateServer, DownloadsOnlyWhatArrivedWholeAndMatches) {
+    const std::string build(300000, 'x');
+    const std::string good = platform::sha256Hex(build);
+    struct Case {
+        const char* name;
+        std::string file, digest;
+        bool cutShort, ok;
+        std::string shown;
+    } cases[] = {
+        {"complete", build, good, false, true, "File saved to " + view_.target},
+        {"short", build, good, true, false, "Error - Downloaded file is incomplete. Please retry"},
+        {"html", "<HTML><body>Not here</body></HTML>", good, false, false,
+         "Error - File not found on server."},
+        {"mismatch", build + "!", good, false, false,
+         "Error - The download does not match its published SHA-256 digest and was deleted. "
+         "Please retry later."},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        EraseFile(view_.target);
+        publish(c.name, c.file, c.digest, c.cutShort);
+        ASSERT_EQ(updater_.CheckForUpdate(true), UpdateCheckResult::Newer);
+        EXPECT_EQ(updater_.cmdDownload(), c.ok);
+        EXPECT_EQ(updater_.LastStatus(), c.shown);
+        EXPECT_EQ(FileExists(view_.target), c.ok);
+    }
+    EXPECT_EQ(view_.suggestedName, "mismatch-900.deb");
+    EXPECT_GT(view_.progressed, 0);
+}
+
+TEST_F(UpdateServer, InstallsOnlyACheckedDownload) {
+    const std::string build(5000, 'y');
+    publish("corva", build, platform::sha256Hex(build));
+    platform_.prompts_.answer = platform::Answer::Yes;
+    ASSERT_EQ(updater_.CheckForUpdate(true), UpdateCheckResult::Newer);
+    EXPECT_TRUE(updater_.cmdDownloadInstall());
+    EXPECT_EQ(events_.installed, AppPath() + "corva-900.deb");
+
+    // Without a digest the file is kept for the user to judge, never handed on.
+    events_.installed.clear();
+    server_.put("versions/QBX_current.txt", "9.0.0\r\n" + server_.url() + "files/corva-@@@.deb");
+    ASSERT_EQ(updater_.CheckForUpdate(true), UpdateCheckResult::Newer);
+    EXPECT_FALSE(updater_.cmdDownloadInstall());
+    EXPECT_EQ(events_.installed, "");
+    EXPECT_TRUE(FileExists(AppPath() + "corva-900.deb"));
+}
+
+TEST_F(UpdateServer, GoesThroughTheManualProxyWithItsLogin) {
+    test::HttpProxy proxy("alice", "s3cret");
+    ASSERT_TRUE(proxy.running());
+    ProxySettings s;
+    s.type = ProxySettings::Manual;
+    s.server = "127.0.0.1";
+    s.port = std::to_string(proxy.port());
+    s.user = "alice";
+    s.password = "wrong";
+    EXPECT_EQ(fSHAREDProxy::cmdOK(s, "s3cret"), "Your passwords don't match.  Please retype them.");
+    EXPECT_EQ(sget("ProxyType", 0).toLong(), 0);
+    s.password = "s3cret";
+    EXPECT_EQ(fSHAREDProxy::cmdOK(s, "s3cret"), "");
+    EXPECT_EQ(fSHAREDProxy::Load().password, "s3cret"); // no keyring here: kept in the file
+
+    server_.put("versions/QBX_current.txt", AppVersion() + "\r\nhttp://h/c.deb");
+    EXPECT_EQ(updater_.CheckForUpdate(true), UpdateCheckResult::UpToDate);
+    EXPECT_NE(proxy.log().find("GET " + server_.url() + "versions/QBX_current.txt"),
+              std::string::npos);
+}
+
+} // namespace
+} // namespace corva
