@@ -1044,8 +1044,9 @@ void frmMailer::Command(const std::string& key) {
             view_->OpenTool(key);
         else if (key == "newemail" || key == "reply" || key == "forward" || key == "contacts")
             openComposer(key, selectedPaths());
-        else
-            // tkl: its window comes later.
+        else if (key == "tkl") {
+            if (events_) events_->ShowTKL();
+        } else
             workInProgress();
     });
 }

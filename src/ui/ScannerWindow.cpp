@@ -122,6 +122,7 @@ ScannerWindow::ScannerWindow() {
     auto* lowerLayout = new QVBoxLayout(lower);
     lowerLayout->setContentsMargins(0, 0, 0, 0);
     auto* lblHeaders = new QLabel(QStringLiteral("Headers"));
+    lblHeaders->setObjectName(QStringLiteral("lblHeaders"));
     lblMessageNumber_ = new QLabel;
     lblMessageNumber_->setObjectName(QStringLiteral("lblMessageNumber"));
     auto* labels = new QHBoxLayout;
@@ -130,6 +131,7 @@ ScannerWindow::ScannerWindow() {
     labels->addWidget(lblMessageNumber_);
     lowerLayout->addLayout(labels);
     headers_ = new QPlainTextEdit;
+    headers_->setObjectName(QStringLiteral("txtHeaders"));
     headers_->setReadOnly(true);
     headers_->setPlaceholderText(
         QStringLiteral("Click an email in the list above to view the headers in this box."));
@@ -210,6 +212,7 @@ void ScannerWindow::buildToolbar() {
     entry("settings", "Settings");
     entry("checkupdate", "Check for updates");
     entry("log", "View log");
+    entry("tkl", "Reminders");
     entry("mailer", "Mailer");
     drop->addSeparator();
     entry("close", "Close to tray");
