@@ -21,6 +21,7 @@ bool CommandOnlyReads(const std::string& command, const std::vector<std::string>
         return true;
     if (command == "tickets")
         return !words.empty() && (words.front() == "list" || words.front() == "show");
+    if (command == "reminders") return !words.empty() && words.front() == "list";
     if (command == "contacts" || command == "account")
         return !words.empty() && words.front() == "list";
     if (command == "scan") return !has("--delete");

@@ -61,6 +61,9 @@ void MailerCycleLink::ShowSettings() {
 void MailerCycleLink::ShowScanner() {
     main_.View().ShowScanner();
 }
+void MailerCycleLink::ShowTKL() {
+    main_.starttkl();
+}
 void MailerCycleLink::EditFilters(bool isLocal, const std::string& fromPath) {
     if (fromPath.empty()) {
         main_.View().ShowRuleEditor(isLocal, nullptr, "");

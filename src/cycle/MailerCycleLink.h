@@ -29,6 +29,7 @@ public:
     void QuitProg() override;
     void ShowSettings() override;
     void ShowScanner() override;
+    void ShowTKL() override;
     void EditFilters(bool isLocal, const std::string& fromPath) override;
     void ShowTraining() override;
     void BounceMessage(const std::string& path) override;

@@ -17,6 +17,7 @@
 #include "core/mSHAREDSettings.h"
 #include "cycle/MailerCycleLink.h"
 #include "cycle/UpdateCheckLink.h"
+#include "cycle/frmMainReminders.h"
 #include "filters/frmFilters.h"
 #include "localise/modLanguages.h"
 #include "mailer/frmMailer.h"
@@ -139,6 +140,10 @@ void frmMain::startProgramSteps(const StartOptions& options) {
     view_->SplashStatus("Loading languages");
     StartLanguages();
 
+    view_->SplashStatus("Starting Reminders");
+    DoEvents();
+    startReminders();
+
     view_->SplashStatus("Configuring Updater");
     DoEvents();
     updateCheck_ = std::make_unique<UpdateCheckLink>(*view_);
@@ -215,6 +220,8 @@ void frmMain::startProgramSteps(const StartOptions& options) {
     }
 
     if (!options.headless) applyWindowGeometry();
+
+    scanReminders();
 
     if (sget("DisableAutoUpdateCheck", false).toBool()) {
         LogAction("Auto update disabled");
@@ -320,6 +327,7 @@ bool frmMain::exitprog() {
         savesettings();
         LogAction("Saving contacts");
         Contacts().SaveContacts();
+        shutDownReminders();
         LogAction("Unloading contacts");
         if (view_->MailerLoaded()) {
             LogAction("Hiding mailer");

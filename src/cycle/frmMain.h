@@ -20,6 +20,7 @@
 #include <optional>
 #include <string>
 #include <unordered_set>
+#include <vector>
 
 namespace corva {
 
@@ -27,6 +28,9 @@ class frmBayesFilter;
 class frmFilters;
 class frmMailer;
 class frmMailerEvents;
+class clsReminders;
+class ReminderLink;
+class ReminderView;
 class UpdateCheckLink;
 
 // Which accounts a cycle visits: every one in turn, or a single one.
@@ -144,6 +148,20 @@ public:
     void UploadMail();
     void notifyfinishedgettingmail(const std::string& text);
     void showmailerstatus(const std::string& text);
+
+    // ---- Reminders (frmMainReminders.cpp) ----
+    // The reminder object; null when it could not be started.
+    clsReminders* Reminders() { return tkl_.get(); }
+    // The window that shows the reminders; null shows nothing.
+    void setReminderView(ReminderView* view);
+    // The toolbar's reminder button and the mailer's ShowTKL.
+    void starttkl();
+    void TKL_TodaysEvents(const std::vector<std::string>& events);
+    void TKL_UpcomingEvents(const std::vector<std::string>& events);
+    void TKL_MailEvent(const std::string& subject, const std::string& alertId,
+                       const std::string& text);
+    // Forgets the alerts mailed on an earlier day.
+    void clearsentalerts();
 
     // ---- Windows opened from outside: a mail link, a message file ----
     // A composer for a new message with these fields filled in.
@@ -275,6 +293,10 @@ private:
     void SendingFinished() override;
 
     void startProgramSteps(const StartOptions& options);
+    // The reminder steps of start-up and shutdown.
+    void startReminders();
+    void scanReminders();
+    void shutDownReminders();
     // Step 14 of shutdown: the open windows, from the last down to the second.
     void unloadForms();
     void runFirstRun();
@@ -371,6 +393,12 @@ private:
     std::unordered_set<std::string> listedBefore_;
     int freshListed_ = 0;
     long savedAtCycleStart_ = 0;
+    // The reminders: the object, its events' link, its view, and whether
+    // today's events were shown once in this run.
+    std::unique_ptr<clsReminders> tkl_;
+    std::unique_ptr<ReminderLink> tklLink_;
+    ReminderView* reminderView_ = nullptr;
+    bool remindersShown_ = false;
     // The message folder fell back to the program folder for the rest of the run.
     bool messageFolderFellBack_ = false;
 };

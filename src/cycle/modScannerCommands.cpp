@@ -57,6 +57,8 @@ bool RunScannerCommand(frmMain& main, const std::string& key) {
         main.downloadmail(false);
     } else if (key == "settings") {
         main.showsettings();
+    } else if (key == "tkl") {
+        main.starttkl();
     } else if (key == "reinforce") {
         // The list is being rebuilt while a cycle checks; what it shows is no basis.
         if (main.Checking()) return true;

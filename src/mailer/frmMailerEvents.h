@@ -27,6 +27,7 @@ public:
     virtual void QuitProg() {}
     virtual void ShowSettings() {}
     virtual void ShowScanner() {}
+    virtual void ShowTKL() {}
     // The rule editor on the local or server set; with a message file, a
     // filter is proposed from that message.
     virtual void EditFilters(bool isLocal, const std::string& fromPath) {

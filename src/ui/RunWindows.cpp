@@ -10,6 +10,7 @@
 #include "ui/ErrorReportWindow.h"
 #include "ui/Icons.h"
 #include "ui/LanguageWalker.h"
+#include "ui/RemindersWindow.h"
 #include "ui/RunnerLink.h"
 #include "ui/ScannerWindow.h"
 
@@ -65,6 +66,8 @@ int RunWindows(int argc, char** argv, const std::string& home, const std::string
     ScannerWindow window;
     frmMain main(&window);
     window.attach(&main);
+    ScannerReminders reminders(window, main);
+    main.setReminderView(&reminders);
     // Served before start-up, so that a second start meanwhile waits its turn
     // instead of finding nobody.
     RunnerLink runner(window, main);

@@ -4,6 +4,7 @@
 #include "bayes/modMailSubs.h"
 #include "core/Account.h"
 #include "core/mSHAREDSettings.h"
+#include "cycle/UpdateCheckLink.h"
 #include "cycle/frmMain.h"
 #include "cycle/modScannerCommands.h"
 #include "filters/frmFilters.h"
@@ -26,6 +27,7 @@
 #include "ui/ScannerListModel.h"
 #include "ui/SettingsDialog.h"
 #include "ui/TextWindow.h"
+#include "ui/UpdaterWindow.h"
 
 #include <QApplication>
 #include <QCloseEvent>
@@ -120,6 +122,7 @@ ScannerWindow::ScannerWindow() {
     auto* lowerLayout = new QVBoxLayout(lower);
     lowerLayout->setContentsMargins(0, 0, 0, 0);
     auto* lblHeaders = new QLabel(QStringLiteral("Headers"));
+    lblHeaders->setObjectName(QStringLiteral("lblHeaders"));
     lblMessageNumber_ = new QLabel;
     lblMessageNumber_->setObjectName(QStringLiteral("lblMessageNumber"));
     auto* labels = new QHBoxLayout;
@@ -128,6 +131,7 @@ ScannerWindow::ScannerWindow() {
     labels->addWidget(lblMessageNumber_);
     lowerLayout->addLayout(labels);
     headers_ = new QPlainTextEdit;
+    headers_->setObjectName(QStringLiteral("txtHeaders"));
     headers_->setReadOnly(true);
     headers_->setPlaceholderText(
         QStringLiteral("Click an email in the list above to view the headers in this box."));
@@ -206,7 +210,9 @@ void ScannerWindow::buildToolbar() {
     entry("serverfilters", "Server filters");
     entry("localfilters", "Local filters");
     entry("settings", "Settings");
+    entry("checkupdate", "Check for updates");
     entry("log", "View log");
+    entry("tkl", "Reminders");
     entry("mailer", "Mailer");
     drop->addSeparator();
     entry("close", "Close to tray");
@@ -304,6 +310,9 @@ void ScannerWindow::act(const QString& key) {
         openMailer();
     } else if (key == "training") {
         ShowTrainingWindow();
+    } else if (key == "checkupdate") {
+        if (main_ && main_->UpdateCheck())
+            UpdaterWindow::open(main_->UpdateCheck()->Updater(), this).check();
     } else if (key == "filters" || key == "serverfilters" || key == "localfilters") {
         ShowRuleEditor(key == "localfilters", nullptr, "");
     } else if (key == "close") {

@@ -4,6 +4,7 @@
 // servers saw.
 #include "app/CommandLine.h"
 #include "AppRunner.h"
+#include "core/DateTime.h"
 #include "core/FileSubs.h"
 #include "core/Startup.h"
 #include "core/Strings.h"
@@ -173,6 +174,43 @@ TEST_F(CommandLine, ComposedMessageIsSentAndFiledInSentItems) {
                              "\r\n\r\nFirst line.\r\n", "Bob wrote: \r\n\r\n> Friday?\r\n> \r\n"})
         EXPECT_NE(spooled.find(text), std::string::npos) << text << spooled;
     EXPECT_NE(readFile(original).find("X-Message-Replied: 1"), std::string::npos);
+}
+
+// An event today with an alarm: the pane's lines, and after sends on the same
+// day exactly one reminder mail at the server; events added and removed.
+TEST_F(CommandLine, RemindersShowTodayAndMailEachAlarmOnce) {
+    SmtpServer smtp;
+    ASSERT_TRUE(smtp.running()) << "aiosmtpd did not start";
+    settings("SMTP0,127.0.0.1\r\nSMTPPORT0," + std::to_string(smtp.port()) +
+             "\r\nREPLYADDRESS0,ann@example.com\r\nMAILTIMEOUT,20\r\n");
+    const std::string today = DateTime::today().format("yyyymmdd");
+    writeFile(home_.file("reminders.ics"),
+              "BEGIN:VCALENDAR\nVERSION:2.0\nBEGIN:VEVENT\nUID:rent@example\nDTSTART;VALUE=DATE:" +
+                  today +
+                  "\nSUMMARY:Pay rent\nBEGIN:VALARM\nACTION:DISPLAY\nTRIGGER:PT0M\n"
+                  "END:VALARM\nEND:VEVENT\nEND:VCALENDAR\n");
+    Outcome list = run({"reminders", "list"});
+    ASSERT_EQ(list.status, 0) << list.err;
+    EXPECT_EQ(list.out.rfind("TODAY: Pay rent\n", 0), 0u) << list.out;
+    EXPECT_TRUE(emlFiles(messages("Outbox")).empty()) << "listing writes nothing";
+
+    for (int i = 0; i < 2; ++i) {
+        Outcome send = run({"send"});
+        ASSERT_EQ(send.status, 0) << send.err;
+    }
+    ASSERT_EQ(smtp.messageCount(), 1);
+    EXPECT_NE(smtp.message(1).find("Subject: Reminder: Pay rent"), std::string::npos);
+    EXPECT_NE(smtp.envelope(1).find("ann@example.com"), std::string::npos);
+
+    Outcome add = run({"reminders", "add", "--title", "Dentist", "--at", "2030-01-02 09:30",
+                       "--repeat", "weekly", "--alarm", "15"});
+    ASSERT_EQ(add.status, 0) << add.err;
+    const std::string uid = add.out.substr(0, add.out.find('\n'));
+    EXPECT_NE(run({"reminders", "list"}).out.find(uid + "\t2030-01-02 09:30\tweekly\t15\tDentist"),
+              std::string::npos);
+    EXPECT_EQ(run({"reminders", "remove", uid}).status, 0);
+    EXPECT_NE(run({"reminders", "list"}).out.find("1 event\n"), std::string::npos);
+    EXPECT_EQ(run({"reminders", "add", "--title", "x", "--at", "2030-02-30"}).status, 2);
 }
 
 // A stranger's subject carrying terminal escapes (set the title, colour, then

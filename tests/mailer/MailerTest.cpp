@@ -338,11 +338,11 @@ TEST_F(MailerTest, ToolbarKeys) {
     add("Inbox/", "a.eml", "alpha", false);
     add("Inbox/", "b.eml", "beta", true);
     open();
-    for (const char* key : {"tkl"}) {
+    // The reminders are frmMain's (ShowTKL); only a key nobody knows is still to come.
+    for (const char* key : {"tkl", "nosuchkey"}) {
         platform_.prompts_.messages.clear();
         mailer_->Command(key);
-        EXPECT_EQ(platform_.prompts_.messages, (std::vector<std::string>{WorkInProgressText}))
-            << key;
+        EXPECT_EQ(platform_.prompts_.messages.size(), std::string(key) == "tkl" ? 0u : 1u) << key;
     }
     // The composer's keys open it on the first selected message.
     view_.selection = {1};

@@ -4,9 +4,11 @@
 #include "ui/UiFixture.h"
 
 #include "core/Account.h"
+#include "core/DateTime.h"
 #include "support/DovecotServer.h"
 #include "support/TestCertificates.h"
 #include "ui/MailerPreview.h"
+#include "ui/RemindersWindow.h"
 
 #include <QAction>
 #include <QApplication>
@@ -20,6 +22,7 @@
 #include <QShortcut>
 #include <QTimer>
 #include <QTreeView>
+#include <QTreeWidget>
 
 #include <algorithm>
 
@@ -446,6 +449,58 @@ TEST_F(TrustDialogTest, RefuseTrustAndAChangedCertificate) {
     EXPECT_NE(notices().find("has changed since you trusted it, and is refused"), std::string::npos)
         << notices();
     saveScreenshot(*window, "trust-changed");
+}
+
+} // namespace
+} // namespace corva::test
+
+namespace corva::test {
+namespace {
+
+// Today's events in the header pane and the reminder view at start; the event
+// window adds and deletes in reminders.ics.
+TEST_F(ScannerFixture, RemindersShowTodayAndTheEventWindowEditsTheFile) {
+    const std::string today = DateTime::today().format("yyyymmdd");
+    writeFile(dir.file("reminders.ics"),
+              "BEGIN:VCALENDAR\r\nBEGIN:VEVENT\r\nUID:s\r\nDTSTART;VALUE=DATE:" + today +
+                  "\r\nSUMMARY:Quarterly report due\r\nEND:VEVENT\r\nBEGIN:VEVENT\r\nUID:t\r\n"
+                  "DTSTART:" +
+                  today +
+                  "T000000\r\nSUMMARY:Team standup\r\nLOCATION:Room 4\r\nEND:VEVENT\r\n"
+                  "END:VCALENDAR\r\n");
+    window = std::make_unique<ui::ScannerWindow>();
+    main = std::make_unique<frmMain>(window.get());
+    window->attach(main.get());
+    ui::ScannerReminders reminders(*window, *main);
+    main->setReminderView(&reminders);
+    frmMain::StartOptions options;
+    options.autoScan = frmMain::AutoScan::Off;
+    main->StartProgram(options);
+    window->show();
+    EXPECT_EQ(window->findChild<QLabel*>("lblHeaders")->text(), "Events:");
+    EXPECT_EQ(window->headersText(),
+              "TODAY: Quarterly report due\nTODAY: 00:00 Team standup (Room 4)\n");
+    ASSERT_TRUE(reminders.reminder());
+    EXPECT_TRUE(reminders.reminder()->isVisible());
+    saveScreenshot(*reminders.reminder(), "event_reminder");
+
+    main->starttkl();
+    ui::RemindersWindow* editor = reminders.editor();
+    ASSERT_TRUE(editor);
+    EXPECT_EQ(editor->list()->topLevelItemCount(), 2);
+    editor->fill("Dentist", QDateTime(QDate(2030, 1, 2), QTime(9, 30)), false, 2, 30);
+    ASSERT_TRUE(editor->cmdSave_Click());
+    ASSERT_EQ(editor->list()->topLevelItemCount(), 3);
+    editor->list()->setCurrentItem(editor->list()->topLevelItem(2));
+    editor->show();
+    saveScreenshot(*editor, "reminders_window");
+    const std::string file = readFile(dir.file("reminders.ics"));
+    for (const char* line :
+         {"SUMMARY:Dentist", "DTSTART:20300102T093000", "RRULE:FREQ=WEEKLY", "TRIGGER:-PT30M"})
+        EXPECT_NE(file.find(line), std::string::npos) << line << file;
+    ASSERT_TRUE(editor->cmdDelete_Click());
+    EXPECT_EQ(readFile(dir.file("reminders.ics")).find("Dentist"), std::string::npos);
+    main->setReminderView(nullptr);
 }
 
 } // namespace
