@@ -251,6 +251,7 @@ const std::vector<std::string>& MessageTexts() {
     // after ": " is looked up by its label.
     static const std::vector<std::string> texts{"Loading settings",
                                                 "Loading languages",
+                                                "Starting Reminders",
                                                 "Configuring Updater",
                                                 "Loading Contacts",
                                                 "Loading Filters",

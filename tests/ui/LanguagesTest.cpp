@@ -22,6 +22,7 @@
 #include "ui/LogViewer.h"
 #include "ui/MailerListModel.h"
 #include "ui/MailerWindow.h"
+#include "ui/RemindersWindow.h"
 #include "ui/RuleEditorWindow.h"
 #include "ui/SettingsDialog.h"
 #include "ui/TextWindow.h"
@@ -171,6 +172,8 @@ std::vector<std::unique_ptr<QWidget>> everyWindow(frmMain& main) {
     windows.push_back(std::make_unique<ui::TrainingWindow>(main.BayesFilter()));
     windows.push_back(std::make_unique<ui::UpdaterWindow>(main.UpdateCheck()->Updater()));
     windows.push_back(std::make_unique<ui::ProxyDialog>());
+    if (main.Reminders())
+        windows.push_back(std::make_unique<ui::RemindersWindow>(*main.Reminders()));
     return windows;
 }
 
