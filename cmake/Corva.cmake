@@ -24,6 +24,7 @@ function(corva_test name)
     endif()
     add_executable(test_${name} ${sources})
     target_link_libraries(test_${name} PRIVATE ${ARG_DEPS} corva_test_support GTest::gtest)
+    target_precompile_headers(test_${name} REUSE_FROM corva_test_support)
     gtest_discover_tests(test_${name} DISCOVERY_TIMEOUT 60
         PROPERTIES LABELS "${name};${ARG_LABELS}"
         ENVIRONMENT "CORVA_SOURCE_DIR=${PROJECT_SOURCE_DIR};QT_QPA_PLATFORM=offscreen")

@@ -251,6 +251,7 @@ const std::vector<std::string>& MessageTexts() {
     // after ": " is looked up by its label.
     static const std::vector<std::string> texts{"Loading settings",
                                                 "Loading languages",
+                                                "Configuring Updater",
                                                 "Loading Contacts",
                                                 "Loading Filters",
                                                 "Applying Settings",

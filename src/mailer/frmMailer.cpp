@@ -677,7 +677,8 @@ void frmMailer::markselectedReadUnread(bool read) {
         view_->SetBusy(true);
         std::vector<std::string> paths;
         for (long r : rows) paths.push_back(rows_[static_cast<size_t>(r)].Path);
-        std::vector<std::string> now = MarkMessagesReadUnread(caches_, openFolder_, paths, read);
+        std::vector<std::string> now =
+            MarkMessagesReadUnread(caches_, openFolder_, paths, read, &replaced_);
         for (size_t i = 0; i < rows.size() && i < now.size(); ++i) {
             MailerRow& row = rows_[static_cast<size_t>(rows[i])];
             if (row.Unread == read) unreadCount_ += read ? -1 : 1;

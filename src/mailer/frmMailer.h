@@ -9,6 +9,7 @@
 #include "platform/Platform.h"
 #include "store/FolderCaches.h"
 #include "store/MailerListener.h"
+#include "store/ReplacedFiles.h"
 
 #include <memory>
 #include <string>
@@ -176,6 +177,7 @@ private:
     void openComposer(const std::string& key, const std::vector<std::string>& paths);
 
     FolderCaches& caches_;
+    ReplacedFiles replaced_; // the old files of a marking, removed while idle
     clsMailer mailer_;
     frmMailerView noView_;
     frmMailerView* view_ = &noView_;

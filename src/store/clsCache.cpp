@@ -91,14 +91,47 @@ std::string clsCache::MakeMessageID() {
            std::to_string(below(random_)) + ">";
 }
 
+namespace {
+
+// CacheField appended in place: most fields hold nothing it changes, and a
+// folder of many thousand rows is written whole at every marking.
+void appendField(std::string& out, const std::string& text) {
+    if (text.find_first_of(std::string_view("\r\n\0|", 4)) == std::string::npos)
+        out += text;
+    else
+        out += clsCache::CacheField(text);
+}
+
+void appendRow(std::string& out, const clsMessage& m) {
+    const std::string_view sep = CacheSeparator;
+    out += flag16(m.Read);
+    out += sep;
+    out += flag16(m.Replied);
+    out += sep;
+    out += singleText(m.Size);
+    out += sep;
+    for (const std::string* field : {&m.From, &m.To_Email, &m.SendDate, &m.ReceiveDate}) {
+        appendField(out, *field);
+        out += sep;
+    }
+    out += singleText(m.Bayes);
+    out += sep;
+    out += flag16(m.HighPriority);
+    out += sep;
+    appendField(out, m.Filename());
+    out += sep;
+    appendField(out, m.MessageID);
+    out += sep;
+    appendField(out, m.Subject);
+    out += "\r\n";
+}
+
+} // namespace
+
 std::string clsCache::CacheRow(const clsMessage& m) {
-    const std::string sep = CacheSeparator;
-    std::string line =
-        flag16(m.Read) + sep + flag16(m.Replied) + sep + singleText(m.Size) + sep +
-        CacheField(m.From) + sep + CacheField(m.To_Email) + sep + CacheField(m.SendDate) + sep +
-        CacheField(m.ReceiveDate) + sep + singleText(m.Bayes) + sep + flag16(m.HighPriority) + sep +
-        CacheField(m.Filename()) + sep + CacheField(m.MessageID) + sep + CacheField(m.Subject);
-    return line + "\r\n";
+    std::string line;
+    appendRow(line, m);
+    return line;
 }
 
 std::string clsCache::CacheField(const std::string& text) {
@@ -277,7 +310,8 @@ void clsCache::WriteCache() {
             return;
         }
         std::string text = std::string(CacheHeaderLine) + "\r\n";
-        for (const auto& entry : items_) text += CacheRow(*entry);
+        text.reserve(static_cast<size_t>(items_.Count()) * 200);
+        for (const auto& entry : items_) appendRow(text, *entry);
         // A cache that can't be written is simply not written; it is rebuilt next time.
         WriteFileAtomically(cacheFile_, text, false);
     });

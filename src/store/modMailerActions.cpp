@@ -43,7 +43,8 @@ bool isFileNamed(const std::string& path) {
 } // namespace
 
 std::vector<std::string> MarkMessagesReadUnread(FolderCaches& caches, const std::string& rawFolder,
-                                                const std::vector<std::string>& files, bool read) {
+                                                const std::vector<std::string>& files, bool read,
+                                                ReplacedFiles* replaced) {
     std::vector<std::string> paths = files;
     busymouse();
     guarded("markselectedreadunread", kModule, [&] {
@@ -57,7 +58,7 @@ std::vector<std::string> MarkMessagesReadUnread(FolderCaches& caches, const std:
         std::vector<std::string> known;
         for (size_t i = 0; i < files.size(); ++i) {
             guarded("markselectedreadunread", kModule, [&] {
-                auto message = readfullmessage(files[i]);
+                auto message = readmessageforsaving(files[i]);
                 if (message->Filename().empty()) return;
                 known.push_back(files[i]);
                 if (message->Read == read) {
@@ -72,7 +73,7 @@ std::vector<std::string> MarkMessagesReadUnread(FolderCaches& caches, const std:
         if (index >= 0) caches.Item(index).MarkMsgsReadUnread(known, read);
         std::vector<const clsMessage*> batch;
         for (const auto& m : changing) batch.push_back(m.get());
-        savemessages(batch);
+        savemessages(batch, replaced);
         for (size_t k = 0; k < changing.size(); ++k) {
             // A file whose new text could not be written keeps its old name.
             if (!isFileNamed(changing[k]->Filename())) continue;
@@ -80,7 +81,8 @@ std::vector<std::string> MarkMessagesReadUnread(FolderCaches& caches, const std:
             count += read ? -1 : 1;
         }
         if (index >= 0) caches.Item(index).WriteCache();
-        DeleteUnreadTag(folder);
+        // Written over in place: removing it first would make finding its
+        // name again a search of the whole folder.
         createunreadtag(folder, count < 0 ? 0 : count);
     });
     normalmouse();

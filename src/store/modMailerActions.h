@@ -10,11 +10,14 @@
 
 namespace corva {
 
+class ReplacedFiles;
+
 // Marks the files of a folder read or unread (each file renamed to the case of
 // its new state) and writes the folder's unread count. Gives the new paths, in
-// the order given.
+// the order given. The old files are set aside in replaced when given.
 std::vector<std::string> MarkMessagesReadUnread(FolderCaches& caches, const std::string& folder,
-                                                const std::vector<std::string>& files, bool read);
+                                                const std::vector<std::string>& files, bool read,
+                                                ReplacedFiles* replaced = nullptr);
 
 // The Delete key: in the Deleted folder a file goes for good; elsewhere it
 // moves to Deleted under its own name ("_1", "_2" ... before the extension on a

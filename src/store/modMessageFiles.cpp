@@ -1,5 +1,7 @@
 #include "store/modMessageFiles.h"
 
+#include "store/ReplacedFiles.h"
+
 #include "core/DateTime.h"
 #include "core/ErrorHandler.h"
 #include "core/FileSubs.h"
@@ -52,7 +54,12 @@ bool isFile(const std::string& path) {
 
 } // namespace
 
-std::shared_ptr<clsMessage> readmessage(const std::string& rawPath, bool headerOnly) {
+namespace {
+
+enum class Reading { Header, Whole, WholeHeaderParsed };
+
+std::shared_ptr<clsMessage> readAs(const std::string& rawPath, Reading reading) {
+    const bool headerOnly = reading == Reading::Header;
     auto message = std::make_shared<clsMessage>();
     guarded("readmessage", kModule, [&] {
         std::string path = ResolvePath(rawPath);
@@ -84,7 +91,7 @@ std::shared_ptr<clsMessage> readmessage(const std::string& rawPath, bool headerO
                 text = Left(text, blank) + "\r\n\r\n ";
             }
         }
-        message->CreateFromText(text, headerOnly);
+        message->CreateFromText(text, reading != Reading::Whole);
         message->setFilename(path);
         if (message->ReceiveDate.empty())
             message->ReceiveDate = written.format("yyyy-mm-dd hh:nn:ss");
@@ -92,6 +99,16 @@ std::shared_ptr<clsMessage> readmessage(const std::string& rawPath, bool headerO
         message->Size = size == 0 ? 1.0f : size;
     });
     return message;
+}
+
+} // namespace
+
+std::shared_ptr<clsMessage> readmessage(const std::string& path, bool headerOnly) {
+    return readAs(path, headerOnly ? Reading::Header : Reading::Whole);
+}
+
+std::shared_ptr<clsMessage> readmessageforsaving(const std::string& path) {
+    return readAs(path, Reading::WholeHeaderParsed);
 }
 
 std::shared_ptr<clsMessage> readmessageheader(const std::string& path) {
@@ -160,7 +177,7 @@ void savemessage(const clsMessage& message) {
     });
 }
 
-void savemessages(const std::vector<const clsMessage*>& messages) {
+void savemessages(const std::vector<const clsMessage*>& messages, ReplacedFiles* replaced) {
     guarded("savemessage", kModule, [&] {
         std::vector<SavePlan> plans;
         for (const clsMessage* message : messages)
@@ -177,8 +194,14 @@ void savemessages(const std::vector<const clsMessage*>& messages) {
         std::vector<bool> done(plans.size(), true);
         for (size_t k = 0; k < writing.size(); ++k)
             done[writing[k]] = k < written.size() && written[k];
-        for (size_t i = 0; i < plans.size(); ++i)
-            if (done[i]) removeOthers(plans[i]);
+        for (size_t i = 0; i < plans.size(); ++i) {
+            if (!done[i]) continue;
+            if (!replaced) {
+                removeOthers(plans[i]);
+                continue;
+            }
+            for (const std::string& other : plans[i].others) replaced->setAside(other);
+        }
     });
 }
 

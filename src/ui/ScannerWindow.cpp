@@ -4,6 +4,7 @@
 #include "bayes/modMailSubs.h"
 #include "core/Account.h"
 #include "core/mSHAREDSettings.h"
+#include "cycle/UpdateCheckLink.h"
 #include "cycle/frmMain.h"
 #include "cycle/modScannerCommands.h"
 #include "filters/frmFilters.h"
@@ -26,6 +27,7 @@
 #include "ui/ScannerListModel.h"
 #include "ui/SettingsDialog.h"
 #include "ui/TextWindow.h"
+#include "ui/UpdaterWindow.h"
 
 #include <QApplication>
 #include <QCloseEvent>
@@ -208,6 +210,7 @@ void ScannerWindow::buildToolbar() {
     entry("serverfilters", "Server filters");
     entry("localfilters", "Local filters");
     entry("settings", "Settings");
+    entry("checkupdate", "Check for updates");
     entry("log", "View log");
     entry("tkl", "Reminders");
     entry("mailer", "Mailer");
@@ -307,6 +310,9 @@ void ScannerWindow::act(const QString& key) {
         openMailer();
     } else if (key == "training") {
         ShowTrainingWindow();
+    } else if (key == "checkupdate") {
+        if (main_ && main_->UpdateCheck())
+            UpdaterWindow::open(main_->UpdateCheck()->Updater(), this).check();
     } else if (key == "filters" || key == "serverfilters" || key == "localfilters") {
         ShowRuleEditor(key == "localfilters", nullptr, "");
     } else if (key == "close") {

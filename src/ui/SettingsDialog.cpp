@@ -2,6 +2,7 @@
 
 #include "localise/modLanguages.h"
 #include "ui/DisplayText.h"
+#include "ui/UpdaterWindow.h"
 
 #include <QCheckBox>
 #include <QComboBox>
@@ -221,6 +222,10 @@ QWidget* SettingsDialog::buildCheckingPage() {
         addBox("AutoUpdateCheck", QStringLiteral("Automatically Check for Corva updates")),
         addBox("NotifyNewMail", QStringLiteral("Show a desktop notification for new mail"))};
     for (int i = 0; i < boxes.size(); ++i) grid->addWidget(boxes[i], i % 4, i / 4);
+    auto* proxy = new QPushButton(QStringLiteral("Proxy Settings..."));
+    proxy->setObjectName(QStringLiteral("cmdProxy"));
+    connect(proxy, &QPushButton::clicked, this, [this] { ProxyDialog(this).exec(); });
+    grid->addWidget(proxy, 4, 0);
     layout->addWidget(options);
 
     auto* bounces = new QGroupBox(QStringLiteral("Bounced messages"));

@@ -62,6 +62,14 @@ void fSHAREDInternet::status(const std::string& text) {
 }
 
 void fSHAREDInternet::run(const std::string& url) {
+    // A check from the timer may come while the window's command waits on
+    // its own transfer: the second one is refused, not started over it.
+    if (transfer_) {
+        last_ = {};
+        last_.failed = true;
+        last_.error = "Another transfer is under way";
+        return;
+    }
     last_ = {};
     done_ = false;
     received_ = 0;
@@ -92,6 +100,11 @@ std::string fSHAREDInternet::openurl(const std::string& url) {
 
 DownloadResult fSHAREDInternet::downloadfile(const std::string& url, const std::string& path) {
     DownloadResult out;
+    if (transfer_) {
+        out.http.failed = true;
+        out.http.error = "Another transfer is under way";
+        return out;
+    }
     guarded("downloadfile", Module, [&] {
         platform::FileResult opened;
         file_ = platform::current().files().openOverwrite(path, opened);

@@ -190,6 +190,10 @@ std::string fSHAREDUpdater::downloadName() const {
 
 bool fSHAREDUpdater::cmdDownload() {
     return guardedValue("cmdDownload", Module, false, [&] {
+        if (available_.address.empty()) { // no check has named a build yet
+            show("No address specified");
+            return false;
+        }
         const std::string path = view_->ChooseSaveFile(downloadName());
         if (path.empty()) return false;
         if (!DownloadFile(available_.address, path)) return false;

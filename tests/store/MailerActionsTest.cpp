@@ -5,6 +5,9 @@
 #include "core/FileSubs.h"
 #include "core/Globals.h"
 #include "core/Strings.h"
+#include "platform/Files.h"
+#include "platform/Platform.h"
+#include "store/ReplacedFiles.h"
 #include "store/modMailerActions.h"
 #include "store/modTags.h"
 
@@ -38,20 +41,35 @@ std::vector<std::string> filesIn(const std::string& folder) {
 } // namespace
 
 TEST_F(StoreTest, MarkingRenamesFilesAndRewritesTheCount) {
-    std::string a = addMessage("Inbox/", "A.EML", msg("a", false));
+    MessageSpec encoded = msg("a", false);
+    encoded.body =
+        "--b\r\nContent-Transfer-Encoding: quoted-printable\r\n\r\nGr=C3=BC=\r\n\x01--b--";
+    std::string a = addMessage("Inbox/", "A.EML", encoded);
     std::string b = addMessage("Inbox/", "b.eml", msg("b", true));
     createunreadtag(inbox(), 1);
     FolderCaches caches;
     int i = caches.createcache(nullptr, inbox(), "Inbox");
 
+    const std::string before = readFile(a);
     auto paths = MarkMessagesReadUnread(caches, inbox(), {a, b}, true);
     EXPECT_EQ(paths, (std::vector<std::string>{inbox() + "a.eml", b}));
     EXPECT_EQ(filesIn(inbox()), (std::vector<std::string>{"a.eml", "b.eml"}));
+    // The body is written back byte for byte; only the flag line is new.
+    const size_t blank = before.find("\r\n\r\n");
+    EXPECT_EQ(readFile(inbox() + "a.eml"),
+              before.substr(0, blank) + "\r\nX-Message-Read: 1" + before.substr(blank));
     EXPECT_EQ(readunreadtag(inbox()), 0);
     for (const auto& m : caches.Item(i)) EXPECT_TRUE(m->Read) << m->Subject;
 
-    MarkMessagesReadUnread(caches, inbox(), {inbox() + "a.eml", b}, false);
+    // Set aside, the old files leave the folder at once and go later.
+    ReplacedFiles replaced;
+    MarkMessagesReadUnread(caches, inbox(), {inbox() + "a.eml", b}, false, &replaced);
     EXPECT_EQ(filesIn(inbox()), (std::vector<std::string>{"A.EML", "B.EML"}));
+    EXPECT_EQ(replaced.pending(), 2u);
+    EXPECT_TRUE(replaced.removeSome(1000));
+    EXPECT_EQ(replaced.pending(), 0u);
+    const std::string aside = platform::current().files().privateTempFolder();
+    EXPECT_TRUE(fs::is_empty(aside)) << aside;
     EXPECT_EQ(readunreadtag(inbox()), 2);
     // The cache file agrees with the files.
     EXPECT_NE(readFile(inbox() + "cache.csv").find(inbox() + "A.EML"), std::string::npos);

@@ -6,6 +6,7 @@
 #include "core/AppInfo.h"
 #include "core/Strings.h"
 #include "core/mSHAREDLogging.h"
+#include "cycle/UpdateCheckLink.h"
 #include "cycle/modScannerCommands.h"
 #include "localise/modLanguages.h"
 #include "mailer/frmAttachWarning.h"
@@ -26,6 +27,7 @@
 #include "ui/TextWindow.h"
 #include "ui/ToolWindows.h"
 #include "ui/TrainingWindow.h"
+#include "ui/UpdaterWindow.h"
 
 #include <QApplication>
 #include <QComboBox>
@@ -167,6 +169,8 @@ std::vector<std::unique_ptr<QWidget>> everyWindow(frmMain& main) {
     static frmMailMerge merge;
     windows.push_back(std::make_unique<ui::MailMergeDialog>(merge));
     windows.push_back(std::make_unique<ui::TrainingWindow>(main.BayesFilter()));
+    windows.push_back(std::make_unique<ui::UpdaterWindow>(main.UpdateCheck()->Updater()));
+    windows.push_back(std::make_unique<ui::ProxyDialog>());
     return windows;
 }
 

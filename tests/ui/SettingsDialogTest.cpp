@@ -2,14 +2,23 @@
 // refusals with their texts, and what reaches Corva.ini on OK and on Finish.
 #include "ui/UiFixture.h"
 
+#include "core/AppInfo.h"
 #include "core/cSHAREDSettings.h"
+#include "cycle/UpdateCheckLink.h"
+#include "platform/Crypto.h"
+#include "support/HttpServer.h"
 #include "ui/AccountWizardDialog.h"
 #include "ui/SettingsDialog.h"
+#include "ui/UpdaterWindow.h"
 
 #include <QCheckBox>
 #include <QComboBox>
 #include <QLineEdit>
 #include <QListWidget>
+#include <QPlainTextEdit>
+#include <QProgressBar>
+#include <QPushButton>
+#include <QRadioButton>
 #include <QTabWidget>
 
 namespace corva::test {
@@ -133,6 +142,46 @@ TEST_F(SettingsDialogTest, AMissingSpamArchiveIsResetAndOkStillCompletes) {
 }
 
 // The wizard runs before any settings exist.
+TEST_F(SettingsDialogTest, UpdaterShowsDetailsDownloadsAndTheProxyRefusesUnequalPasswords) {
+    HttpServer server;
+    ASSERT_TRUE(server.running());
+    const std::string build(200000, 'z');
+    server.put("files/corva-900.deb", build);
+    server.put("versions/QBX_current.txt",
+               "9.0.0\r\n" + server.url() + "files/corva-@@@.deb " + platform::sha256Hex(build));
+    server.put("versions/QBX_details.txt", "Corva 9.0.0\r\n\r\n- Faster scans\r\n");
+    sset("UpdateServer", server.url());
+    platform_.prompts_.answer = platform::Answer::Yes; // see the details, install
+
+    ui::UpdaterWindow& updater =
+        ui::UpdaterWindow::open(main->UpdateCheck()->Updater(), window.get());
+    updater.check();
+    EXPECT_EQ(updater.findChild<QPlainTextEdit*>("txtDetails")->toPlainText(),
+              "Corva 9.0.0\n\n- Faster scans\n");
+    saveScreenshot(updater, QStringLiteral("updater-details"));
+    updater.findChild<QPushButton*>("cmdDownloadInstall")->click();
+    EXPECT_EQ(updater.findChild<QProgressBar*>("prgDownload")->value(), 100);
+    EXPECT_TRUE(FileExists(AppPath() + "corva-900.deb"));
+    saveScreenshot(updater, QStringLiteral("updater-downloaded"));
+
+    ui::ProxyDialog proxy(dialog.get());
+    proxy.show();
+    proxy.findChild<QRadioButton*>("optManual")->setChecked(true);
+    proxy.findChild<QLineEdit*>("txtServer")->setText("proxy.example.test");
+    proxy.findChild<QLineEdit*>("txtPassword")->setText("one");
+    proxy.findChild<QLineEdit*>("txtConfirm")->setText("two");
+    saveScreenshot(proxy, QStringLiteral("proxy-settings"));
+    EXPECT_FALSE(proxy.save());
+    EXPECT_EQ(prompts().back(), "Your passwords don't match.  Please retype them.");
+    EXPECT_EQ(sget("ProxyServer", "").toText(), "");
+    proxy.findChild<QLineEdit*>("txtPassword")->setText("one");
+    proxy.findChild<QLineEdit*>("txtConfirm")->setText("one");
+    EXPECT_TRUE(proxy.save());
+    EXPECT_EQ(sget("ProxyType", 0).toLong(), 2);
+    EXPECT_EQ(sget("ProxyServer", "").toText(), "proxy.example.test");
+    updater.close();
+}
+
 class AccountWizardTest : public ::testing::Test {
 protected:
     AccountWizardTest() : scoped_(platform_) {}

@@ -6,6 +6,7 @@
 #include "core/Variant.h"
 #include "core/mSHAREDSettings.h"
 #include "cycle/UpdateCheckLink.h"
+#include "cycle/frmMainView.h"
 #include "platform/Crypto.h"
 #include "support/HttpServer.h"
 #include "support/RecordingPlatform.h"
@@ -217,6 +218,38 @@ TEST_F(UpdateServer, InstallsOnlyACheckedDownload) {
     EXPECT_FALSE(updater_.cmdDownloadInstall());
     EXPECT_EQ(events_.installed, "");
     EXPECT_TRUE(FileExists(AppPath() + "corva-900.deb"));
+}
+
+TEST_F(UpdateServer, TheTimerChecksOnceWhenDueAndShowsANewVersionInTheStatusBar) {
+    struct Panels : frmMainView {
+        void SetStatusPanel(int panel, const std::string& text) override {
+            if (panel == 3) updater = text;
+        }
+        std::string updater;
+    } panels;
+    server_.put("versions/QBX_current.txt", "9.0.0\r\nhttp://h/c-@@@.deb");
+    const std::string today = DateTime::today().format("dd/mmm/yyyy");
+    const std::string lastWeek = DateTime::today().addDays(-7).format("dd/mmm/yyyy");
+    struct Case {
+        bool disabled;
+        std::string last, shown, stored;
+    } cases[] = {
+        {true, lastWeek, "", lastWeek},
+        {false, today, "", today},
+        {false, lastWeek, "Version 9.0.0 is available!", today},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.last);
+        panels.updater.clear();
+        sset("DisableAutoUpdateCheck", c.disabled);
+        sset("LastUpdateCheck", c.last);
+        UpdateCheckLink link(panels);
+        link.StartTimer();
+        link.TimerUpdateCheck_Timer();
+        EXPECT_FALSE(link.TimerEnabled()); // once only
+        EXPECT_EQ(panels.updater, c.shown);
+        EXPECT_EQ(sget("LastUpdateCheck", "").toText(), c.stored);
+    }
 }
 
 TEST_F(UpdateServer, GoesThroughTheManualProxyWithItsLogin) {
