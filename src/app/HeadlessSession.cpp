@@ -1,5 +1,7 @@
 #include "app/HeadlessSession.h"
 
+#include "core/ErrorReport.h"
+
 #include "app/Command.h"
 #include "app/ScanPrinter.h"
 #include "core/Account.h"
@@ -56,6 +58,8 @@ void HeadlessSession::start(frmMainView* view, frmMain::AutoScan autoScan,
                             std::optional<int16_t> delaySeconds) {
     programFolder_ = ChooseProgramFolder(HomeOption());
     SetAppPath(programFolder_);
+    // No window: a report is one block on standard error, never a dialog.
+    SetErrorReportHandler(ConsoleErrorReport);
     main_ = std::make_unique<frmMain>(view);
     frmMain::StartOptions options;
     options.headless = true;
@@ -66,6 +70,7 @@ void HeadlessSession::start(frmMainView* view, frmMain::AutoScan autoScan,
 
 HeadlessSession::~HeadlessSession() {
     shutdown();
+    SetErrorReportHandler({});
 }
 
 void HeadlessSession::shutdown() {

@@ -1,5 +1,6 @@
 #include "core/ErrorHandler.h"
 
+#include "core/ErrorReport.h"
 #include "core/mSHAREDLogging.h"
 
 #include <new>
@@ -50,14 +51,15 @@ int errorNumber(const std::exception& e) {
     return Err::InvalidCall;
 }
 
+std::string errorText(const std::exception& e) {
+    // Library exceptions carry library words; the ring and the report speak the program's own.
+    if (dynamic_cast<const RunError*>(&e)) return e.what();
+    return errorDescription(errorNumber(e));
+}
+
 void HandleError(const std::exception& e, const std::string& procedure, const std::string& module) {
     try {
-        int number = errorNumber(e);
-        // Library exceptions carry library words; the ring speaks the program's own.
-        std::string description = dynamic_cast<const RunError*>(&e) ? std::string(e.what())
-                                  : number == Err::OutOfMemory      ? errorDescription(number)
-                                                                    : std::string(e.what());
-        RecordAction(description + "(" + std::to_string(number) + ")", procedure, module);
+        RecordAction(errorText(e) + "(" + std::to_string(errorNumber(e)) + ")", procedure, module);
         // Whatever failed may bring the program down next; what led up to it stays on disk.
         FlushLog();
     } catch (...) {

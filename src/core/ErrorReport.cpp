@@ -7,6 +7,8 @@
 #include "core/mSHAREDLogging.h"
 #include "platform/Platform.h"
 
+#include <iostream>
+
 namespace corva {
 
 namespace {
@@ -32,6 +34,17 @@ void showerr(const std::string& text) {
         }
         platform::current().prompts().messageBox(text, platform::Buttons::Ok,
                                                  platform::Icon::Critical, "Error Reporter");
+    } catch (...) {
+    }
+}
+
+void ConsoleErrorReport(const std::string& text) {
+    try {
+        std::string block = "Error Reporter: an error has ocurred:\n";
+        for (const std::string& line : SplitLines(text)) block += "  " + line + "\n";
+        block += "  The run log is " + AppPath() + "log.txt; please send it with this report to " +
+                 SupportAddress() + "\n";
+        std::cerr << block << std::flush;
     } catch (...) {
     }
 }
@@ -92,7 +105,7 @@ std::string BuildErrorMailLink(const std::string& errorText, const std::string& 
 }
 
 void showerrobj(const std::exception& e, const std::string& procedure, const std::string& module) {
-    showerr("Error " + std::to_string(errorNumber(e)) + " - " + e.what() + " in " + procedure +
+    showerr("Error " + std::to_string(errorNumber(e)) + " - " + errorText(e) + " in " + procedure +
             " of " + module);
 }
 

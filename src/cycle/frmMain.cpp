@@ -6,6 +6,7 @@
 #include "core/AppInfo.h"
 #include "core/DateTime.h"
 #include "core/ErrorHandler.h"
+#include "core/ErrorReport.h"
 #include "core/FileSubs.h"
 #include "core/Globals.h"
 #include "core/Startup.h"
@@ -89,7 +90,8 @@ void frmMain::StartProgram(const StartOptions& options) {
     if (started_) return;
     started_ = true;
     options_ = options;
-    guarded("StartProgram", Module, [&] { startProgramSteps(options); });
+    // A start that can't go on is reported, not only recorded.
+    reported("StartProgram", Module, [&] { startProgramSteps(options); });
     // A start that failed part-way still leaves every object the program
     // reaches for, so that the error costs what it broke and no more.
     guarded("StartProgram", Module, [&] {
@@ -281,7 +283,7 @@ void frmMain::applyWindowGeometry() {
 bool frmMain::exitprog() {
     if (shutDown_) return true;
     bool quit = true;
-    guarded("exitprog", Module, [&] {
+    reported("exitprog", Module, [&] {
         stopping_ = true;
         LogAction("Beginning shutdown");
         if (Sending_) {

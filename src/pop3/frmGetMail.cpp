@@ -6,6 +6,7 @@
 #include "core/Account.h"
 #include "core/DateTime.h"
 #include "core/ErrorHandler.h"
+#include "core/ErrorReport.h"
 #include "core/FileSubs.h"
 #include "core/Globals.h"
 #include "core/Strings.h"
@@ -180,8 +181,11 @@ void frmGetMail::Begintransfer(int account, bool deleteBlocked, bool force) {
     } catch (const std::exception& e) {
         HandleError(e, "Begintransfer", Module);
         RecordAction("Error while checking mail", "Begintransfer", Module);
+        showerr("Error while checking mail: Error " + std::to_string(errorNumber(e)) + " - " +
+                errorText(e) + " in Begintransfer of " + Module);
     } catch (...) {
         HandleUnknownError("Begintransfer", Module);
+        showerr("Error while checking mail");
     }
 }
 
@@ -413,11 +417,11 @@ void frmGetMail::socketDataArrival(const std::string& data) {
         return;
     }
     inDataArrival_ = true;
-    guarded("DataArrival", Module, [&] { DataArrival(data); });
+    reported("DataArrival", Module, [&] { DataArrival(data); });
     while (!deferredData_.empty()) {
         std::string next = std::move(deferredData_.front());
         deferredData_.pop_front();
-        guarded("DataArrival", Module, [&] { DataArrival(next); });
+        reported("DataArrival", Module, [&] { DataArrival(next); });
     }
     inDataArrival_ = false;
 }

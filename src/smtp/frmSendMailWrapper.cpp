@@ -5,6 +5,7 @@
 #include "core/Account.h"
 #include "core/DateTime.h"
 #include "core/ErrorHandler.h"
+#include "core/ErrorReport.h"
 #include "core/FileSubs.h"
 #include "core/Globals.h"
 #include "core/Strings.h"
@@ -182,7 +183,7 @@ void frmSendMailWrapper::splitaddresses(const std::string& text, std::string& ad
 
 bool frmSendMailWrapper::Sendmail(clsMessage& message, bool Spool, const std::string& FromAddress,
                                   const std::string& FromName, std::string* spooledPath) {
-    return guardedValue("Sendmail", Module, false, [&] {
+    return reportedValue("Sendmail", Module, false, [&] {
         frmSendMail& mail = poSendMail_;
         mail.Initialise(message.FromAccount);
         message.From = extractemail(message.From);
@@ -223,7 +224,7 @@ bool frmSendMailWrapper::Sendmail(clsMessage& message, bool Spool, const std::st
 // ---- Upload ----
 
 bool frmSendMailWrapper::connect(int account) {
-    return guardedValue("connect", Module, false, [&] {
+    return reportedValue("connect", Module, false, [&] {
         frmSendMail& mail = poSendMail_;
         const Account settings(account);
         mail.Initialise(account);
@@ -296,7 +297,7 @@ void frmSendMailWrapper::nextserver(int startAccount) {
 }
 
 void frmSendMailWrapper::UploadSpooledMail() {
-    guarded("UploadSpooledMail", Module, [&] {
+    reported("UploadSpooledMail", Module, [&] {
         if (uploading_) {
             raiseProgress("Already sending mail.");
             return;

@@ -1,5 +1,6 @@
 // The run log's line format and the ring of the last 40 actions.
 #include "core/ErrorHandler.h"
+#include "core/ErrorReport.h"
 #include "core/mSHAREDLogging.h"
 #include "support/TempDir.h"
 
@@ -72,4 +73,18 @@ TEST(Logging, FailedStepIsRecordedAndTheProcedureGoesOn) {
               "Invalid procedure call or argument(5) in cmdfind_click of module frmFilters");
     EXPECT_EQ(guardedValue("x", "y", 42, []() -> int { throw std::bad_alloc(); }), 42);
     EXPECT_EQ(LastActionEntries().back(), "Out of memory(7) in x of module y");
+    // A library's own words never reach the ring: the description of the number does.
+    guarded("p", "m", [] { (void)std::string("ab").substr(5); });
+    EXPECT_EQ(LastActionEntries().back(), "Subscript out of range(9) in p of module m");
+
+    // A place that can't go on records and then reports, once, in the same words.
+    std::vector<std::string> reports;
+    SetErrorReportHandler([&](const std::string& text) { reports.push_back(text); });
+    EXPECT_FALSE(reported("DataArrival", "frmGetMail", [] { throw std::runtime_error("lib"); }));
+    SetErrorReportHandler({});
+    EXPECT_EQ(reports, std::vector<std::string>{"Error 5 - Invalid procedure call or argument in "
+                                                "DataArrival of frmGetMail"});
+    const auto& ring = LastActionEntries();
+    EXPECT_EQ(ring[ring.size() - 2],
+              "Invalid procedure call or argument(5) in DataArrival of module frmGetMail");
 }
