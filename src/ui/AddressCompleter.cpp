@@ -43,17 +43,16 @@ void attachAddressCompleter(QLineEdit* edit) {
     completer->setCaseSensitivity(Qt::CaseInsensitive);
     completer->setFilterMode(Qt::MatchContains);
     completer->setWidget(edit);
-    QObject::connect(edit, &QLineEdit::textEdited, edit,
-                     [edit, completer, model](const QString& text) {
-                         const QString prefix = text.mid(entryStart(text));
-                         if (prefix.isEmpty()) {
-                             completer->popup()->hide();
-                             return;
-                         }
-                         model->reload();
-                         completer->setCompletionPrefix(prefix);
-                         if (completer->completionCount() > 0) completer->complete();
-                     });
+    QObject::connect(edit, &QLineEdit::textEdited, edit, [completer, model](const QString& text) {
+        const QString prefix = text.mid(entryStart(text));
+        if (prefix.isEmpty()) {
+            completer->popup()->hide();
+            return;
+        }
+        model->reload();
+        completer->setCompletionPrefix(prefix);
+        if (completer->completionCount() > 0) completer->complete();
+    });
     QObject::connect(completer, qOverload<const QString&>(&QCompleter::activated), edit,
                      [edit](const QString& chosen) {
                          const QString text = edit->text();

@@ -174,6 +174,7 @@ std::vector<std::unique_ptr<QWidget>> everyWindow(frmMain& main) {
     windows.push_back(std::make_unique<ui::ProxyDialog>());
     if (main.Reminders())
         windows.push_back(std::make_unique<ui::RemindersWindow>(*main.Reminders()));
+    windows.push_back(std::make_unique<ui::EventReminderWindow>(""));
     return windows;
 }
 
