@@ -59,7 +59,7 @@ RemindersWindow::RemindersWindow(clsReminders& reminders, QWidget* parent)
     lstEvents_->setRootIsDecorated(false);
     lstEvents_->header()->setStretchLastSection(true);
     connect(lstEvents_, &QTreeWidget::currentItemChanged, this,
-            [this] { showEvent(lstEvents_->indexOfTopLevelItem(lstEvents_->currentItem())); });
+            [this] { showEventRow(lstEvents_->indexOfTopLevelItem(lstEvents_->currentItem())); });
     layout->addWidget(lstEvents_, 1);
 
     auto* form = new QFormLayout;
@@ -142,7 +142,7 @@ void RemindersWindow::fill(const std::string& title, const QDateTime& when, bool
     if (alarmMinutes >= 0) spnAlarm_->setValue(alarmMinutes);
 }
 
-void RemindersWindow::showEvent(int row) {
+void RemindersWindow::showEventRow(int row) {
     if (row < 0 || row >= static_cast<int>(calendar_.events.size())) return;
     const CalendarEvent& e = calendar_.events[static_cast<size_t>(row)];
     selectedUid_ = e.uid;

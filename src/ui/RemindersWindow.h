@@ -40,7 +40,7 @@ public:
               int alarmMinutes);
 
 private:
-    void showEvent(int row);
+    void showEventRow(int row);
     void complain(const std::string& text);
 
     clsReminders& reminders_;
