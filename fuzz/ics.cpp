@@ -9,7 +9,7 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     using namespace corva;
-    const Calendar cal = ReadIcs(fuzz::asText(data, size));
+    const Calendar cal = ReadIcs(std::string(fuzz::asText(data, size)));
     const WallMinutes from = WallFromParts(2026, 1, 1);
     for (const CalendarEvent& e : cal.events) (void)Occurrences(e, from, from + 366 * 1440);
     Calendar edited = cal;
