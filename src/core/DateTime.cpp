@@ -14,29 +14,6 @@ namespace corva {
 
 namespace {
 
-// Days from 1970-01-01 to a civil date (proleptic Gregorian).
-long long daysFromCivil(long long y, unsigned m, unsigned d) {
-    y -= m <= 2;
-    const long long era = (y >= 0 ? y : y - 399) / 400;
-    const unsigned yoe = static_cast<unsigned>(y - era * 400);
-    const unsigned doy = (153 * (m + (m > 2 ? -3 : 9)) + 2) / 5 + d - 1;
-    const unsigned doe = yoe * 365 + yoe / 4 - yoe / 100 + doy;
-    return era * 146097 + static_cast<long long>(doe) - 719468;
-}
-
-void civilFromDays(long long z, int& y, int& m, int& d) {
-    z += 719468;
-    const long long era = (z >= 0 ? z : z - 146096) / 146097;
-    const unsigned doe = static_cast<unsigned>(z - era * 146097);
-    const unsigned yoe = (doe - doe / 1460 + doe / 36524 - doe / 146096) / 365;
-    const long long yy = static_cast<long long>(yoe) + era * 400;
-    const unsigned doy = doe - (365 * yoe + yoe / 4 - yoe / 100);
-    const unsigned mp = (5 * doy + 2) / 153;
-    d = static_cast<int>(doy - (153 * mp + 2) / 5 + 1);
-    m = static_cast<int>(mp < 10 ? mp + 3 : mp - 9);
-    y = static_cast<int>(yy + (m <= 2));
-}
-
 constexpr long long kEpochOffset = 25569; // days from 1899-12-30 to 1970-01-01
 
 const char* kMonths[] = {"January", "February", "March",     "April",   "May",      "June",
@@ -60,7 +37,7 @@ Parts split(double serial) {
         seconds -= 86400;
         days += 1;
     }
-    civilFromDays(static_cast<long long>(days) - kEpochOffset, p.y, p.mo, p.d);
+    CivilFromDays(static_cast<long long>(days) - kEpochOffset, p.y, p.mo, p.d);
     p.h = static_cast<int>(seconds / 3600);
     p.mi = static_cast<int>((seconds / 60) % 60);
     p.s = static_cast<int>(seconds % 60);
@@ -73,6 +50,27 @@ std::string two(int n) {
 }
 
 } // namespace
+
+long long DaysFromCivil(long long y, int m, int d) {
+    y -= m <= 2;
+    const long long era = (y >= 0 ? y : y - 399) / 400;
+    const long long yoe = y - era * 400;
+    const long long doy = (153 * (m + (m > 2 ? -3 : 9)) + 2) / 5 + d - 1;
+    const long long doe = yoe * 365 + yoe / 4 - yoe / 100 + doy;
+    return era * 146097 + doe - 719468;
+}
+
+void CivilFromDays(long long z, int& year, int& month, int& day) {
+    z += 719468;
+    const long long era = (z >= 0 ? z : z - 146096) / 146097;
+    const long long doe = z - era * 146097;
+    const long long yoe = (doe - doe / 1460 + doe / 36524 - doe / 146096) / 365;
+    const long long doy = doe - (365 * yoe + yoe / 4 - yoe / 100);
+    const long long mp = (5 * doy + 2) / 153;
+    day = static_cast<int>(doy - (153 * mp + 2) / 5 + 1);
+    month = static_cast<int>(mp < 10 ? mp + 3 : mp - 9);
+    year = static_cast<int>(yoe + era * 400 + (month <= 2));
+}
 
 const char* MonthName(int month) {
     return month >= 1 && month <= 12 ? kMonths[month - 1] : "";
@@ -92,7 +90,7 @@ DateTime DateTime::fromParts(int year, int month, int day, int hour, int minute,
         m += 12;
         --y;
     }
-    long long days = daysFromCivil(y, static_cast<unsigned>(m + 1), 1) + (day - 1) + kEpochOffset;
+    long long days = DaysFromCivil(y, m + 1, 1) + (day - 1) + kEpochOffset;
     double time = (hour * 3600.0 + minute * 60.0 + second) / 86400.0;
     return DateTime(static_cast<double>(days) + time);
 }

@@ -55,6 +55,10 @@ float SecondsOfDay();
 // The time zone is ignored: the time is taken as local.
 std::optional<DateTime> ParseDate(const std::string& text);
 
+// Days from 1970-01-01 to a date of the proleptic Gregorian calendar, and back.
+long long DaysFromCivil(long long year, int month, int day);
+void CivilFromDays(long long days, int& year, int& month, int& day);
+
 const char* MonthName(int month);      // "January"
 const char* MonthShortName(int month); // "Jan"
 const char* DayShortName(int weekday); // "Sun" for 1

@@ -4,6 +4,8 @@
 // back byte for byte, and other components (time zones, tasks) likewise.
 #pragma once
 
+#include "core/DateTime.h"
+
 #include <optional>
 #include <string>
 #include <vector>
@@ -14,8 +16,6 @@ namespace corva {
 // their midnight. Time zones are resolved when the file is read.
 using WallMinutes = long long;
 
-long long DaysFromCivil(int year, int month, int day);
-void CivilFromDays(long long days, int& year, int& month, int& day);
 WallMinutes WallFromParts(int year, int month, int day, int hour = 0, int minute = 0);
 // 0 Sunday .. 6 Saturday.
 int WeekdayOf(WallMinutes when);
