@@ -1,6 +1,9 @@
 // The POP3 dialogue as one state machine on the socket's data events. Each
 // data event is one reply, or one more piece of a multi-line reply: there is
-// no line assembly underneath, and the decisions below rely on that.
+// no line assembly underneath, and the decisions below rely on that. On a
+// secure connection every wait for a reply costs the server's TLS hop, so
+// commands whose turn is certain go out ahead of the replies before them; a
+// reply that ends inside a data event hands what follows on as the next event.
 #include "pop3/frmGetMail.h"
 
 #include "core/Account.h"
@@ -28,6 +31,9 @@ namespace {
 
 constexpr const char* Module = "frmGetMail";
 constexpr const char* Terminator = "\n.\r\n";
+constexpr size_t TerminatorSize = 4;
+// TOP commands a secure scan keeps on their way.
+constexpr int32_t AheadWindow = 16;
 
 frmGetMailEvents& silentEvents() {
     static frmGetMailEvents none;
@@ -499,6 +505,7 @@ void frmGetMail::onGreeting() {
     if (mode_ != GetSpecificMode) caption_ = connecting;
     MessageCount_ = 0;
     MessageNumber_ = 0;
+    TopsSent_ = 0;
     events_->Progress(connecting);
     if (security_[account_] == Account::StartTls && !socket_->isSecure()) {
         state_ = StStlsSent;
@@ -601,15 +608,27 @@ void frmGetMail::onStatReply(std::string data) {
     progressMax_ = MessageCount_;
     events_->Progress(Str(MessageCount_) + " message(s) on " + title() + "   (" +
                       numberText(round2(totalSize / 1024)) + " kb)");
-    state_ = StTopSent;
     MessageNumber_ = 1;
-    send("TOP 1 1");
+    askTop();
 }
 
 void frmGetMail::onTopText(const std::string& data) {
+    const bool ahead = TopsSent_ > MessageNumber_;
+    if (ahead && ReplyBuffer_.empty() && !data.empty() && data[0] == '-') {
+        // Waiting for a dot line here would take the next reply for this
+        // message's and judge every later message by its neighbour's header.
+        InMultiLine_ = false;
+        LogAction("POP Error: " + data);
+        state_ = StQuitSent;
+        send("QUIT");
+        events_->POPError(data.substr(0, data.find("\r\n") + 2));
+        cleanupandexit();
+        return;
+    }
     size_t from = ReplyBuffer_.size() >= 3 ? ReplyBuffer_.size() - 3 : 0;
     ReplyBuffer_ += data;
     if (!holdsTerminator(ReplyBuffer_, from)) return;
+    if (ahead) keepReplyAfter(from);
 
     clsMessage msg;
     msg.CreateFromText(replyText(ReplyBuffer_), true);
@@ -655,7 +674,15 @@ void frmGetMail::judgeHeader(clsMessage& msg) {
     } else if (mode_ == GetMessagesMode) {
         LogAction("Sending RETR " + n);
         state_ = StRetrSent;
-        send("RETR " + n);
+        // The TOP that follows a stored message can go with its RETR, unless
+        // a DELE has to come between or the next is past the count.
+        if (socket_->isSecure() && stopAtLast_[account_] && MessageNumber_ < MessageCount_ &&
+            sget("DELETEONRETRIEVE", 0).toNumber() != 1) {
+            TopsSent_ = MessageNumber_ + 1;
+            send("RETR " + n + "\r\nTOP " + Str(TopsSent_) + " 1");
+        } else {
+            send("RETR " + n);
+        }
     }
 }
 
@@ -667,8 +694,37 @@ void frmGetMail::nextMessage() {
     }
     // Without STOPATLAST this asks one beyond the count on purpose: the
     // server's refusal is what ends the dialogue.
+    askTop();
+}
+
+bool frmGetMail::scanAhead() const {
+    // Whatever the verdicts, such a scan sends TOP 1 to TOP count, then QUIT.
+    return mode_ == GetHeadersMode && !DeleteBlocked_ && stopAtLast_[account_] &&
+           socket_->isSecure();
+}
+
+void frmGetMail::askTop() {
     state_ = StTopSent;
-    send("TOP " + Str(MessageNumber_) + " 1");
+    std::string commands;
+    if (TopsSent_ < MessageNumber_) {
+        TopsSent_ = MessageNumber_;
+        commands = "TOP " + Str(TopsSent_) + " 1";
+    }
+    // Refilled half a window at a time: fewer, fuller writes on both sides.
+    if (scanAhead() && TopsSent_ - MessageNumber_ < AheadWindow / 2) {
+        while (TopsSent_ < MessageCount_ && TopsSent_ - MessageNumber_ < AheadWindow) {
+            if (!commands.empty()) commands += "\r\n";
+            commands += "TOP " + Str(++TopsSent_) + " 1";
+        }
+    }
+    if (!commands.empty()) send(commands);
+}
+
+void frmGetMail::keepReplyAfter(size_t from) {
+    const size_t end = terminatorEnd(ReplyBuffer_, from);
+    if (end == std::string::npos || end >= ReplyBuffer_.size()) return;
+    deferredData_.push_front(ReplyBuffer_.substr(end));
+    ReplyBuffer_.erase(end);
 }
 
 void frmGetMail::quit() {
@@ -696,7 +752,22 @@ float frmGetMail::listedSize(long number) const {
     return static_cast<float>(round2(Val(Mid(line, blank + 1)) / 1024));
 }
 
-void frmGetMail::onRetrText(const std::string& data) {
+void frmGetMail::onRetrText(const std::string& received) {
+    std::string_view data = received;
+    if (TopsSent_ > MessageNumber_) {
+        // The reply to the TOP sent ahead may follow the dot line: it is not
+        // part of the message, and waits for the next data event.
+        const std::string seam = Right(ReplyBuffer_, 3) + received.substr(0, 3);
+        size_t end = terminatorEnd(seam, 0);
+        if (end != std::string::npos)
+            end -= std::min<size_t>(ReplyBuffer_.size(), 3);
+        else
+            end = terminatorEnd(received, 0);
+        if (end != std::string::npos && end < received.size()) {
+            deferredData_.push_front(received.substr(end));
+            data = data.substr(0, end);
+        }
+    }
     try {
         if (TempFileHandle_ == 0) openTempFile();
         if (!data.empty() && !tempFile_->write(data)) throw RunError(Err::DeviceIO);
@@ -799,8 +870,7 @@ void frmGetMail::askAfterRetrieve() {
     if (stopAtLast_[account_] && MessageNumber_ > MessageCount_) {
         quit();
     } else {
-        state_ = StTopSent;
-        send("TOP " + Str(MessageNumber_) + " 1");
+        askTop();
     }
 }
 
@@ -883,6 +953,11 @@ std::string frmGetMail::replyText(const std::string& reply) {
 
 bool frmGetMail::holdsTerminator(const std::string& text, size_t from) {
     return text.find(Terminator, from) != std::string::npos;
+}
+
+size_t frmGetMail::terminatorEnd(const std::string& text, size_t from) {
+    const size_t at = text.find(Terminator, from);
+    return at == std::string::npos ? at : at + TerminatorSize;
 }
 
 } // namespace corva

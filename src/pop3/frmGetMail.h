@@ -150,6 +150,13 @@ private:
     void nextMessage();
     // After a retrieved message: TOP of the next one, or QUIT after the last.
     void askAfterRetrieve();
+    // TOP of MessageNumber_, unless it went out ahead; tops up the scan's window.
+    void askTop();
+    // Whether a scan sends its TOP commands ahead of their replies.
+    bool scanAhead() const;
+    // Cuts what follows the dot line at or after from off the reply buffer,
+    // for the next data event: the start of a reply to a command sent ahead.
+    void keepReplyAfter(size_t from);
     void quit();
     void send(const std::string& command);
     float listedSize(long number) const;
@@ -161,6 +168,8 @@ private:
     static std::string replyText(const std::string& reply);
     // True when the terminator LF "." CR LF occurs at or after from.
     static bool holdsTerminator(const std::string& text, size_t from);
+    // The position just past the first terminator at or after from, or npos.
+    static size_t terminatorEnd(const std::string& text, size_t from);
     const std::string& title() const;
 
     frmGetMailEvents* events_;
@@ -198,6 +207,8 @@ private:
     float NextProgressTime_ = 0;
     int64_t BytesReceived_ = 0;
     bool InMultiLine_ = false;
+    // The highest message number whose TOP is on its way (0: none this session).
+    int32_t TopsSent_ = 0;
     std::string lastData_;
     bool inDataArrival_ = false;
     std::deque<std::string> deferredData_;

@@ -61,6 +61,75 @@ TEST_F(TlsScriptTest, RefusedStlsEndsWithTheServersText) {
               (Outline{"DoingServer: Test", "POPError: -ERR TLS not available\r\n", "Finished"}));
 }
 
+// Commands whose turn is certain go out before the replies ahead of them; a
+// data event holding several replies still hands each to its own message.
+TEST_F(TlsScriptTest, CommandsSentAheadKeepEachReplyWithItsMessage) {
+    const auto top = [](const std::string& subject) {
+        return "+OK\r\n" + message("a@example.com", subject, "") + ".\r\n";
+    };
+    const auto login = [](int count) {
+        std::string list = "+OK\r\n";
+        for (int i = 1; i <= count; ++i) list += std::to_string(i) + " 60\r\n";
+        return Steps{Expect("USER ann\r\n"), Say("+OK\r\n"),
+                     Expect("PASS pw\r\n"),  Say("+OK\r\n"),
+                     Expect("LIST\r\n"),     Say(list + ".\r\n"),
+                     Expect("STAT\r\n"),     Say("+OK " + std::to_string(count) + " 180\r\n")};
+    };
+    const Steps bye = {Expect("QUIT\r\n"), Say("+OK bye\r\n")};
+    const struct {
+        const char* name;
+        bool retrieve;
+        Steps steps;
+        Outline subjects; // of the headers, then of the messages stored
+        Outline outline;
+    } cases[] = {
+        {"a scan asks for every header at once",
+         false,
+         login(3) +
+             Steps{Expect("TOP 1 1\r\nTOP 2 1\r\nTOP 3 1\r\n"),
+                   Say(top("One") + top("Two") + top("Three"))} +
+             bye,
+         {"One", "Two", "Three"},
+         {"DoingServer: Test", "HeaderReceived", "HeaderReceived", "HeaderReceived", "Finished"}},
+        {"a retrieve sends the next TOP with each RETR",
+         true,
+         login(2) +
+             Steps{Expect("TOP 1 1\r\n"), Say(top("One")), Expect("RETR 1\r\nTOP 2 1\r\n"),
+                   Say("+OK\r\n" + message("a@example.com", "One", "Body one.\r\n") + ".\r\n" +
+                       top("Two")),
+                   Expect("RETR 2\r\n"),
+                   Say("+OK\r\n" + message("a@example.com", "Two") + ".\r\n")} +
+             bye,
+         {"One", "Two"},
+         {"DoingServer: Test", "MessageReceived", "MessageReceived", "Finished"}},
+        {"a refused TOP ends the scan before its neighbour's header is taken for it",
+         false,
+         login(2) + Steps{Expect("TOP 1 1\r\nTOP 2 1\r\n"), Say("-ERR gone\r\n" + top("Two")),
+                          Expect("QUIT\r\n")},
+         {},
+         {"DoingServer: Test", "POPError: -ERR gone\r\n", "Finished"}},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        log = EventLog();
+        start(1, Steps{StartTls(), Say("+OK ready\r\n")} + c.steps);
+        if (c.retrieve)
+            pop.GetMessages(0, false, false);
+        else
+            pop.GetHeaders(0, false, false);
+        ASSERT_TRUE(waitFinished(log, 8000));
+        expectKeptToScript();
+        EXPECT_EQ(log.outline(), c.outline);
+        Outline subjects;
+        for (const auto& h : log.headers) subjects.push_back(h.subject);
+        for (const auto& m : log.messages) subjects.push_back(m.Subject);
+        EXPECT_EQ(subjects, c.subjects);
+        if (c.retrieve && log.messages.size() == 2) {
+            EXPECT_EQ(log.messages[0].MessageBody, "Body one.\r\n");
+        }
+    }
+}
+
 TEST_F(TlsScriptTest, CertificatesThatFailAreRefusedWithTheirFingerprint) {
     const auto& c = TestCertificates::get();
     const struct {
