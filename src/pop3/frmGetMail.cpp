@@ -259,6 +259,7 @@ void frmGetMail::startTimer1() {
 }
 
 void frmGetMail::cleanupandexit() {
+    handOverHeldBack();
     Timer1_->setEnabled(false);
     socket_->close();
     // Whatever the closed connection still had to say is of no use now.
@@ -273,6 +274,7 @@ void frmGetMail::cleanupandexit() {
 }
 
 void frmGetMail::endSession() {
+    handOverHeldBack();
     if (!SessionOpen_) return;
     SessionOpen_ = false;
     if (DelesSent_ > 0 && !QuitConfirmed_) {
@@ -387,6 +389,7 @@ void frmGetMail::send(const std::string& command) {
     socket_->sendData(command + "\r\n");
     // The reply can't come before the command leaves: don't wait for the next event pass.
     socket_->flush();
+    handOverHeldBack();
 }
 
 // ---------------------------------------------------------------------------
@@ -410,6 +413,11 @@ void frmGetMail::send(const std::string& command) {
 //                             message over; next: TOP or QUIT     -> StTopSent / StQuitSent
 //   StDeleSent  DELE reply    next: TOP n 1 or QUIT; DeletedSpam  -> StTopSent / StQuitSent
 //   StQuitSent  QUIT reply    status line, clean up, Finished
+//
+// On a secure connection a scan without deletion keeps up to AheadWindow TOP
+// commands on their way, and a retrieve sends TOP n+1 with RETR n (no DELE
+// can come between); that message is handed over once the command after
+// TOP n+1's reply is out. The bytes sent are those of the lock-step dialogue.
 //
 // A reply not starting with "+" fails the dialogue, except in the four
 // multi-line states, where every piece counts as good. "-ERR" once the last
@@ -813,19 +821,39 @@ void frmGetMail::onRetrText(const std::string& received) {
     const bool deleting = sget("DELETEONRETRIEVE", 0).toNumber() == 1;
     // A count that overflows stops the dialogue before anything more is sent.
     const int16_t handled = add16(MessagesHandled_, 1);
+    const bool nextAsked = TopsSent_ > number;
     if (mode_ != GetSpecificMode && !deleting) askAfterRetrieve();
     // The temporary file stays: the next message with the same number overwrites it.
-    ReplyBuffer_ = LoadTextFile(path);
+    std::string text = LoadTextFile(path);
+    ReplyBuffer_.clear();
+    MessagesHandled_ = handled;
+    if (nextAsked) {
+        // Its TOP went with the RETR and its reply may be here already: the
+        // message waits until the command after that TOP is out (see send),
+        // so that the server works on it while we check and store this one.
+        heldBack_ = Retrieved{std::move(text), number, count, handled};
+        return;
+    }
+    handOver(text, number, count, handled, deleting);
+}
 
+void frmGetMail::handOverHeldBack() {
+    if (!heldBack_) return;
+    const Retrieved held = std::move(*heldBack_);
+    heldBack_.reset();
+    guarded("handOver", Module,
+            [&] { handOver(held.text, held.number, held.count, held.handled, false); });
+}
+
+void frmGetMail::handOver(const std::string& text, int32_t number, const std::string& count,
+                          int16_t handled, bool deleting) {
     clsMessage msg;
-    msg.CreateFromText(replyText(ReplyBuffer_), false);
+    msg.CreateFromText(replyText(text), false);
     msg.RemoveReceiveDate();
     msg.ReceiveDate = DateTime::now().format("yyyy-mm-dd hh:nn:ss");
     msg.FromAccount = account_;
     msg.Read = false;
-    MessagesHandled_ = handled;
-    msg.MessageNumThisAcc = MessagesHandled_;
-    ReplyBuffer_.clear();
+    msg.MessageNumThisAcc = handled;
 
     if (mode_ == GetSpecificMode) {
         events_->Progress("Selected message downloaded");

@@ -12,6 +12,7 @@
 #include <cstdio>
 #include <deque>
 #include <memory>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -162,6 +163,11 @@ private:
     float listedSize(long number) const;
     long long listedOctets(long number) const;
     void sendDele(const std::string& number);
+    // Reads a retrieved message, checks it and hands it to the owner; with
+    // deleting, its DELE and the next command follow.
+    void handOver(const std::string& text, int32_t number, const std::string& count,
+                  int16_t handled, bool deleting);
+    void handOverHeldBack();
     void openTempFile();
     void closeTempFile(bool remove);
     // The text between the status line and the dot line of a complete reply.
@@ -212,6 +218,15 @@ private:
     std::string lastData_;
     bool inDataArrival_ = false;
     std::deque<std::string> deferredData_;
+    // A retrieved message whose next TOP went out with its RETR, until the
+    // command after that TOP is out.
+    struct Retrieved {
+        std::string text;
+        int32_t number = 0;
+        std::string count;
+        int16_t handled = 0;
+    };
+    std::optional<Retrieved> heldBack_;
 
     // What the end of a session has to know: DELE commands sent and how many
     // of them DeletedSpam counted, and whether the server answered QUIT.
