@@ -11,6 +11,7 @@ packages=(
     dovecot-core dovecot-pop3d
     exim4-daemon-light # the SMTP tests run a private Exim with STARTTLS and AUTH
     qtkeychain-qt6-dev # passwords in the desktop keyring
+    libsecret-1-0 dbus-daemon dbus-bin gnome-keyring # the keyring test runs a private Secret Service
     python3 python3-aiosmtpd
     poppler-utils
     clang libclang-rt-14-dev
