@@ -57,7 +57,7 @@ protected:
                                     " --foreground --unlock --components=secrets"},
                                root_.file("keyring.log"));
         ASSERT_TRUE(waitForService())
-            << readWholeFile(root_.file("bus.log")) << readWholeFile(root_.file("keyring.log"));
+            << readFile(root_.file("bus.log")) << readFile(root_.file("keyring.log"));
     }
     void TearDown() override {
         stopServerProcess(keyringDaemon_);
