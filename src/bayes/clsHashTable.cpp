@@ -21,10 +21,9 @@ constexpr int32_t ErrorBase = static_cast<int32_t>(0x80040000u + 512u);
 // FNV-1a over the bytes up to the first NUL (the key is handed over as a C
 // string), then a 64-bit finaliser so that the low bits mix well for modulo.
 uint64_t fullHashOf(std::string_view key) {
-    size_t nul = key.find('\0');
-    if (nul != std::string_view::npos) key = key.substr(0, nul);
     uint64_t h = 0xcbf29ce484222325ULL;
     for (unsigned char c : key) {
+        if (c == 0) break;
         h ^= c;
         h *= 0x100000001b3ULL;
     }
@@ -74,7 +73,41 @@ double readNumber(std::string_view text) {
     return Val(text);
 }
 
+// Counts are whole numbers and probabilities whole hundredths, nearly always;
+// their texts are made without the general conversion, and come out the same.
 void appendValue(std::string& out, float value) {
+    if (value >= 0 && value < 16777216.0f && !std::signbit(value)) {
+        const auto whole = static_cast<uint32_t>(value);
+        if (static_cast<float>(whole) == value) {
+            char digits[16];
+            auto [end, ec] = std::to_chars(digits, digits + sizeof digits, whole);
+            if (ec == std::errc()) {
+                out.append(digits, end);
+                return;
+            }
+        }
+        struct Hundredths {
+            float value[101];
+            char text[101][8];
+            uint8_t length[101];
+            Hundredths() {
+                for (int k = 0; k <= 100; ++k) {
+                    value[k] = static_cast<float>(k / 100.0);
+                    auto [e, c] = std::to_chars(text[k], text[k] + sizeof text[k], value[k],
+                                                std::chars_format::fixed);
+                    length[k] = c == std::errc() ? static_cast<uint8_t>(e - text[k]) : 0;
+                }
+            }
+        };
+        static const Hundredths known;
+        if (value <= 1) {
+            const auto k = static_cast<size_t>(std::lround(static_cast<double>(value) * 100.0));
+            if (known.value[k] == value && known.length[k] > 0) {
+                out.append(known.text[k], known.length[k]);
+                return;
+            }
+        }
+    }
     char buffer[64];
     auto [end, ec] = std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::fixed);
     if (ec != std::errc()) {
@@ -266,10 +299,13 @@ void clsHashTable::ChangeValue(int32_t index, float value) {
 }
 
 void clsHashTable::InsertRecord(std::string_view key, float value) {
+    InsertRecordHashed(key, fullHashOf(key), value);
+}
+
+void clsHashTable::InsertRecordHashed(std::string_view key, uint64_t fullHash, float value) {
     guarded("InsertRecord", Module, [&] {
         ensureInitialised();
-        uint64_t h = fullHashOf(key);
-        add(key, h, reduce(h, bucketCount_), value);
+        add(key, fullHash, reduce(fullHash, bucketCount_), value);
     });
 }
 

@@ -33,6 +33,8 @@ public:
     bool LoadTable(const std::string& path);
     // A new node, without looking for the key first.
     void InsertRecord(std::string_view key, float value);
+    // The same for a key whose full hash is known (FullHashAt of another table).
+    void InsertRecordHashed(std::string_view key, uint64_t fullHash, float value);
     clsHashRec HashFind(std::string_view key);
     clsHashRec Hashrecord(std::string_view key) { return HashFind(key); }
     // Finds or adds the key and adds delta (0 sets 1); never below 0.

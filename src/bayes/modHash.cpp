@@ -9,6 +9,8 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdint>
+#include <cstring>
 
 namespace corva {
 
@@ -37,8 +39,9 @@ size_t findNoCase(std::string_view hay, std::string_view lowerNeedle) {
     if (lowerNeedle.empty() || lowerNeedle.size() > hay.size()) return 0;
     const size_t last = hay.size() - lowerNeedle.size();
     const char first = lowerNeedle[0];
+    const char firstUpper = (first >= 'a' && first <= 'z') ? static_cast<char>(first - 32) : first;
     for (size_t i = 0; i <= last; ++i) {
-        if (lower(hay[i]) != first) continue;
+        if (hay[i] != first && hay[i] != firstUpper) continue;
         size_t j = 1;
         while (j < lowerNeedle.size() && lower(hay[i + j]) == lowerNeedle[j]) ++j;
         if (j == lowerNeedle.size()) return i + 1;
@@ -81,15 +84,26 @@ std::string_view trimBlanks(std::string_view s) {
     return s;
 }
 
-bool isBreakPunctuation(char c) {
-    return c == '=' || c == ',' || c == '*' || c == '-' || c == '(' || c == ')';
-}
+// Punctuation that separates words outside the whole-header and subject-line tokens.
+constexpr std::array<char, 256> breakPunctuation = [] {
+    std::array<char, 256> t{};
+    for (int c = 0; c < 256; ++c) t[static_cast<size_t>(c)] = static_cast<char>(c);
+    for (unsigned char c : std::string_view("=,*-()")) t[c] = ' ';
+    return t;
+}();
 
 bool containsNoCase(std::string_view hay, std::string_view lowerNeedle) {
     return findNoCase(hay, lowerNeedle) != 0;
 }
 
 void cleanInto(std::string& out, std::string_view word) {
+    size_t kept = 0;
+    while (kept < word.size() && !isCleanedAway(static_cast<unsigned char>(word[kept]))) ++kept;
+    // Most words have nothing to clean and no blank at either end.
+    if (kept == word.size() && (word.empty() || (word.front() != ' ' && word.back() != ' '))) {
+        out.assign(word);
+        return;
+    }
     out.resize(word.size());
     char* o = out.data();
     for (char c : word)
@@ -134,7 +148,7 @@ Field fieldOf(std::string_view prefix) {
 // The buffers of the tokeniser, kept from word to word and message to message
 // so that a message costs no allocations once they have grown.
 struct Tokeniser {
-    std::string text, word, previous, key;
+    std::string text, word, previous, key, lowered;
 
     void add(clsHashTable& table, std::string_view prefix, std::string_view token) {
         key.assign(prefix);
@@ -195,37 +209,56 @@ struct Tokeniser {
         previous.swap(word);
     }
 
-    void breakAndHash(clsHashTable& table, std::string_view input, std::string_view prefix) {
-        if (input.empty()) return;
+    // Line ends and tabs become one blank each, CR LF included. Eight bytes
+    // at a time while none of them is a control byte below 14.
+    void flatten(std::string_view input) {
         text.resize(input.size());
         char* o = text.data();
-        for (size_t i = 0; i < input.size(); ++i) {
-            char c = input[i];
+        const char* in = input.data();
+        const size_t n = input.size();
+        size_t i = 0;
+        while (i < n) {
+            while (i + 8 <= n) {
+                uint64_t block;
+                std::memcpy(&block, in + i, 8);
+                if ((block - 0x0E0E0E0E0E0E0E0EULL) & ~block & 0x8080808080808080ULL) break;
+                std::memcpy(o, in + i, 8);
+                o += 8;
+                i += 8;
+            }
+            if (i >= n) break;
+            char c = in[i];
             if (c == '\r' || c == '\n' || c == '\t') {
-                if (c == '\r' && i + 1 < input.size() && input[i + 1] == '\n') ++i;
+                if (c == '\r' && i + 1 < n && in[i + 1] == '\n') ++i;
                 c = ' ';
             }
             *o++ = c;
+            ++i;
         }
         text.resize(static_cast<size_t>(o - text.data()));
+    }
+
+    void breakAndHash(clsHashTable& table, std::string_view input, std::string_view prefix) {
+        if (input.empty()) return;
+        flatten(input);
         // The whole of a short phrase is a token of its own.
         if (text.size() <= 50 && text.find(' ') != std::string::npos) add(table, prefix, text);
         if (prefix != "HDR*" && prefix != "SB-LN*" && prefix != "SB-ND*")
-            for (char& c : text)
-                if (isBreakPunctuation(c)) c = ' ';
+            for (char& c : text) c = breakPunctuation[static_cast<unsigned char>(c)];
 
         // Positions from 1; a word runs from the delimiter before it to the one
         // after it, both included, until trimming and cleaning take them away.
         const Field field = fieldOf(prefix);
         std::string_view all(text);
-        NextFinder closing(all, ">");
         previous.clear();
+        size_t closing = all.find('>'); // 0-based, the first at or after the word's start
         size_t next = 1;
         do {
             size_t start = next;
             size_t blank = start < all.size() ? all.find(' ', start) : npos;
             next = blank == npos ? 0 : blank + 1;
-            lowest(closing, start + 1, 1, next);
+            if (closing != npos && closing < start) closing = all.find('>', start);
+            if (closing != npos && (next == 0 || closing + 1 < next)) next = closing + 1;
             std::string_view w =
                 next > 0 ? all.substr(start - 1, next - start + 1) : all.substr(start - 1);
             w = trimBlanks(w);
@@ -292,7 +325,12 @@ void BreakAndHash(clsHashTable& table, std::string_view input, std::string_view 
 
 void HashUrls(clsHashTable& table, std::string_view input) {
     if (input.empty()) return;
-    std::string text = LCase(input);
+    std::string& text = tokeniser().lowered;
+    text.resize(input.size());
+    for (size_t i = 0; i < input.size(); ++i) {
+        const char c = input[i];
+        text[i] = static_cast<char>(c + (static_cast<unsigned char>(c - 'A') < 26 ? 32 : 0));
+    }
     std::string_view all(text);
     if (all.find("www.") == npos && all.find("http://") == npos && all.find("https://") == npos)
         return;

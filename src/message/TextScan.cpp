@@ -36,14 +36,29 @@ size_t findNoCase(std::string_view hay, std::string_view needle, size_t from) {
 }
 
 size_t rfindNoCase(std::string_view hay, std::string_view needle) {
-    if (needle.size() > hay.size()) return std::string_view::npos;
+    constexpr size_t none = std::string_view::npos;
+    if (needle.size() > hay.size()) return none;
     if (needle.empty()) return hay.size();
-    for (size_t i = hay.size() - needle.size() + 1; i-- > 0;) {
-        size_t k = 0;
-        while (k < needle.size() && lower(hay[i + k]) == lower(needle[k])) ++k;
+    const char first = lower(needle[0]);
+    const char firstUp = upper(needle[0]);
+    const char* base = hay.data();
+    // The last candidate of each case before a bound, as findNoCase does forwards.
+    auto before = [&](char c, size_t end) -> size_t {
+        const void* hit = end == 0 ? nullptr : ::memrchr(base, c, end);
+        return hit ? static_cast<size_t>(static_cast<const char*>(hit) - base) : none;
+    };
+    const size_t end = hay.size() - needle.size() + 1;
+    size_t lastLow = before(first, end);
+    size_t lastUp = first == firstUp ? none : before(firstUp, end);
+    for (;;) {
+        size_t i = lastLow == none ? lastUp : lastUp == none ? lastLow : std::max(lastLow, lastUp);
+        if (i == none) return none;
+        size_t k = 1;
+        while (k < needle.size() && lower(base[i + k]) == lower(needle[k])) ++k;
         if (k == needle.size()) return i;
+        if (lastLow == i) lastLow = before(first, i);
+        if (lastUp == i) lastUp = before(firstUp, i);
     }
-    return std::string_view::npos;
 }
 
 bool containsNoCase(std::string_view hay, std::string_view needle) {
