@@ -158,8 +158,10 @@ struct Tokeniser {
 
     void addWord(clsHashTable& table, std::string_view rawWord, std::string_view prefix,
                  Field field) {
+        // Only a Received header reads the word before; elsewhere it isn't kept.
+        const bool keepPrevious = field == Field::Received;
         if (rawWord.size() > 35) {
-            previous.assign(rawWord);
+            if (keepPrevious) previous.assign(rawWord);
             return;
         }
         if (rawWord.size() >= 2 && rawWord[0] == '<' && rawWord[1] == '!')
@@ -206,7 +208,7 @@ struct Tokeniser {
             }
             break;
         }
-        previous.swap(word);
+        if (keepPrevious) previous.swap(word);
     }
 
     // Line ends and tabs become one blank each, CR LF included. Eight bytes

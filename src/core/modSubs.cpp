@@ -5,6 +5,8 @@
 #include "core/mSHAREDSettings.h"
 #include "platform/Platform.h"
 
+#include <algorithm>
+
 namespace corva {
 
 std::string extractemail(const std::string& raw) {
@@ -21,14 +23,14 @@ std::string extractemail(const std::string& raw) {
     std::string out;
     size_t lt = text.find('<');
     if (lt != std::string_view::npos) {
-        std::string_view inner = trimmed(text.substr(lt + 1));
-        out.reserve(inner.size());
-        for (char c : inner)
-            if (c != '>') out += c;
+        out.assign(trimmed(text.substr(lt + 1)));
+        out.erase(std::remove(out.begin(), out.end(), '>'), out.end());
     } else {
         out.assign(text);
     }
-    for (char& c : out) c = LowerChar(c);
+    for (char& c : out)
+        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c + 32);
+    if (out.find(' ') == std::string::npos) return out;
     // Each pass drops one blank per "@", left to right, as Replace does.
     auto squeeze = [&out](char first, char second) {
         size_t o = 0;
@@ -52,10 +54,10 @@ std::string extractemail(const std::string& raw) {
 std::string extractname(const std::string& text) {
     size_t lt = InStr(text, "<");
     std::string name = lt >= 2 ? Trim(text.substr(0, lt - 1)) : text;
-    std::string out;
-    for (char c : name)
-        if (c != '"' && c != '\'') out += c;
-    return out;
+    name.erase(
+        std::remove_if(name.begin(), name.end(), [](char c) { return c == '"' || c == '\''; }),
+        name.end());
+    return name;
 }
 
 int defaultaccount(int fromIndex) {
