@@ -177,9 +177,15 @@ bool clsHashTable::reuse(int32_t buckets, int32_t nodes, size_t indexCapacity) {
     return true;
 }
 
+// A big table is only as big in memory as what went into it: the node arrays
+// and the index grow on demand, so that the tables training makes (hundreds of
+// thousands of nodes by their bounds) cost no pages they never use.
+constexpr int32_t PhysicalStart = 1024;
+
 void clsHashTable::init(int32_t buckets, int32_t nodes) {
     size_t capacity = 1024;
-    while (capacity * 7 < static_cast<size_t>(nodes) * 10) capacity *= 2;
+    while (capacity * 7 < static_cast<size_t>(std::min(nodes, PhysicalStart * 8)) * 10)
+        capacity *= 2;
     if (reuse(buckets, nodes, capacity)) {
         growth_ = 1.5f;
         indexUsed_ = 0;
@@ -191,8 +197,9 @@ void clsHashTable::init(int32_t buckets, int32_t nodes) {
     bucketCount_ = buckets;
     buckets_.assign(static_cast<size_t>(buckets), 0);
     bucketMemo_.assign(static_cast<size_t>(buckets), -1);
-    nodes_.assign(static_cast<size_t>(nodes) + 1, Node{});
-    keys_.assign(static_cast<size_t>(nodes) + 1, std::string());
+    const size_t physical = static_cast<size_t>(std::min(nodes, PhysicalStart)) + 1;
+    nodes_.assign(physical, Node{});
+    keys_.assign(physical, std::string());
     allocator_.Init(nodes, growth_);
     index_.assign(capacity, Slot{});
     indexUsed_ = 0;
@@ -284,12 +291,8 @@ int32_t clsHashTable::find(std::string_view key, uint64_t fullHash, int32_t hash
 
 int32_t clsHashTable::add(std::string_view key, uint64_t fullHash, int32_t hashValue, float value) {
     int32_t n = allocator_.Alloc();
-    while (n > Size) {
-        int32_t bound = grownBound(Size, growth_);
-        nodes_.resize(static_cast<size_t>(bound) + 1);
-        keys_.resize(static_cast<size_t>(bound) + 1);
-        Size = bound;
-    }
+    while (n > Size) Size = grownBound(Size, growth_);
+    reach(n);
     int32_t bucket = bucketOf(hashValue);
     Node& node = nodes_[static_cast<size_t>(n)];
     node.next = buckets_[static_cast<size_t>(bucket)];
@@ -303,19 +306,28 @@ int32_t clsHashTable::add(std::string_view key, uint64_t fullHash, int32_t hashV
     return n;
 }
 
+void clsHashTable::reach(int32_t index) {
+    const auto need = static_cast<size_t>(index) + 1;
+    if (need <= nodes_.size()) return;
+    const size_t grown = std::min(std::max(need, nodes_.size() * 2), static_cast<size_t>(Size) + 1);
+    nodes_.resize(grown);
+    keys_.resize(grown);
+}
+
 std::string clsHashTable::RecString(int32_t index) const {
-    if (index < 1 || index > Size) return "";
+    if (index < 1 || index > Size || static_cast<size_t>(index) >= keys_.size()) return "";
     return keys_[static_cast<size_t>(index)];
 }
 
 float clsHashTable::RecValue(int32_t index) const {
-    if (index < 1 || index > Size) return 0;
+    if (index < 1 || index > Size || static_cast<size_t>(index) >= nodes_.size()) return 0;
     return nodes_[static_cast<size_t>(index)].value;
 }
 
 void clsHashTable::ChangeValue(int32_t index, float value) {
     guarded("ChangeValue", Module, [&] {
         if (index < 1 || index > Size) throw RunError(Err::SubscriptOutOfRange);
+        reach(index);
         nodes_[static_cast<size_t>(index)].value = value;
     });
 }

@@ -90,6 +90,8 @@ private:
     bool reuse(int32_t buckets, int32_t nodes, size_t indexCapacity);
 
     void init(int32_t buckets, int32_t nodes);
+    // Makes the node arrays reach a node number within Size.
+    void reach(int32_t index);
     void ensureInitialised();
     int32_t bucketOf(int32_t hashValue) const;
     int32_t bucketOfText(int32_t hashValue) const;

@@ -18,6 +18,28 @@ namespace {
 
 constexpr size_t npos = std::string_view::npos;
 
+// ASCII letters to lower case, eight bytes at a time: a body is long.
+void lowerInto(std::string& out, std::string_view in) {
+    out.resize(in.size());
+    char* o = out.data();
+    size_t i = 0;
+    constexpr uint64_t ones = 0x0101010101010101ULL, high = 0x8080808080808080ULL;
+    for (; i + 8 <= in.size(); i += 8) {
+        uint64_t x;
+        std::memcpy(&x, in.data() + i, 8);
+        const uint64_t seven = x & ~high; // each byte below 0x80
+        const uint64_t aboveZ = seven + ones * (0x7F - 'Z');
+        const uint64_t fromA = seven + ones * (0x80 - 'A');
+        const uint64_t upper = fromA & ~aboveZ & ~x & high;
+        x |= upper >> 2;
+        std::memcpy(o + i, &x, 8);
+    }
+    for (; i < in.size(); ++i) {
+        const char c = in[i];
+        o[i] = (c >= 'A' && c <= 'Z') ? static_cast<char>(c + 32) : c;
+    }
+}
+
 // Brackets, quotes and similar punctuation, and the control codes 1 to 30.
 constexpr std::array<bool, 256> cleanedAway = [] {
     std::array<bool, 256> t{};
@@ -328,11 +350,7 @@ void BreakAndHash(clsHashTable& table, std::string_view input, std::string_view 
 void HashUrls(clsHashTable& table, std::string_view input) {
     if (input.empty()) return;
     std::string& text = tokeniser().lowered;
-    text.resize(input.size());
-    for (size_t i = 0; i < input.size(); ++i) {
-        const char c = input[i];
-        text[i] = static_cast<char>(c + (static_cast<unsigned char>(c - 'A') < 26 ? 32 : 0));
-    }
+    lowerInto(text, input);
     std::string_view all(text);
     if (all.find("www.") == npos && all.find("http://") == npos && all.find("https://") == npos)
         return;

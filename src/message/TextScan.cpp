@@ -102,6 +102,32 @@ void replaceInPlaceNoCase(std::string& text, std::string_view what, std::string_
     text = replaceImpl<true>(text, what, with);
 }
 
+void lineEndsInPlace(std::string& text, bool blank) {
+    constexpr size_t none = std::string::npos;
+    char* base = text.data();
+    const size_t n = text.size();
+    auto next = [&](char c, size_t from) -> size_t {
+        const void* hit = from < n ? std::memchr(base + from, c, n - from) : nullptr;
+        return hit ? static_cast<size_t>(static_cast<const char*>(hit) - base) : none;
+    };
+    // The next CR and LF are each searched for once, so the text is read in runs.
+    size_t cr = next('\r', 0), lf = next('\n', 0);
+    size_t kept = 0, i = 0;
+    while (i < n) {
+        const size_t end = std::min(std::min(cr, lf), n);
+        if (kept != i) std::memmove(base + kept, base + i, end - i);
+        kept += end - i;
+        i = end;
+        if (i == n) break;
+        if (base[i] == '\r' && i + 1 < n && base[i + 1] == '\n') ++i;
+        if (blank) base[kept++] = ' ';
+        ++i;
+        if (cr < i) cr = next('\r', i);
+        if (lf < i) lf = next('\n', i);
+    }
+    text.resize(kept);
+}
+
 void removeByte(std::string& text, char c) {
     text.erase(std::remove(text.begin(), text.end(), c), text.end());
 }

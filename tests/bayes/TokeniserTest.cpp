@@ -128,6 +128,16 @@ TEST(Tokeniser, LinksGiveHostsOnlyAndOnlyWhenAsked) {
         << "the stripped HTML is preferred";
     clsMessage empty;
     EXPECT_EQ(tokensOf(empty, false), Tokens{});
+    // Upper case in a long body, letters beside bytes above 127, and tabs and
+    // line ends among the header words read as blanks do.
+    msg.HtmlStrippedBody.clear();
+    msg.StrippedBody = "Caf\xC9 \xC4WWW.Example.COM/x and more text after it";
+    EXPECT_EQ(tokensOf(msg, false), (Tokens{{"URL*www.example.com", 1}}));
+    EXPECT_EQ(tokensOf("lunch\tat\rnoon\r\nfriday\x0b!", "SUB*"),
+              (Tokens{{"SUB*lunch at noon friday\x0b!", 1},
+                      {"SUB*lunch", 1},
+                      {"SUB*noon", 1},
+                      {"SUB*friday!", 1}}));
 }
 
 TEST(Tokeniser, WordHelpers) {
