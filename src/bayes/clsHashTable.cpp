@@ -456,7 +456,8 @@ bool clsHashTable::WriteHashTable(const std::string& path) {
             const std::string& key = keys_[static_cast<size_t>(i)];
             if (key.empty() || holdsBoundary(key)) continue;
             // A line break inside a key would split its line; such a key can't be kept.
-            if (key.find_first_of("\r\n") != std::string::npos) continue;
+            if (key.find('\r') != std::string::npos || key.find('\n') != std::string::npos)
+                continue;
             appendValue(out, nodes_[static_cast<size_t>(i)].value);
             out += ", ";
             out += key;
