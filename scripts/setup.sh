@@ -19,7 +19,7 @@ packages=(
     desktop-file-utils appstream man-db file # the install test validates what it installs
     chromium # the published ticket pages are opened in a headless browser
     tinyproxy # the update check's proxy test goes through it
-    gcovr # line coverage of src, which the test trims must not lower
+    gcovr # line coverage of the tests, to check that trimming them loses none
 )
 
 missing=()
