@@ -13,6 +13,7 @@
 #include "core/mSHAREDGeneral.h"
 #include "core/mSHAREDSettings.h"
 #include "core/modSubs.h"
+#include "localise/modLanguages.h"
 #include "message/clsMessage.h"
 #include "message/clsMessages.h"
 #include "platform/Platform.h"
@@ -84,21 +85,22 @@ bool nameInAddress(const std::string& name, const std::string& address) {
 
 ConfirmMarkAsText ConfirmMarkAs(long count, bool asJunk) {
     ConfirmMarkAsText t;
-    t.caption = "Confirm your selection";
+    t.caption = gettranslation("Confirm your selection");
     if (asJunk) {
-        t.title = "Mark as Junk?";
-        t.text = "You are about to mark @@@ as Junk mail. If you proceed, future messages "
-                 "containing similar parts (subject words, sender, addressee) have a higher "
-                 "probability of being recognised as spam.  Are you certain you want to mark "
-                 "the selected message(s) as Junk?";
-        t.text = Replace(t.text, "@@@", std::to_string(count) + " message(s)");
+        t.title = gettranslation("Mark as Junk?");
+        t.text = gettranslation(
+            "You are about to mark @@@ as Junk mail. If you proceed, future messages "
+            "containing similar parts (subject words, sender, addressee) have a higher "
+            "probability of being recognised as spam.  Are you certain you want to mark "
+            "the selected message(s) as Junk?");
+        t.text = Replace(t.text, "@@@", std::to_string(count) + gettranslation(" message(s)"));
         t.text = Replace(t.text, "(s)", count == 1 ? "" : "s");
     } else {
-        t.title = "Mark as Good?";
-        t.text = "Do you want to mark the @@@ as 'Good' mail?";
+        t.title = gettranslation("Mark as Good?");
+        t.text = gettranslation("Do you want to mark the @@@ as 'Good' mail?");
         t.text = Replace(t.text, "@@@",
-                         count == 1 ? std::string("selected message")
-                                    : std::to_string(count) + " selected messages");
+                         count == 1 ? gettranslation("selected message")
+                                    : std::to_string(count) + gettranslation(" selected messages"));
     }
     return t;
 }
@@ -235,7 +237,8 @@ void frmBayesFilter::GenerateWordHash(clsHashTable& good, clsHashTable& bad, int
             // The threshold is on the good count alone: a word seen often enough
             // in good mail gets its ratio whatever its spam count.
             if (w.empty() || g < minCount) continue;
-            int32_t found = bad.RecIndex(w);
+            const uint64_t hash = good.FullHashAt(i);
+            int32_t found = bad.RecIndexHashed(w, hash);
             float p = 0.01f;
             if (found != 0) {
                 double b = bad.ValueAt(found);
@@ -246,7 +249,7 @@ void frmBayesFilter::GenerateWordHash(clsHashTable& good, clsHashTable& bad, int
                         : roundToHundredths(static_cast<float>(spamShare / denominator));
             }
             if (p < 0.01) p = 0.01f;
-            word_.InsertRecord(w, p);
+            word_.InsertRecordHashed(w, hash, p);
             if ((i & 0xFFFF) == 0) yielder.maybe();
         }
         status("Checking Spam Words");
@@ -256,7 +259,8 @@ void frmBayesFilter::GenerateWordHash(clsHashTable& good, clsHashTable& bad, int
             if (w.empty() || b < minCount) continue;
             // A word of the good table gets nothing here, even when its good count
             // was too low for the first pass.
-            if (good.RecIndex(w) == 0) word_.InsertRecord(w, 0.99f);
+            const uint64_t hash = bad.FullHashAt(i);
+            if (good.RecIndexHashed(w, hash) == 0) word_.InsertRecordHashed(w, hash, 0.99f);
             if ((i & 0xFFFF) == 0) yielder.maybe();
         }
         word_.WriteHashTable(wordfilename());
