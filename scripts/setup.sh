@@ -19,6 +19,7 @@ packages=(
     desktop-file-utils appstream man-db file # the install test validates what it installs
     chromium # the published ticket pages are opened in a headless browser
     tinyproxy # the update check's proxy test goes through it
+    python3-pyftpdlib # the FTP download tests run a private FTP server
 )
 
 missing=()
