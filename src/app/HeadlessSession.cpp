@@ -4,6 +4,7 @@
 
 #include "app/Command.h"
 #include "app/ScanPrinter.h"
+#include "app/Terminal.h"
 #include "core/Account.h"
 #include "core/AppInfo.h"
 #include "core/FileSubs.h"
@@ -36,6 +37,22 @@ public:
     }
 };
 
+// Keys are looked up in upper case, so one typed by hand in another case is
+// never read. It stays in the file as it is; the command says so rather than
+// let the setting be ignored in silence.
+void warnUnreadKeys() {
+    if (Output().verbosity == Verbosity::Quiet) return;
+    const cSHAREDSettings& settings = Settings();
+    for (int i = 1; i <= settings.SettingsCount(); ++i) {
+        const std::string key = settings.SettingNameByIndex(i);
+        const std::string upper = UCase(key);
+        if (key == upper) continue;
+        std::cerr << "Corva.ini: the key \"" << terminalLine(key)
+                  << "\" is not read; keys are read in upper case only (write it as "
+                  << terminalLine(upper) << ").\n";
+    }
+}
+
 volatile std::sig_atomic_t interrupted = 0;
 
 void onInterrupt(int) {
@@ -66,6 +83,7 @@ void HeadlessSession::start(frmMainView* view, frmMain::AutoScan autoScan,
     options.autoScan = autoScan;
     options.delaySeconds = delaySeconds;
     main_->StartProgram(options);
+    warnUnreadKeys();
 }
 
 HeadlessSession::~HeadlessSession() {

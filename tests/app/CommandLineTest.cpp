@@ -328,6 +328,11 @@ TEST_F(CommandLine, BadArgumentsAreRefusedPlainly) {
         EXPECT_NE(o.err.find(c.says), std::string::npos) << o.err;
         EXPECT_EQ(readFile(home_.file("Corva.ini")), before);
     }
+    // A key typed by hand in lower case is never read: said, and the file left as it is.
+    settings("SERVER0,127.0.0.1:9\r\nreplyaddress0,ann@example.org\r\n");
+    Outcome lower = run({"folders"});
+    EXPECT_NE(lower.err.find("\"replyaddress0\" is not read"), std::string::npos) << lower.err;
+    EXPECT_NE(readFile(home_.file("Corva.ini")).find("replyaddress0"), std::string::npos);
     Outcome unreadable = run({"parse", home_.file("no-such.eml")});
     EXPECT_EQ(unreadable.status, 1);
     EXPECT_NE(unreadable.err.find("no-such.eml"), std::string::npos) << unreadable.err;
