@@ -151,9 +151,10 @@ void FtpDownload::start(const std::string& url, const FtpAddress& address,
     control_->setListener(&controlPort_);
     if (proxy.mode == platform::HttpProxy::Mode::Manual) {
         state_ = State::ProxyHead;
-        std::string request = "GET " +
-                              (url.find("://") == std::string::npos ? "ftp://" + url : url) +
-                              " HTTP/1.0\r\nHost: " + address.host + "\r\n";
+        std::string target = url.find("://") == std::string::npos ? "ftp://" + url : url;
+        for (size_t at = 0; (at = target.find(' ', at)) != std::string::npos;)
+            target.replace(at, 1, "%20"); // a blank would end the request's address
+        std::string request = "GET " + target + " HTTP/1.0\r\nHost: " + address.host + "\r\n";
         if (!proxy.user.empty())
             request +=
                 "Proxy-Authorization: Basic " + base64(proxy.user + ":" + proxy.password) + "\r\n";
