@@ -75,13 +75,11 @@ TEST_F(BayesTest, FormulaFollowsTheCountsAndTheirThreshold) {
     clsHashTable back;
     back.LoadTable(frmBayesFilter::wordfilename());
     EXPECT_FLOAT_EQ(back.HashFind("ratio.375").Value, 0.38f) << "written to HashTable.dat";
-}
 
-TEST_F(BayesTest, FormulaUsesTheMessageCounts) {
-    clsHashTable good = counts(10, {{"w", 2}});
-    clsHashTable bad = counts(30, {{"w", 2}});
-    filter_.GenerateWordHash(good, bad, 1);
-    EXPECT_FLOAT_EQ(filter_.WordTable().HashFind("w").Value, 0.25f) << "(2/30) / (2/10 + 2/30)";
+    clsHashTable fewGood = counts(10, {{"w", 2}});
+    clsHashTable manyBad = counts(30, {{"w", 2}});
+    filter_.GenerateWordHash(fewGood, manyBad, 1);
+    EXPECT_FLOAT_EQ(word.HashFind("w").Value, 0.25f) << "(2/30) / (2/10 + 2/30)";
 }
 
 TEST_F(BayesTest, GenerateFiltersTrainsFromFoldersAndScores) {
@@ -163,10 +161,18 @@ TEST_F(BayesTest, UpdateFromUnreadAddsOnlyUnreadSpam) {
     EXPECT_TRUE(FileExists(frmBayesFilter::wordfilename()));
 }
 
-TEST_F(BayesTest, MarkingTwiceCountsTwiceAndWritesAllThreeFiles) {
+// Marking by the user, with the question answered Yes unless a test says otherwise.
+class MarkingTest : public BayesTest {
+protected:
+    void SetUp() override {
+        BayesTest::SetUp();
+        fake.prompts_.answer = platform::Answer::Yes;
+    }
     test::RecordingPlatform fake;
-    fake.prompts_.answer = platform::Answer::Yes;
-    platform::ScopedPlatform installed(fake);
+    platform::ScopedPlatform installed{fake};
+};
+
+TEST_F(MarkingTest, MarkingTwiceCountsTwiceAndWritesAllThreeFiles) {
     auto msg = parsed(SpamText);
     for (int round = 0; round < 2; ++round) {
         clsMessages selection;
@@ -185,10 +191,7 @@ TEST_F(BayesTest, MarkingTwiceCountsTwiceAndWritesAllThreeFiles) {
     EXPECT_EQ(bad.HashFind("URL*pills.example").Index, 0) << "marking never takes link tokens";
 }
 
-TEST_F(BayesTest, MarkingEachDistinctTokenOnceAndNeverUnmarking) {
-    test::RecordingPlatform fake;
-    fake.prompts_.answer = platform::Answer::Yes;
-    platform::ScopedPlatform installed(fake);
+TEST_F(MarkingTest, MarkingEachDistinctTokenOnceAndNeverUnmarking) {
     auto msg = parsed("Subject: spam spam spam\r\n\r\nx");
     clsMessages junk;
     junk.Add(msg);
@@ -201,9 +204,8 @@ TEST_F(BayesTest, MarkingEachDistinctTokenOnceAndNeverUnmarking) {
         << "marking good leaves the spam count";
 }
 
-TEST_F(BayesTest, RefusedMarkingChangesNothing) {
-    test::RecordingPlatform fake; // answers No
-    platform::ScopedPlatform installed(fake);
+TEST_F(MarkingTest, RefusedMarkingChangesNothing) {
+    fake.prompts_.answer = platform::Answer::No;
     clsMessages selection;
     selection.Add(parsed(SpamText));
     filter_.MarkMessagesJunkOrNot(selection, true);

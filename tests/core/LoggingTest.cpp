@@ -10,7 +10,15 @@ using namespace corva;
 using corva::test::readFile;
 using corva::test::TempDir;
 
-TEST(Logging, LinesStartAtTheNextPrintColumn) {
+namespace {
+class Logging : public ::testing::Test {
+protected:
+    void SetUp() override { dir.makeProgramFolder(); }
+    TempDir dir;
+};
+} // namespace
+
+TEST_F(Logging, LinesStartAtTheNextPrintColumn) {
     std::string line = LogLine("hello");
     ASSERT_EQ(line.size(), 14u + 5u);
     EXPECT_EQ(line[2], ':');
@@ -18,9 +26,7 @@ TEST(Logging, LinesStartAtTheNextPrintColumn) {
     EXPECT_EQ(line.substr(14), "hello");
 }
 
-TEST(Logging, FreshLogHasItsHeaderAndLaterLinesAppend) {
-    TempDir dir;
-    dir.makeProgramFolder();
+TEST_F(Logging, FreshLogHasItsHeaderAndLaterLinesAppend) {
     LogAction("Corva version x startup.", true);
     LogAction("Loading settings");
     FlushLog();
@@ -32,9 +38,7 @@ TEST(Logging, FreshLogHasItsHeaderAndLaterLinesAppend) {
     EXPECT_EQ(log.substr(log.size() - 2), "\r\n");
 }
 
-TEST(Logging, FortyFirstActionFlushesTheRingAndStartsAgain) {
-    TempDir dir;
-    dir.makeProgramFolder();
+TEST_F(Logging, FortyFirstActionFlushesTheRingAndStartsAgain) {
     for (int i = 1; i <= 40; ++i) RecordAction("action " + std::to_string(i), "proc", "mod");
     EXPECT_EQ(readFile(dir.file("log.txt")), "");
     RecordAction("action 41");
@@ -50,17 +54,13 @@ TEST(Logging, FortyFirstActionFlushesTheRingAndStartsAgain) {
     EXPECT_EQ(ring.back(), "action 41");
 }
 
-TEST(Logging, DebugEntriesWrapWithoutWritingTheLog) {
-    TempDir dir;
-    dir.makeProgramFolder();
+TEST_F(Logging, DebugEntriesWrapWithoutWritingTheLog) {
     for (int i = 0; i < 45; ++i) RecordDebug("d");
     EXPECT_EQ(readFile(dir.file("log.txt")), "");
     EXPECT_EQ(LastActionEntries().back(), "DBG: d");
 }
 
-TEST(Logging, FailedStepIsRecordedAndTheProcedureGoesOn) {
-    TempDir dir;
-    dir.makeProgramFolder();
+TEST_F(Logging, FailedStepIsRecordedAndTheProcedureGoesOn) {
     int after = 0;
     LogAction("before the failure");
     guarded("cmdfind_click", "frmFilters", [] { throw RunError(Err::InvalidCall); });

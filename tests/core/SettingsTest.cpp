@@ -14,20 +14,28 @@ using corva::test::writeFile;
 
 namespace {
 
-cSHAREDSettings loaded(const TempDir& dir, const std::string& text) {
-    writeFile(dir.file("Corva.ini"), text);
-    cSHAREDSettings s;
-    s.LoadSettings(dir.file("Corva.ini"));
-    return s;
-}
+// A program folder of its own, and settings loaded from the text given.
+class SettingsFile : public ::testing::Test {
+protected:
+    void SetUp() override { dir.makeProgramFolder(); }
+    cSHAREDSettings loaded(const std::string& text) {
+        writeFile(ini, text);
+        cSHAREDSettings s;
+        s.LoadSettings(ini);
+        return s;
+    }
+    static unsigned mode(const std::string& path) {
+        struct stat st {};
+        return ::stat(path.c_str(), &st) == 0 ? st.st_mode & 0777 : 0;
+    }
+    TempDir dir;
+    const std::string ini = dir.file("Corva.ini");
+};
 
 } // namespace
 
-TEST(Settings, HandEditedFileLoadsAsUsersExpect) {
-    TempDir dir;
-    dir.makeProgramFolder();
-    auto s =
-        loaded(dir, "B,x\r\nA,B,C\r\nNOCOMMA\r\nFLAG1, TRUE \r\nFLAG2,false\r\nNUM,1\r\n"
+TEST_F(SettingsFile, HandEditedFileLoadsAsUsersExpect) {
+    auto s = loaded("B,x\r\nA,B,C\r\nNOCOMMA\r\nFLAG1, TRUE \r\nFLAG2,false\r\nNUM,1\r\n"
                     "DUP,first\r\nDUP,second\r\nLATE,one\r\nOTHER,x\r\nLATE,two\r\nlower,kept\r\n");
     EXPECT_EQ(s.RetrieveSetting("A").toText(), "B,C"); // split at the first comma only
     EXPECT_TRUE(s.RetrieveSetting("NOCOMMA").isEmpty());
@@ -44,25 +52,22 @@ TEST(Settings, HandEditedFileLoadsAsUsersExpect) {
         EXPECT_LT(s.SettingNameByIndex(i - 1), s.SettingNameByIndex(i));
 }
 
-TEST(Settings, SavedFileReadsBackEqualAndDropsLinesWithoutComma) {
-    TempDir dir;
-    dir.makeProgramFolder();
-    auto s = loaded(dir, "NOCOMMA\r\nZ,1\r\n");
+TEST_F(SettingsFile, SavedFileReadsBackEqualAndDropsLinesWithoutComma) {
+    auto s = loaded("NOCOMMA\r\nZ,1\r\n");
     s.StoreSetting("delay", 30);
     s.StoreSetting("name", std::string("a, b"));
     s.StoreSetting("flag", true);
-    ASSERT_TRUE(s.SaveSettings(dir.file("Corva.ini")));
-    std::string text = readFile(dir.file("Corva.ini"));
-    EXPECT_EQ(text, "DELAY, 30 \r\nFLAG,True\r\nNAME,a, b\r\nZ,1\r\n");
+    ASSERT_TRUE(s.SaveSettings(ini));
+    EXPECT_EQ(readFile(ini), "DELAY, 30 \r\nFLAG,True\r\nNAME,a, b\r\nZ,1\r\n");
 
     cSHAREDSettings back;
-    back.LoadSettings(dir.file("Corva.ini"));
+    back.LoadSettings(ini);
     EXPECT_EQ(back.RetrieveSetting("DELAY").toLong(), 30); // blanks around numbers are tolerated
     EXPECT_EQ(back.RetrieveSetting("NAME").toText(), "a, b");
     EXPECT_TRUE(back.RetrieveSetting("FLAG").toBool());
 }
 
-TEST(Settings, RetrieveWithDefaultTreatsZeroAndFalseAsMissing) {
+TEST_F(SettingsFile, RetrieveWithDefaultTreatsZeroAndFalseAsMissing) {
     cSHAREDSettings s;
     s.StoreSetting("ZERO", 0);
     s.StoreSetting("NO", false);
@@ -75,47 +80,33 @@ TEST(Settings, RetrieveWithDefaultTreatsZeroAndFalseAsMissing) {
     EXPECT_EQ(s.RetrieveSetting("ZERO", 7).toLong(), 0);
 }
 
-TEST(Settings, FileIsOwnerOnlyEvenWhenItWasWider) {
-    TempDir dir;
-    dir.makeProgramFolder();
-    writeFile(dir.file("Corva.ini"), "PWD0,secret\r\n");
-    chmod(dir.file("Corva.ini").c_str(), 0644);
-    cSHAREDSettings s;
-    s.LoadSettings(dir.file("Corva.ini"));
-    ASSERT_TRUE(s.SaveSettings(dir.file("Corva.ini")));
-    struct stat st;
-    ASSERT_EQ(stat(dir.file("Corva.ini").c_str(), &st), 0);
-    EXPECT_EQ(st.st_mode & 0777, 0600u);
+// The file holds passwords: every save leaves it owner-only, whatever it was,
+// and gets past a read-only mark; a place that can't be written fails the
+// save and keeps the copy in memory.
+TEST_F(SettingsFile, SavesAreOwnerOnlyGetPastReadOnlyOrFailKeepingTheMemoryCopy) {
+    // Unchanged, the file is not written but narrowed all the same.
+    auto unchanged = loaded("PWD0,secret\r\n");
+    ::chmod(ini.c_str(), 0644);
+    ASSERT_TRUE(unchanged.SaveSettings(ini));
+    EXPECT_EQ(mode(ini), 0600u);
+    auto changed = loaded("A,1\r\n");
+    ::chmod(ini.c_str(), 0400);
+    changed.StoreSetting("B", std::string("2"));
+    ASSERT_TRUE(changed.SaveSettings(ini));
+    EXPECT_EQ(readFile(ini), "A,1\r\nB,2\r\n");
+    EXPECT_EQ(mode(ini), 0600u);
 
-    ASSERT_TRUE(s.SaveSettings(dir.file("New.ini")));
-    ASSERT_EQ(stat(dir.file("New.ini").c_str(), &st), 0);
-    EXPECT_EQ(st.st_mode & 0777, 0600u);
-}
-
-TEST(Settings, ReadOnlyFileHasItsMarkClearedAndIsWritten) {
-    TempDir dir;
-    dir.makeProgramFolder();
-    writeFile(dir.file("Corva.ini"), "A,1\r\n");
-    chmod(dir.file("Corva.ini").c_str(), 0400);
-    cSHAREDSettings s;
-    s.LoadSettings(dir.file("Corva.ini"));
-    s.StoreSetting("B", std::string("2"));
-    EXPECT_TRUE(s.SaveSettings(dir.file("Corva.ini")));
-    EXPECT_EQ(readFile(dir.file("Corva.ini")), "A,1\r\nB,2\r\n");
-}
-
-TEST(Settings, UnwritablePlaceFailsTheSaveAndKeepsTheMemoryCopy) {
-    TempDir dir;
-    dir.makeProgramFolder();
     cSHAREDSettings s;
     s.StoreSetting("A", 1);
+    ASSERT_TRUE(s.SaveSettings(dir.file("New.ini")));
+    EXPECT_EQ(mode(dir.file("New.ini")), 0600u);
     // A folder where the file should be can't be opened by anyone, root included.
-    test::writeFile(dir.file("Corva.ini/x"), "");
-    EXPECT_FALSE(s.SaveSettings(dir.file("Corva.ini")));
+    writeFile(dir.file("Folder.ini/x"), "");
+    EXPECT_FALSE(s.SaveSettings(dir.file("Folder.ini")));
     EXPECT_EQ(s.RetrieveSetting("A").toLong(), 1);
 }
 
-TEST(Settings, SetsCloseTheirGapsOnDelete) {
+TEST_F(SettingsFile, SetsCloseTheirGapsOnDelete) {
     cSHAREDSettings s;
     EXPECT_EQ(s.AddToSet("RECENT", std::string("a")), 1);
     EXPECT_EQ(s.AddToSet("RECENT", std::string("b")), 2);
@@ -151,7 +142,7 @@ TEST(Settings, SetsCloseTheirGapsOnDelete) {
     EXPECT_EQ(id, "RECENT_2");
 }
 
-TEST(Settings, BisectionFindsEveryKeyAndPlacesNewOnes) {
+TEST_F(SettingsFile, BisectionFindsEveryKeyAndPlacesNewOnes) {
     cSHAREDSettings s;
     for (int i = 99; i >= 0; --i) s.StoreSetting("K" + std::to_string(1000 + i * 7), i);
     for (int i = 0; i < 100; ++i) {

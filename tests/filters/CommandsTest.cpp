@@ -127,28 +127,6 @@ TEST(RuleManagement, MovingFindingDeletingAndCopying) {
     EXPECT_EQ(copyfiltername("Two", 9), "Copy of T");
 }
 
-TEST(RuleManagement, MergingAnImportedSet) {
-    FilterCollection target{makeFilter("Casino", {}, 3)};
-    FilterCollection source{makeFilter(" casino ", {}, 0), makeFilter("Loans", {}, 1)};
-    mergefilters(source, target);
-    EXPECT_TRUE(source.empty());
-    ASSERT_EQ(target.size(), 2u);
-    EXPECT_EQ(target[0].Action, 3);
-    EXPECT_EQ(target[1].FilterName, "Loans");
-}
-
-TEST_F(BlockCommandsTest, ImportMergesAndSavesToTheCurrentRules) {
-    filters.ReloadFilters(true);
-    add(makeFilter("Casino", {}, 3));
-    importfilters(filters, dataFile("filters/odd-lines-rules.txt"));
-    ASSERT_EQ(filters.Filters().size(), 3u);
-    FilterCollection saved;
-    frmFilters::LoadFilters(saved, dir.file("LocalRules.txt"), true);
-    ASSERT_EQ(saved.size(), 3u);
-    EXPECT_EQ(saved[0].Action, 3);
-    EXPECT_FALSE(FileExists(dir.file("Rules.txt")));
-}
-
 TEST(RuleManagement, AFilterProposedFromAMessage) {
     clsMessage msg =
         headerMessage("a@b.example", "me@x.example", "Cheap  v.i.a.g.r.a: now today extra");

@@ -3,6 +3,7 @@
 #include "core/mSHAREDLogging.h"
 #include "message/MessageText.h"
 #include "message/clsMessage.h"
+#include "support/LastActions.h"
 #include "support/TempDir.h"
 
 #include <gtest/gtest.h>
@@ -19,11 +20,6 @@ protected:
         clsMessage m;
         m.CreateFromText(text, headerOnly);
         return m;
-    }
-    bool ringHolds(const std::string& text) {
-        for (const auto& e : LastActionEntries())
-            if (e.find(text) != std::string::npos) return true;
-        return false;
     }
     test::TempDir dir;
 };
@@ -143,7 +139,7 @@ TEST_F(HeaderTable, TextWithoutBlankLineIsInvalidButKeepsSize) {
     EXPECT_EQ(m.Subject, "");
     EXPECT_EQ(m.Headers, "");
     EXPECT_FLOAT_EQ(m.Size, 1.0f);
-    EXPECT_TRUE(ringHolds("Invalid message format"));
+    EXPECT_TRUE(test::lastActionsHold("Invalid message format"));
     // The raw text is kept all the same.
     EXPECT_NE(m.RawMessage().find("Subject: nothing after"), std::string::npos);
 }
@@ -161,8 +157,8 @@ TEST_F(HeaderTable, HeaderBlockOf32767CharactersIsInvalid) {
     clsMessage tooLong = parse(withHeaderLength(32767));
     EXPECT_EQ(tooLong.Subject, "");
     EXPECT_EQ(tooLong.MessageBody, "");
-    EXPECT_TRUE(ringHolds("Invalid message format"));
-    EXPECT_TRUE(ringHolds("Overflow"));
+    EXPECT_TRUE(test::lastActionsHold("Invalid message format"));
+    EXPECT_TRUE(test::lastActionsHold("Overflow"));
 }
 
 } // namespace

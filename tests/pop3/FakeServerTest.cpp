@@ -1,10 +1,9 @@
 // The scripted server must catch a client that strays from the script, or
 // every test built on it would pass whatever the client sends.
 #include "support/FakeServer.h"
+#include "support/ServerProcess.h"
 
-#include <arpa/inet.h>
 #include <gtest/gtest.h>
-#include <netinet/in.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -13,16 +12,9 @@ namespace {
 
 class RawClient {
 public:
-    explicit RawClient(int port) {
-        fd_ = ::socket(AF_INET, SOCK_STREAM, 0);
-        sockaddr_in addr{};
-        addr.sin_family = AF_INET;
-        addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        addr.sin_port = htons(static_cast<uint16_t>(port));
-        connected_ = ::connect(fd_, reinterpret_cast<sockaddr*>(&addr), sizeof addr) == 0;
-    }
+    explicit RawClient(int port) : fd_(connectToLoopback(port)) {}
     ~RawClient() { close(); }
-    bool connected() const { return connected_; }
+    bool connected() const { return fd_ >= 0; }
     void send(const std::string& s) { ::send(fd_, s.data(), s.size(), MSG_NOSIGNAL); }
     // Reads until `want` bytes came or the server closed.
     std::string read(size_t want) {
@@ -42,7 +34,6 @@ public:
 
 private:
     int fd_ = -1;
-    bool connected_ = false;
 };
 
 TEST(FakeServer, AClientThatKeepsToTheScriptLeavesNoProblems) {

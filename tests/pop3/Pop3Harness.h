@@ -11,8 +11,10 @@
 #include "platform/qt/QtPlatform.h"
 #include "pop3/frmGetMail.h"
 #include "support/FakeServer.h"
+#include "support/LastActions.h"
 #include "support/TempDir.h"
 
+#include <algorithm>
 #include <functional>
 #include <gtest/gtest.h>
 #include <memory>
@@ -109,9 +111,10 @@ public:
         return out;
     }
     bool saw(const std::string& event) const {
-        for (const auto& e : events)
-            if (e == event) return true;
-        return false;
+        return std::find(events.begin(), events.end(), event) != events.end();
+    }
+    bool said(const std::string& line) const {
+        return std::find(progress.begin(), progress.end(), line) != progress.end();
     }
 
     std::vector<std::string> events;
@@ -201,6 +204,44 @@ protected:
 inline std::string message(const std::string& from, const std::string& subject,
                            const std::string& body = "Hello.\r\n") {
     return "From: " + from + "\r\nSubject: " + subject + "\r\n\r\n" + body;
+}
+
+// Pieces of a scripted dialogue of account 0 ("ann", "pw").
+using Steps = std::vector<ScriptStep>;
+using Outline = std::vector<std::string>;
+
+inline Steps operator+(Steps a, const Steps& b) {
+    a.insert(a.end(), b.begin(), b.end());
+    return a;
+}
+
+inline Steps credentials(const std::string& password = "pw") {
+    return {Expect("USER ann\r\n"), Say("+OK\r\n"), Expect("PASS " + password + "\r\n"),
+            Say("+OK logged in\r\n")};
+}
+
+inline Steps login(const std::string& password = "pw") {
+    return Steps{Say("+OK ready\r\n")} + credentials(password);
+}
+
+// LIST and STAT for a mailbox of messages of the given sizes.
+inline Steps listing(const std::vector<int>& sizes) {
+    std::string list = "+OK " + std::to_string(sizes.size()) + " messages\r\n";
+    int total = 0;
+    for (size_t i = 0; i < sizes.size(); ++i) {
+        list += std::to_string(i + 1) + " " + std::to_string(sizes[i]) + "\r\n";
+        total += sizes[i];
+    }
+    return {Expect("LIST\r\n"), Say(list + ".\r\n"), Expect("STAT\r\n"),
+            Say("+OK " + std::to_string(sizes.size()) + " " + std::to_string(total) + "\r\n")};
+}
+
+inline Steps top(int n, const std::string& text) {
+    return {Expect("TOP " + std::to_string(n) + " 1\r\n"), Say("+OK\r\n" + text + ".\r\n")};
+}
+
+inline Steps quit() {
+    return {Expect("QUIT\r\n"), Say("+OK bye\r\n")};
 }
 
 } // namespace corva::test

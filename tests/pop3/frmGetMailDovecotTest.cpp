@@ -13,10 +13,16 @@
 namespace corva::test {
 namespace {
 
-class DovecotTest : public Pop3Test {
+// One server for a whole suite; with Secure it requires TLS: STLS on its usual
+// port, TLS from the first byte on the other.
+template <bool Secure> class DovecotSuite : public Pop3Test {
 protected:
     static void SetUpTestSuite() {
-        if (DovecotServer::available()) dovecot_ = std::make_unique<DovecotServer>();
+        if (!DovecotServer::available()) return;
+        if (!Secure)
+            dovecot_ = std::make_unique<DovecotServer>();
+        else if (const auto& certs = TestCertificates::get(); certs.ok())
+            dovecot_ = std::make_unique<DovecotServer>(certs.good.chain, certs.good.key);
     }
     static void TearDownTestSuite() { dovecot_.reset(); }
 
@@ -30,22 +36,23 @@ protected:
     std::string newUser(int messages, const std::string& password = "pw") {
         std::string name = "user" + std::to_string(++users_);
         dovecot_->addUser(name, password);
-        for (int i = 1; i <= messages; ++i)
-            dovecot_->addMessage(
-                name, message("sender" + std::to_string(i) + "@example.com",
-                              "Message " + std::to_string(i),
-                              std::string(static_cast<size_t>(i % 50) * 40, 'z') + "\r\n"));
+        for (int i = 1; i <= messages; ++i) dovecot_->addMessage(name, numbered(i));
         return name;
     }
+    static std::string numbered(int i) {
+        return message("sender" + std::to_string(i) + "@example.com",
+                       "Message " + std::to_string(i),
+                       std::string(static_cast<size_t>(i % 50) * 40, 'z') + "\r\n");
+    }
 
-    static std::unique_ptr<DovecotServer> dovecot_;
-    static int users_;
+    static inline std::unique_ptr<DovecotServer> dovecot_;
+    static inline int users_ = 0;
     EventLog log;
     frmGetMail pop;
 };
 
-std::unique_ptr<DovecotServer> DovecotTest::dovecot_;
-int DovecotTest::users_ = 0;
+using DovecotTest = DovecotSuite<false>;
+using DovecotTlsTest = DovecotSuite<true>;
 
 TEST_F(DovecotTest, ScanOfAThousandMessagesReportsEveryHeaderWithItsListedSize) {
     const int count = 1000;
@@ -60,10 +67,7 @@ TEST_F(DovecotTest, ScanOfAThousandMessagesReportsEveryHeaderWithItsListedSize) 
         ASSERT_EQ(h.subject, "Message " + std::to_string(i));
         ASSERT_EQ(h.number, i);
         // The size of what was stored, as the server lists it, in kb to 2 places.
-        const double bytes = static_cast<double>(
-            message("sender" + std::to_string(i) + "@example.com", "Message " + std::to_string(i),
-                    std::string(static_cast<size_t>(i % 50) * 40, 'z') + "\r\n")
-                .size());
+        const double bytes = static_cast<double>(numbered(i).size());
         ASSERT_FLOAT_EQ(h.size, static_cast<float>(std::nearbyint(bytes / 1024 * 100) / 100))
             << "message " << i;
     }
@@ -143,34 +147,7 @@ TEST_F(DovecotTest, CancelAfterDeletingLosesTheDeletions) {
     EXPECT_EQ(dovecot_->messageCount(user), 0);
 }
 
-} // namespace
-} // namespace corva::test
-
-namespace corva::test {
-namespace {
-
-// A real server that requires TLS: STLS on its usual port, TLS from the first
-// byte on the other; a wrong password is the server's refusal either way.
-class DovecotTlsTest : public Pop3Test {
-protected:
-    static void SetUpTestSuite() {
-        const auto& certs = TestCertificates::get();
-        if (DovecotServer::available() && certs.ok())
-            dovecot_ = std::make_unique<DovecotServer>(certs.good.chain, certs.good.key);
-    }
-    static void TearDownTestSuite() { dovecot_.reset(); }
-    void SetUp() override {
-        if (!dovecot_) GTEST_SKIP() << "Dovecot is not installed";
-        Pop3Test::SetUp();
-        pop.setListener(&log);
-    }
-    static std::unique_ptr<DovecotServer> dovecot_;
-    EventLog log;
-    frmGetMail pop;
-};
-
-std::unique_ptr<DovecotServer> DovecotTlsTest::dovecot_;
-
+// A wrong password is the server's refusal over either kind of TLS.
 TEST_F(DovecotTlsTest, RetrieveOverStlsAndImplicitTlsAndRefusedPassword) {
     dovecot_->addUser("tls", "pw");
     const struct {

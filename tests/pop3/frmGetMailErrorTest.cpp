@@ -56,13 +56,9 @@ TEST_P(SocketErrorTest, NetworkErrorsEndTheTransferAtOnce) {
     frmGetMail pop;
     pop.setListener(&log);
     pop.GetHeaders(0, false, false);
-    EXPECT_EQ(log.outline(),
-              (std::vector<std::string>{"DoingServer: Test", "NoConnection", "Finished"}));
+    EXPECT_EQ(log.outline(), (Outline{"DoingServer: Test", "NoConnection", "Finished"}));
     EXPECT_TRUE(prompts.messages.empty());
-    auto ring = LastActionEntries();
-    EXPECT_TRUE(std::any_of(ring.begin(), ring.end(), [](const std::string& e) {
-        return e.rfind("Winsock Error " + std::to_string(GetParam()), 0) == 0;
-    }));
+    EXPECT_TRUE(lastActionsHold("Winsock Error " + std::to_string(GetParam())));
     if (GetParam() == platform::SocketError::TimedOut) {
         // The timer is off: no time-out follows the end.
         platform::current().eventLoop().runUntil([] { return false; }, 1300);

@@ -13,40 +13,6 @@
 namespace corva::test {
 namespace {
 
-using Steps = std::vector<ScriptStep>;
-
-Steps operator+(Steps a, const Steps& b) {
-    a.insert(a.end(), b.begin(), b.end());
-    return a;
-}
-
-Steps login(const std::string& password = "pw") {
-    return {Say("+OK ready\r\n"), Expect("USER ann\r\n"), Say("+OK\r\n"),
-            Expect("PASS " + password + "\r\n"), Say("+OK logged in\r\n")};
-}
-
-// LIST and STAT for a mailbox of messages of the given sizes.
-Steps listing(const std::vector<int>& sizes) {
-    std::string list = "+OK " + std::to_string(sizes.size()) + " messages\r\n";
-    int total = 0;
-    for (size_t i = 0; i < sizes.size(); ++i) {
-        list += std::to_string(i + 1) + " " + std::to_string(sizes[i]) + "\r\n";
-        total += sizes[i];
-    }
-    return {Expect("LIST\r\n"), Say(list + ".\r\n"), Expect("STAT\r\n"),
-            Say("+OK " + std::to_string(sizes.size()) + " " + std::to_string(total) + "\r\n")};
-}
-
-Steps top(int n, const std::string& text) {
-    return {Expect("TOP " + std::to_string(n) + " 1\r\n"), Say("+OK\r\n" + text + ".\r\n")};
-}
-
-Steps quit() {
-    return {Expect("QUIT\r\n"), Say("+OK bye\r\n")};
-}
-
-using Outline = std::vector<std::string>;
-
 using ScriptTest = ScriptedServerTest;
 
 TEST_F(ScriptTest, GreetingThatIsNotOkEndsWithTheServersTextAndQuit) {
@@ -91,33 +57,42 @@ TEST_F(ScriptTest, ScanGathersASplitListAndTakesSizesFromIt) {
     expectKeptToScript();
 }
 
-TEST_F(ScriptTest, StatReplyWithoutBlanksStallsIntoTheTimeOut) {
-    sset("MailTimeout", 1);
-    start(login() + Steps{Expect("LIST\r\n"), Say("+OK\r\n.\r\n"), Expect("STAT\r\n"),
-                          Say("+OK\r\n"), Silence()});
-    pop.GetHeaders(0, false, false);
-    ASSERT_TRUE(waitFinished(log, 5000));
-    // Cancelled and Finished come before TimedOut; no QUIT goes out.
-    EXPECT_EQ(log.outline(),
-              (Outline{"DoingServer: Test", "Cancelled", "Finished", "TimedOut: 1"}));
-    EXPECT_EQ(server->received().find("QUIT"), std::string::npos);
-    auto ring = LastActionEntries();
-    EXPECT_TRUE(std::any_of(ring.begin(), ring.end(),
-                            [](const std::string& e) { return e.rfind("Timed out", 0) == 0; }));
-}
-
-TEST_F(ScriptTest, CountBeyondSixteenBitsIsReportedAndTimesOut) {
-    sset("MailTimeout", 1);
-    start(login() + Steps{Expect("LIST\r\n"), Say("+OK\r\n.\r\n"), Expect("STAT\r\n"),
-                          Say("+OK 40000 123456\r\n"), Silence()});
-    pop.GetHeaders(0, false, false);
-    ASSERT_TRUE(waitFinished(log, 5000));
-    EXPECT_EQ(log.outline(),
-              (Outline{"DoingServer: Test", "Cancelled", "Finished", "TimedOut: 1"}));
-    auto ring = LastActionEntries();
-    EXPECT_NE(
-        std::find(ring.begin(), ring.end(), "Overflow(6) in DataArrival of module frmGetMail"),
-        ring.end());
+// A session that stalls or loses its server ends by the time-out, after
+// Cancelled and Finished, and sends no QUIT.
+TEST_F(ScriptTest, StalledOrLostSessionsEndByTheTimeOut) {
+    const Steps stat = login() + Steps{Expect("LIST\r\n"), Say("+OK\r\n.\r\n"), Expect("STAT\r\n")};
+    const Steps dropped = {Say("+OK ready\r\n"), Expect("USER ann\r\n"), Say("+OK\r\n"),
+                           Expect("PASS pw\r\n"), Drop()};
+    const struct {
+        const char* name;
+        int timeout;
+        Steps script;
+        const char* logged; // a last action that says why, when there is one
+        const char* progress;
+    } cases[] = {
+        {"STAT reply without blanks", 1, stat + Steps{Say("+OK\r\n"), Silence()}, "Timed out", ""},
+        {"count beyond sixteen bits", 1, stat + Steps{Say("+OK 40000 123456\r\n"), Silence()},
+         "Overflow(6) in DataArrival of module frmGetMail", ""},
+        {"dropped after PASS", 1, dropped, "", ""},
+        {"silent from the start", 3, {Silence()}, "", "Test - Trying to connect: 0"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        log = EventLog{};
+        pop.setListener(&log);
+        ResetLastActions();
+        sset("MailTimeout", c.timeout);
+        start(c.script);
+        pop.GetHeaders(0, false, false);
+        ASSERT_TRUE(waitFinished(log, 8000));
+        EXPECT_EQ(log.outline(), (Outline{"DoingServer: Test", "Cancelled", "Finished",
+                                          "TimedOut: " + std::to_string(c.timeout)}));
+        EXPECT_EQ(server->received().find("QUIT"), std::string::npos);
+        EXPECT_TRUE(c.script.size() > 1 || server->received().empty()) << "said nothing first";
+        EXPECT_EQ(server->problems(), "");
+        EXPECT_TRUE(!*c.logged || lastActionsHold(c.logged)) << lastActionsText();
+        EXPECT_TRUE(!*c.progress || log.said(c.progress));
+    }
 }
 
 TEST_F(ScriptTest, WithoutStopAtLastTheServersRefusalEndsTheScanQuietly) {
@@ -156,8 +131,7 @@ TEST_F(ScriptTest, BlockedHeadersAreDeletedOrSkippedAsAsked) {
               (Outline{"DoingServer: Test", "DeletedSpam: 1", "HeaderReceived", "Finished"}));
     ASSERT_EQ(log.headers.size(), 1u);
     EXPECT_EQ(log.headers[0].subject, "fine");
-    EXPECT_NE(std::find(log.progress.begin(), log.progress.end(), "Deleting message 1 of 2"),
-              log.progress.end());
+    EXPECT_TRUE(log.said("Deleting message 1 of 2"));
     expectKeptToScript();
 
     // Without deleting, the same header is listed with the reason.
@@ -167,9 +141,7 @@ TEST_F(ScriptTest, BlockedHeadersAreDeletedOrSkippedAsAsked) {
     pop.GetHeaders(0, false, false);
     ASSERT_TRUE(waitFinished(second, 5000));
     EXPECT_EQ(second.outline(), (Outline{"DoingServer: Test", "HeaderReceived", "Finished"}));
-    EXPECT_NE(std::find(second.progress.begin(), second.progress.end(),
-                        "Skipping message 1 of 1 (rule says delete)"),
-              second.progress.end());
+    EXPECT_TRUE(second.said("Skipping message 1 of 1 (rule says delete)"));
     expectKeptToScript();
 }
 
@@ -307,12 +279,9 @@ TEST_F(ScriptTest, RetrievingFetchesWhatPassesAndLeavesTheTemporaryFile) {
     EXPECT_EQ(localRules.calls, (Outline{"plain"}));
     EXPECT_EQ(serverRules.calls, (Outline{"[ignore] a +bayes", "plain +bayes", "plain +bayes",
                                           "[folder] b +bayes", "[folder] b +bayes"}));
-    auto has = [&](const std::string& text) {
-        return std::find(log.progress.begin(), log.progress.end(), text) != log.progress.end();
-    };
-    EXPECT_TRUE(has("Ignoring message 1 of 3"));
-    EXPECT_TRUE(has("Downloaded Message 2 of 3 to Inbox"));
-    EXPECT_TRUE(has("Downloaded Message 3 of 3 to Lists"));
+    EXPECT_TRUE(log.said("Ignoring message 1 of 3"));
+    EXPECT_TRUE(log.said("Downloaded Message 2 of 3 to Inbox"));
+    EXPECT_TRUE(log.said("Downloaded Message 3 of 3 to Lists"));
     EXPECT_TRUE(std::any_of(log.progress.begin(), log.progress.end(), [](const std::string& p) {
         return p.rfind("Receiving message (", 0) == 0;
     }));
@@ -387,29 +356,6 @@ TEST_F(ScriptTest, TransferAfterATimeOutStartsClean) {
     EXPECT_EQ(next.headers[0].subject, "Two");
     EXPECT_FLOAT_EQ(next.headers[0].size, 4.0f);
     expectKeptToScript();
-}
-
-TEST_F(ScriptTest, DroppedConnectionEndsByTimeOut) {
-    sset("MailTimeout", 1);
-    start({Say("+OK ready\r\n"), Expect("USER ann\r\n"), Say("+OK\r\n"), Expect("PASS pw\r\n"),
-           Drop()});
-    pop.GetHeaders(0, false, false);
-    ASSERT_TRUE(waitFinished(log, 5000));
-    EXPECT_EQ(log.outline(),
-              (Outline{"DoingServer: Test", "Cancelled", "Finished", "TimedOut: 1"}));
-    EXPECT_EQ(server->problems(), "");
-}
-
-TEST_F(ScriptTest, SilentServerCountsDownAndTimesOut) {
-    sset("MailTimeout", 3);
-    start({Silence()});
-    pop.GetHeaders(0, false, false);
-    ASSERT_TRUE(waitFinished(log, 8000));
-    EXPECT_EQ(log.outline(),
-              (Outline{"DoingServer: Test", "Cancelled", "Finished", "TimedOut: 3"}));
-    EXPECT_NE(std::find(log.progress.begin(), log.progress.end(), "Test - Trying to connect: 0"),
-              log.progress.end());
-    EXPECT_EQ(server->received(), "");
 }
 
 TEST_F(ScriptTest, EmptyPasswordIsAskedForAndRememberedWhenWanted) {

@@ -8,19 +8,6 @@
 namespace corva::test {
 namespace {
 
-using Steps = std::vector<ScriptStep>;
-using Outline = std::vector<std::string>;
-
-Steps operator+(Steps a, const Steps& b) {
-    a.insert(a.end(), b.begin(), b.end());
-    return a;
-}
-
-const Steps loginToEmptyBox = {Expect("USER ann\r\n"), Say("+OK\r\n"),     Expect("PASS pw\r\n"),
-                               Say("+OK\r\n"),         Expect("LIST\r\n"), Say("+OK\r\n.\r\n"),
-                               Expect("STAT\r\n"),     Say("+OK 0 0\r\n"), Expect("QUIT\r\n"),
-                               Say("+OK bye\r\n")};
-
 class TlsScriptTest : public ScriptedServerTest {
 protected:
     void SetUp() override {
@@ -40,25 +27,32 @@ protected:
     }
 };
 
-TEST_F(TlsScriptTest, StlsThenTheUsualDialogueInsideTls) {
-    start(2, Steps{Say("+OK ready\r\n"), Expect("STLS\r\n"), Say("+OK Begin TLS\r\n"), StartTls()} +
-                 loginToEmptyBox);
-    run();
-    EXPECT_EQ(log.outline(), (Outline{"DoingServer: Test", "NoMail: Test", "Finished"}));
-}
-
-TEST_F(TlsScriptTest, TlsFromTheFirstByte) {
-    start(1, Steps{StartTls(), Say("+OK ready\r\n")} + loginToEmptyBox);
-    run();
-    EXPECT_EQ(log.outline(), (Outline{"DoingServer: Test", "NoMail: Test", "Finished"}));
-}
-
-TEST_F(TlsScriptTest, RefusedStlsEndsWithTheServersText) {
-    start(2, {Say("+OK ready\r\n"), Expect("STLS\r\n"), Say("-ERR TLS not available\r\n"),
-              Expect("QUIT\r\n")});
-    run();
-    EXPECT_EQ(log.outline(),
-              (Outline{"DoingServer: Test", "POPError: -ERR TLS not available\r\n", "Finished"}));
+TEST_F(TlsScriptTest, StlsOrTlsFromTheFirstByteThenTheUsualDialogue) {
+    const Steps emptyBox = listing({}) + quit();
+    const struct {
+        int security;
+        Steps script;
+        Outline outline;
+    } cases[] = {
+        {2,
+         Steps{Say("+OK ready\r\n"), Expect("STLS\r\n"), Say("+OK Begin TLS\r\n"), StartTls()} +
+             credentials() + emptyBox,
+         {"DoingServer: Test", "NoMail: Test", "Finished"}},
+        {1,
+         Steps{StartTls()} + login() + emptyBox,
+         {"DoingServer: Test", "NoMail: Test", "Finished"}},
+        {2,
+         {Say("+OK ready\r\n"), Expect("STLS\r\n"), Say("-ERR TLS not available\r\n"),
+          Expect("QUIT\r\n")},
+         {"DoingServer: Test", "POPError: -ERR TLS not available\r\n", "Finished"}},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.outline[1]);
+        log = EventLog();
+        start(c.security, c.script);
+        run();
+        EXPECT_EQ(log.outline(), c.outline);
+    }
 }
 
 TEST_F(TlsScriptTest, CertificatesThatFailAreRefusedWithTheirFingerprint) {
@@ -91,8 +85,7 @@ TEST_F(TlsScriptTest, CertificatesThatFailAreRefusedWithTheirFingerprint) {
 
 TEST_F(TlsScriptTest, TrustedCertificatePassesFromNowOnAndAChangedOneIsRefused) {
     prompts.trustAnswer = true;
-    start(1,
-          Steps{TlsRefused(), NextConnection(), StartTls(), Say("+OK ready\r\n")} + loginToEmptyBox,
+    start(1, Steps{TlsRefused(), NextConnection(), StartTls()} + login() + listing({}) + quit(),
           TestCertificates::get().selfSigned);
     run();
     EXPECT_EQ(log.outline(), (Outline{"DoingServer: Test", "NoMail: Test", "Finished"}));

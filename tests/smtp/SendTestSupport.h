@@ -8,8 +8,11 @@
 #include "core/mSHAREDSettings.h"
 #include "message/clsMessage.h"
 #include "platform/Platform.h"
+#include "smtp/frmSendMail.h"
 #include "smtp/frmSendMailWrapper.h"
+#include "support/FakeServer.h"
 #include "support/TempDir.h"
+#include "support/TestCertificates.h"
 
 #include <gtest/gtest.h>
 
@@ -112,6 +115,48 @@ protected:
     }
 
     TempDir home_;
+};
+
+using Steps = std::vector<ScriptStep>;
+
+inline Steps operator+(Steps a, const Steps& b) {
+    a.insert(a.end(), b.begin(), b.end());
+    return a;
+}
+
+// The engine logging in to a scripted server as ann/secret.
+class LoginTest : public SendFixture {
+protected:
+    // Connects over the security given (0 none, 1 TLS, 2 STARTTLS) and hangs up
+    // again; true when the login went through. What the script found wrong is
+    // left in problems.
+    bool connectAndQuit(const Steps& steps, int security = 0,
+                        const ServerCertificate* certificate = nullptr, int expectMs = 5000) {
+        FakeServer fake(steps);
+        fake.setExpectTimeout(expectMs);
+        if (security) {
+            if (!certificate) certificate = &TestCertificates::get().good;
+            fake.useCertificate(certificate->chain, certificate->key);
+        }
+        setAccount(0, fake.port(), "ann@example.com");
+        sset("SMTPSECURITY0", security);
+        events = EngineEvents();
+        frmSendMail mail;
+        mail.setListener(&events);
+        mail.Initialise(0);
+        mail.setSMTPHost("127.0.0.1");
+        mail.setUseAuthentication(true);
+        mail.setUsername("ann");
+        mail.setPassword("secret");
+        bool ok = mail.Connect();
+        mail.Disconnect();
+        fake.waitClosed(3000);
+        fake.stop();
+        problems = fake.problems();
+        return ok;
+    }
+    EngineEvents events;
+    std::string problems;
 };
 
 } // namespace corva::test

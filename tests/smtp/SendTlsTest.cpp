@@ -11,59 +11,40 @@
 namespace corva::test {
 namespace {
 
-using Steps = std::vector<ScriptStep>;
-
-class TlsLoginTest : public SendFixture {
+class TlsLoginTest : public LoginTest {
 protected:
     void SetUp() override {
-        SendFixture::SetUp();
+        LoginTest::SetUp();
         ASSERT_TRUE(TestCertificates::get().ok());
     }
-    // Connects as ann/secret with the security given and hangs up again.
-    bool connectAndQuit(int security, const Steps& steps,
-                        const ServerCertificate& certificate = TestCertificates::get().good) {
-        FakeServer fake(steps);
-        fake.useCertificate(certificate.chain, certificate.key);
-        setAccount(0, fake.port(), "ann@example.com");
-        sset("SMTPSECURITY0", security);
-        frmSendMail mail;
-        mail.setListener(&events);
-        mail.Initialise(0);
-        mail.setUseAuthentication(true);
-        mail.setUsername("ann");
-        mail.setPassword("secret");
-        bool ok = mail.Connect();
-        mail.Disconnect();
-        fake.waitClosed(3000);
-        fake.stop();
-        problems = fake.problems();
-        return ok;
-    }
-    EngineEvents events;
-    std::string problems;
 };
 
-TEST_F(TlsLoginTest, StartTlsThenAuthPlain) {
-    EXPECT_TRUE(connectAndQuit(2, {Say("220 fake ESMTP\r\n"), Expect("EHLO example.com\r\n"),
-                                   Say("250-fake\r\n250-STARTTLS\r\n250 SIZE 1000\r\n"),
-                                   Expect("STARTTLS\r\n"), Say("220 2.0.0 Ready to start TLS\r\n"),
-                                   StartTls(), Expect("EHLO example.com\r\n"),
-                                   Say("250-fake\r\n250-AUTH LOGIN PLAIN\r\n250 SIZE 1000\r\n"),
-                                   Expect("AUTH PLAIN AGFubgBzZWNyZXQ=\r\n"),
-                                   Say("235 2.7.0 Authentication successful\r\n"),
-                                   Expect("QUIT\r\n"), Say("221 bye\r\n")}));
-    EXPECT_EQ(problems, "");
-    EXPECT_TRUE(events.said("Host Login OK!"));
-}
-
-TEST_F(TlsLoginTest, TlsFromTheFirstByteThenAuthLoginOnePerLine) {
-    EXPECT_TRUE(
-        connectAndQuit(1, {StartTls(), Say("220 fake ESMTP\r\n"), Expect("EHLO example.com\r\n"),
-                           Say("250-fake\r\n250 AUTH=LOGIN\r\n"), Expect("AUTH LOGIN\r\n"),
-                           Say("334 VXNlcm5hbWU6\r\n"), Expect("YW5u\r\n"),
-                           Say("334 UGFzc3dvcmQ6\r\n"), Expect("c2VjcmV0\r\n"),
-                           Say("235 2.7.0 Accepted\r\n"), Expect("QUIT\r\n"), Say("221 bye\r\n")}));
-    EXPECT_EQ(problems, "");
+TEST_F(TlsLoginTest, StartTlsOrTlsFromTheFirstByteThenTheStandardLogins) {
+    const struct {
+        int security;
+        Steps script;
+    } cases[] = {
+        {2,
+         {Say("220 fake ESMTP\r\n"), Expect("EHLO example.com\r\n"),
+          Say("250-fake\r\n250-STARTTLS\r\n250 SIZE 1000\r\n"), Expect("STARTTLS\r\n"),
+          Say("220 2.0.0 Ready to start TLS\r\n"), StartTls(), Expect("EHLO example.com\r\n"),
+          Say("250-fake\r\n250-AUTH LOGIN PLAIN\r\n250 SIZE 1000\r\n"),
+          Expect("AUTH PLAIN AGFubgBzZWNyZXQ=\r\n"), Say("235 2.7.0 Authentication successful\r\n"),
+          Expect("QUIT\r\n"), Say("221 bye\r\n")}},
+        // AUTH LOGIN over TLS sends one credential per line.
+        {1,
+         {StartTls(), Say("220 fake ESMTP\r\n"), Expect("EHLO example.com\r\n"),
+          Say("250-fake\r\n250 AUTH=LOGIN\r\n"), Expect("AUTH LOGIN\r\n"),
+          Say("334 VXNlcm5hbWU6\r\n"), Expect("YW5u\r\n"), Say("334 UGFzc3dvcmQ6\r\n"),
+          Expect("c2VjcmV0\r\n"), Say("235 2.7.0 Accepted\r\n"), Expect("QUIT\r\n"),
+          Say("221 bye\r\n")}},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.security);
+        EXPECT_TRUE(connectAndQuit(c.script, c.security));
+        EXPECT_EQ(problems, "");
+        EXPECT_TRUE(events.said("Host Login OK!"));
+    }
 }
 
 TEST_F(TlsLoginTest, FailuresBeforeTheLoginSayWhy) {
@@ -72,41 +53,34 @@ TEST_F(TlsLoginTest, FailuresBeforeTheLoginSayWhy) {
         const char* name;
         int security;
         Steps rest;
-        ServerCertificate certificate;
         const char* failure;
     } cases[] = {
         {"STARTTLS refused",
          2,
          {Say("250-fake\r\n250 STARTTLS\r\n"), Expect("STARTTLS\r\n"),
           Say("454 4.7.0 TLS not available\r\n"), Expect("QUIT\r\n"), Say("221 bye\r\n")},
-         TestCertificates::get().good,
          "The server refuses STARTTLS: 4.7.0 TLS not available"},
         {"STARTTLS not offered",
          2,
          {Say("250-fake\r\n250 SIZE 1000\r\n"), Expect("QUIT\r\n"), Say("221 bye\r\n")},
-         TestCertificates::get().good,
          "The server does not offer STARTTLS"},
         {"login refused",
          1,
          {Say("250 AUTH PLAIN\r\n"), Expect("AUTH PLAIN AGFubgBzZWNyZXQ=\r\n"),
           Say("535 5.7.8 Bad credentials\r\n"), Expect("QUIT\r\n"), Say("221 bye\r\n")},
-         TestCertificates::get().good,
          "Login refused: 5.7.8 Bad credentials"},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
-        events = EngineEvents();
-        Steps steps = c.security == 1 ? Steps{StartTls()} : Steps{};
-        steps.insert(steps.end(), greeting.begin(), greeting.end());
-        steps.insert(steps.end(), c.rest.begin(), c.rest.end());
-        EXPECT_FALSE(connectAndQuit(c.security, steps, c.certificate));
+        EXPECT_FALSE(connectAndQuit(
+            (c.security == 1 ? Steps{StartTls()} : Steps{}) + greeting + c.rest, c.security));
         EXPECT_EQ(problems, "");
         EXPECT_EQ(events.failures, std::vector<std::string>{c.failure});
     }
 }
 
 TEST_F(TlsLoginTest, UnknownCertificateFailsWithItsFingerprint) {
-    EXPECT_FALSE(connectAndQuit(1, {TlsRefused()}, TestCertificates::get().selfSigned));
+    EXPECT_FALSE(connectAndQuit({TlsRefused()}, 1, &TestCertificates::get().selfSigned));
     EXPECT_EQ(problems, "");
     ASSERT_EQ(events.failures.size(), 1u);
     EXPECT_NE(events.failures[0].find("was not accepted"), std::string::npos) << events.failures[0];
@@ -170,12 +144,6 @@ TEST_F(SendFixture, EximTakesMailAfterStartTlsAndLogin) {
     EXPECT_NE(server.log().find("A=plain:ann"), std::string::npos) << server.log();
     EXPECT_NE(server.message(1).find("Subject: Exim"), std::string::npos);
 }
-
-} // namespace
-} // namespace corva::test
-
-namespace corva::test {
-namespace {
 
 // What Python's email package reads from a delivered message: subject, then body.
 std::string readByPython(const std::string& message) {

@@ -297,12 +297,6 @@ TEST_F(SpoolNameTest, SpoolsTakeTheNextFreeNumberPerAccount) {
     EXPECT_EQ(all.size(), 3u);
 }
 
-} // namespace
-} // namespace corva::test
-
-namespace corva::test {
-namespace {
-
 // Each credential goes out followed by an empty line. A server that reads the
 // empty line as the answer to its next challenge refuses the login; a second
 // connection with the standard exchange then gets the message through.

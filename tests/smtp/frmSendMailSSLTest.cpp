@@ -2,6 +2,7 @@
 // long sends, the refused send and a server key the client cannot use.
 #include "smtp/frmSendMailSSL.h"
 #include "core/mSHAREDLogging.h"
+#include "support/LastActions.h"
 #include "support/RecordingPlatform.h"
 #include "support/Ssl2TestHost.h"
 
@@ -21,12 +22,6 @@ bool waitFor(const std::function<bool()>& done) {
     return platform::current().eventLoop().runUntil(done, WaitMs);
 }
 
-bool anyEntryHas(const std::string& text) {
-    auto entries = LastActionEntries();
-    return std::any_of(entries.begin(), entries.end(),
-                       [&](const std::string& e) { return e.find(text) != std::string::npos; });
-}
-
 TEST(SslOverTcp, SendsOnlyWhenConnectedAndEchoesLongTextsThroughTheHost) {
     Ssl2TestHost host;
     frmSendMailSSL client;
@@ -38,7 +33,7 @@ TEST(SslOverTcp, SendsOnlyWhenConnectedAndEchoesLongTextsThroughTheHost) {
     EXPECT_EQ(early->number, frmSendMailSSL::WrongStateError);
     EXPECT_EQ(early->description,
               "Wrong protocol or connection state for the requested transaction or request.");
-    EXPECT_TRUE(anyEntryHas("(40006)"));
+    EXPECT_TRUE(lastActionsHold("(40006)"));
     ASSERT_TRUE(client.Setup());
     client.ConnectSSL("127.0.0.1", host.port());
     ASSERT_TRUE(waitFor([&] { return log.connects == 1; })) << host.report().faults.size();
@@ -85,7 +80,7 @@ TEST(SslOverTcp, ServerKeyOfAnotherSizeEndsWhenTheServerGivesUp) {
     ASSERT_TRUE(waitFor([&] { return log.closes == 1; }));
     EXPECT_EQ(log.connects, 0);
     EXPECT_EQ(client.state(), frmSendMailSSL::HandshakeState::WaitServerHello);
-    EXPECT_TRUE(anyEntryHas("CryptImportKey"));
+    EXPECT_TRUE(lastActionsHold("CryptImportKey"));
     EXPECT_FALSE(host.report().handshakeDone);
 }
 
@@ -104,25 +99,13 @@ TEST(SslOverTcp, RefusedConnectionIsAnErrorEvent) {
     EXPECT_EQ(log.connects, 0);
 }
 
-// Answers Yes to every box and keeps what was asked and opened.
-struct AgreeingPlatform : RecordingPlatform {
-    AgreeingPlatform() { prompts_.answer = platform::Answer::Yes; }
-    struct Shell : platform::Shell {
-        std::vector<std::string> opened;
-        bool open(const std::string& target) override {
-            opened.push_back(target);
-            return true;
-        }
-    } opener;
-    platform::Shell& shell() override { return opener; }
-};
-
 TEST(SslSetup, MissingCipherOffersTheDownloadAndConnectDoesNotCrash) {
     // With no provider modules to be found, RC4 is unavailable.
     const char* before = std::getenv("OPENSSL_MODULES");
     std::string kept = before ? before : "";
     setenv("OPENSSL_MODULES", "/nonexistent-corva-modules", 1);
-    AgreeingPlatform agreeing;
+    ShellRecordingPlatform agreeing;
+    agreeing.prompts_.answer = platform::Answer::Yes;
     {
         platform::ScopedPlatform installed(agreeing);
         frmSendMailSSL client;
@@ -131,7 +114,7 @@ TEST(SslSetup, MissingCipherOffersTheDownloadAndConnectDoesNotCrash) {
         EXPECT_EQ(agreeing.prompts_.messages[0],
                   "LHV has detected that you do not have the required High Encryption Pack "
                   "installed.\nWould like to download this pack from Microsoft's website?");
-        EXPECT_EQ(agreeing.opener.opened.size(), 1u);
+        EXPECT_EQ(agreeing.shell_.opened.size(), 1u);
         SslEventLog log;
         client.setListener(&log);
         client.ConnectSSL("127.0.0.1", 1);

@@ -5,6 +5,7 @@
 #include "core/AppInfo.h"
 #include "core/mSHAREDLogging.h"
 #include "smtp/frmSendMail.h"
+#include "support/LastActions.h"
 
 #include <QByteArray>
 
@@ -207,10 +208,7 @@ TEST_F(SpoolTest, SendBeforeInitialiseIsRefused) {
     frmSendMail fresh;
     ResetLastActions();
     EXPECT_FALSE(fresh.Send(false));
-    bool recorded = false;
-    for (const std::string& entry : LastActionEntries())
-        recorded = recorded || entry.find("Sendmail not initialised") != std::string::npos;
-    EXPECT_TRUE(recorded);
+    EXPECT_TRUE(lastActionsHold("Sendmail not initialised"));
 }
 
 // The whole spooled file, byte for byte, for a message with every header.

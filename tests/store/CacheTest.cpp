@@ -170,7 +170,7 @@ TEST_F(StoreTest, OneEntryPerMessageIdAndMadeUpIdsStayOutOfTheFiles) {
         clsCache c;
         c.fillcache(nullptr, inbox(), "Inbox");
         EXPECT_EQ(c.Count(), 2) << "open " << open;
-        EXPECT_TRUE(ringHolds("in addmsg")) << "open " << open << ": the duplicate is logged";
+        EXPECT_TRUE(lastActionsHold("in addmsg")) << "open " << open << ": the duplicate is logged";
     }
     std::string csv = readFile(inbox() + "cache.csv");
     size_t made = csv.find("<Corva.");
@@ -197,7 +197,7 @@ TEST_F(StoreTest, DamagedCacheFilesCostRowsNotMail) {
     writeFile(inbox() + "cache.csv", good.substr(0, good.size() - 20));
     ResetLastActions();
     EXPECT_EQ(openInbox(), all);
-    EXPECT_TRUE(ringHolds("in readcache")) << ringText();
+    EXPECT_TRUE(lastActionsHold("in readcache")) << lastActionsText();
 
     // A row with too few fields.
     std::vector<std::string> lines = Split(good, "\r\n");
@@ -205,7 +205,7 @@ TEST_F(StoreTest, DamagedCacheFilesCostRowsNotMail) {
     writeFile(inbox() + "cache.csv", Join(lines, "\r\n"));
     ResetLastActions();
     EXPECT_EQ(openInbox(), all);
-    EXPECT_TRUE(ringHolds("fields(9) in readcache")) << ringText();
+    EXPECT_TRUE(lastActionsHold("fields(9) in readcache")) << lastActionsText();
 
     // Empty, or written by an older version without an "id" column: erased and rebuilt.
     for (std::string old : {std::string(), std::string("Read|-|Subject\r\n0|-|x\r\n"),
@@ -230,8 +230,8 @@ TEST_F(StoreTest, DamagedFolderStillOpensWithEverythingReadable) {
     std::set<std::string> s = subjects(c);
     EXPECT_TRUE(s.count("Good one") && s.count("Good two"));
     for (const auto& m : c) EXPECT_NE(m->Subject, "not mail");
-    EXPECT_TRUE(ringHolds("Empty message file")) << ringText();
-    EXPECT_TRUE(ringHolds("PIPE.EML is not a message file")) << ringText();
+    EXPECT_TRUE(lastActionsHold("Empty message file")) << lastActionsText();
+    EXPECT_TRUE(lastActionsHold("PIPE.EML is not a message file")) << lastActionsText();
 
     s = openInbox();
     EXPECT_TRUE(s.count("Good one") && s.count("Good two"));
@@ -326,7 +326,7 @@ TEST_F(StoreTest, CacheWrittenOnAnotherSystemOpensWithoutReadingItsFiles) {
     // The whole row comes from the cache; the torn one and the unknown file are read.
     EXPECT_EQ(subjects(c),
               (std::set<std::string>{"From the cache", "Torn row file", "only LF line ends"}));
-    EXPECT_TRUE(ringHolds("in readcache")) << ringText();
+    EXPECT_TRUE(lastActionsHold("in readcache")) << lastActionsText();
     for (const auto& m : c) EXPECT_TRUE(StartsWith(m->Filename(), inbox())) << m->Filename();
     EXPECT_EQ(readFile(inbox() + "cache.csv").find("C:\\"), std::string::npos);
 }

@@ -125,7 +125,7 @@ TEST_F(StoreTest, FolderFileWithAnOddLineCountStopsAtTheLastPairButFinishes) {
     EXPECT_EQ(events.added,
               (std::vector<P>{{"Folders", ""}, {"Inbox", "Folders"}, {"Work", "Inbox"}}));
     EXPECT_EQ(events.finished, 1);
-    EXPECT_TRUE(ringHolds("populatefolders"));
+    EXPECT_TRUE(lastActionsHold("populatefolders"));
 }
 
 TEST_F(StoreTest, NewFolderNamesAreLettersAndDigitsAndMustBeFree) {

@@ -57,9 +57,14 @@ MessageSpec dated(const std::string& subject, int daysBack, bool read) {
     return s;
 }
 
-// Unread messages m0, m1 ... received yesterday, and the inbox's cache over them.
+// A mailer that tells the recorder; fill(n) makes unread messages m0, m1 ...
+// received yesterday, and the inbox's cache over them.
 class MailerTest : public StoreTest {
 protected:
+    void SetUp() override {
+        StoreTest::SetUp();
+        mailer.setListener(&r);
+    }
     void fill(int n) {
         for (int i = 0; i < n; ++i)
             addMessage("Inbox/", "M" + std::to_string(i) + ".EML",
@@ -67,6 +72,8 @@ protected:
         cache.fillcache(nullptr, inbox(), "Inbox");
     }
     clsCache cache;
+    clsMailer mailer;
+    Recorder r;
 };
 
 // An event loop whose yield runs a hook, to stand for a click arriving mid-population.
@@ -90,14 +97,10 @@ public:
 
 } // namespace
 
-TEST_F(StoreTest, UnreadOnlyInAFolderOfReadMailShowsNothingAndSaysSo) {
+TEST_F(MailerTest, UnreadOnlyInAFolderOfReadMailShowsNothingAndSaysSo) {
     addMessage("Inbox/", "A.EML", dated("a", 2, true));
     addMessage("Inbox/", "B.EML", dated("b", 3, true));
-    clsCache cache;
     cache.fillcache(nullptr, inbox(), "Inbox");
-    clsMailer mailer;
-    Recorder r;
-    mailer.setListener(&r);
     mailer.PopulateFromCache(cache, true);
     EXPECT_EQ(r.log, (std::vector<std::string>{"clear", "count 2", "none", "finished"}));
     EXPECT_EQ(r.unread, 0);
@@ -105,7 +108,7 @@ TEST_F(StoreTest, UnreadOnlyInAFolderOfReadMailShowsNothingAndSaysSo) {
     EXPECT_FALSE(mailer.Busy());
 }
 
-TEST_F(StoreTest, ListColoursFollowTheAgeOfEachMessage) {
+TEST_F(MailerTest, ListColoursFollowTheAgeOfEachMessage) {
     addMessage("Inbox/", "A0.EML", dated("age0", 30, true));
     addMessage("Inbox/", "A01.EML", dated("past0", 31, true));
     addMessage("Inbox/", "A1.EML", dated("age1", 14, false));
@@ -115,9 +118,6 @@ TEST_F(StoreTest, ListColoursFollowTheAgeOfEachMessage) {
     bad.receiveDate = "whenever";
     addMessage("Inbox/", "BAD.EML", bad);
 
-    clsMailer mailer;
-    Recorder r;
-    mailer.setListener(&r);
     ResetLastActions();
     mailer.PopulateMessageList(inbox(), false);
     std::map<std::string, int32_t> colour(r.rows.begin(), r.rows.end());
@@ -128,7 +128,7 @@ TEST_F(StoreTest, ListColoursFollowTheAgeOfEachMessage) {
     EXPECT_EQ(colour["today"], AgeColourNew);
     // The unparsable date is logged and the message still listed.
     EXPECT_EQ(colour.count("bad date"), 1u);
-    EXPECT_TRUE(ringHolds("in addmessage"));
+    EXPECT_TRUE(lastActionsHold("in addmessage"));
     EXPECT_EQ(r.unread, 3);
     EXPECT_EQ(r.mostRecent, today() - 1);
     EXPECT_EQ(std::count(r.log.begin(), r.log.end(), "some"), 1);
@@ -136,9 +136,6 @@ TEST_F(StoreTest, ListColoursFollowTheAgeOfEachMessage) {
 
 TEST_F(MailerTest, StoppingEndsAPopulationWithoutItsFinish) {
     fill(5);
-    clsMailer mailer;
-    Recorder r;
-    mailer.setListener(&r);
 
     r.onCount = [&] { mailer.StopPopulating(); };
     mailer.PopulateFromCache(cache, false);
@@ -163,9 +160,6 @@ TEST_F(MailerTest, LongPopulationYieldsAndAClickThereCanStopIt) {
 
     HookedPlatform hooked;
     platform::ScopedPlatform installed(hooked);
-    clsMailer mailer;
-    Recorder r;
-    mailer.setListener(&r);
     // A slow first message: the quarter-second yield comes right after it.
     r.onAdd = [&](clsMessage&) {
         if (r.rows.size() == 1) std::this_thread::sleep_for(std::chrono::milliseconds(300));
@@ -201,7 +195,7 @@ TEST_F(MailerTest, LongPopulationYieldsAndAClickThereCanStopIt) {
     EXPECT_FALSE(shared.Busy());
 }
 
-TEST_F(StoreTest, ContainerInAFolderListsItsIndexedMessages) {
+TEST_F(MailerTest, ContainerInAFolderListsItsIndexedMessages) {
     for (int i = 0; i < 3; ++i)
         addMessage("Inbox/", "Q" + std::to_string(i) + ".EML",
                    dated("q" + std::to_string(i), 2, i == 1));
@@ -209,9 +203,6 @@ TEST_F(StoreTest, ContainerInAFolderListsItsIndexedMessages) {
     std::string qbx = MessageFolder + "Packed/testqbx.qbx";
     CombineToQBXFile(inbox(), qbx, false);
 
-    clsMailer mailer;
-    Recorder r;
-    mailer.setListener(&r);
     mailer.PopulateMessageList(MessageFolder + "Packed/", false);
     // Three messages, and the last has no following record to bound it.
     EXPECT_EQ(r.rows.size(), 2u);

@@ -98,6 +98,6 @@ TEST_F(StoreTest, DamagedIndexRecordsAreSkippedAndLogged) {
     ResetLastActions();
     LoadQBXIndex(home_.file("bad.idx"), loaded);
     EXPECT_EQ(loaded.Count(), 0);
-    EXPECT_TRUE(ringHolds("Damaged index record 2"));
-    EXPECT_TRUE(ringHolds("Damaged index record 3"));
+    EXPECT_TRUE(lastActionsHold("Damaged index record 2"));
+    EXPECT_TRUE(lastActionsHold("Damaged index record 3"));
 }

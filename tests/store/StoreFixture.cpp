@@ -44,16 +44,6 @@ std::string StoreTest::inbox() const {
     return MessageFolder + "Inbox/";
 }
 
-std::string StoreTest::ringText() {
-    std::string all;
-    for (const auto& e : LastActionEntries()) all += e + "\n";
-    return all;
-}
-
-bool StoreTest::ringHolds(const std::string& text) {
-    return ringText().find(text) != std::string::npos;
-}
-
 std::string daysAgo(int n) {
     return DateTime::today().addDays(-n).format("yyyy-mm-dd") + " 12:00:00";
 }

@@ -2,6 +2,7 @@
 // makers of message files.
 #pragma once
 
+#include "support/LastActions.h"
 #include "support/TempDir.h"
 
 #include <gtest/gtest.h>
@@ -34,10 +35,6 @@ protected:
     std::string addMessage(const std::string& folder, const std::string& fileName,
                            const MessageSpec& sample);
     std::string inbox() const;
-    // True when the ring of last actions holds an entry containing text.
-    static bool ringHolds(const std::string& text);
-    static std::string ringText();
-
     TempDir home_;
 };
 

@@ -31,7 +31,7 @@ TEST_F(StoreTest, UnreadCountAddsAndTakesOneForZero) {
     ResetLastActions();
     addtounreadtag(f, 1);
     EXPECT_EQ(readunreadtag(f), 32767);
-    EXPECT_TRUE(ringHolds("Overflow(6)"));
+    EXPECT_TRUE(lastActionsHold("Overflow(6)"));
 
     DeleteUnreadTag(f);
     DeleteUnreadTag(f); // a second erase is quietly nothing
@@ -84,7 +84,7 @@ TEST_F(StoreTest, LastMessageTagMovesOnlyForwardAndOnlyForUnreadMail) {
         AddToLastMessageTag(inbox(), m);
         EXPECT_EQ(readlastmessagetag(inbox()), today() - step.expectedDaysBack);
     }
-    EXPECT_TRUE(ringHolds("AddToLastMessageTag"));
+    EXPECT_TRUE(lastActionsHold("AddToLastMessageTag"));
 }
 
 TEST_F(StoreTest, NodeShowsCountBoldAndAgeColourOnlyWithUnreadMail) {

@@ -1,6 +1,7 @@
 #include "support/DovecotServer.h"
 
 #include "support/ServerProcess.h"
+#include "support/TempDir.h"
 #include "tools/modMbox.h"
 
 #include <chrono>
@@ -57,14 +58,10 @@ DovecotServer::DovecotServer(const std::string& certificate, const std::string& 
         pid_ =
             startServerProcess(DovecotBinary, {"dovecot", "-F", "-c", conf}, root_ + "stderr.log");
         if (pid_ < 0) break;
-        try {
-            waitUntilGreeting();
-            return;
-        } catch (const std::exception&) {
-            // Most likely the port was taken meanwhile: try another one.
-            stopServerProcess(pid_);
-            pid_ = -1;
-        }
+        if (waitForGreeting(pid_, port_, "+OK")) return;
+        // Most likely the port was taken meanwhile: try another one.
+        stopServerProcess(pid_);
+        pid_ = -1;
     }
     std::string why = log();
     stop();
@@ -114,17 +111,6 @@ void DovecotServer::writeConfig() {
          << "service anvil {\n  unix_listener anvil-auth-penalty {\n    mode = 0\n  }\n}\n";
 }
 
-void DovecotServer::waitUntilGreeting() {
-    auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-    while (std::chrono::steady_clock::now() < deadline) {
-        int status = 0;
-        if (::waitpid(pid_, &status, WNOHANG) == pid_) throw std::runtime_error("dovecot exited");
-        if (firstReply(port_).rfind("+OK", 0) == 0) return;
-        std::this_thread::sleep_for(std::chrono::milliseconds(50));
-    }
-    throw std::runtime_error("no greeting");
-}
-
 std::string DovecotServer::maildir(const std::string& user) const {
     return root_ + "home/" + user + "/Maildir/";
 }
@@ -138,10 +124,7 @@ void DovecotServer::addUser(const std::string& name, const std::string& password
     std::ofstream(path + ".new", std::ios::trunc)
         << name << ":{PLAIN}" << password << "::::::nodelay=yes\n";
     fs::rename(path + ".new", path);
-    for (const char* sub : {"", "new", "cur", "tmp"}) {
-        std::string dir = maildir(name) + sub;
-        fs::create_directories(dir);
-    }
+    for (const char* sub : {"new", "cur", "tmp"}) fs::create_directories(maildir(name) + sub);
     for (const std::string& dir : {root_ + "home/" + name, maildir(name), maildir(name) + "new",
                                    maildir(name) + "cur", maildir(name) + "tmp"})
         ::chown(dir.c_str(), mailUid_, mailGid_);
@@ -181,7 +164,7 @@ void DovecotServer::clearMailbox(const std::string& user) {
 }
 
 std::string DovecotServer::log() const {
-    return readWholeFile(root_ + "dovecot.log") + readWholeFile(root_ + "stderr.log");
+    return readFile(root_ + "dovecot.log") + readFile(root_ + "stderr.log");
 }
 
 void DovecotServer::stop() {

@@ -47,7 +47,6 @@ public:
 private:
     std::string maildir(const std::string& user) const;
     void writeConfig();
-    void waitUntilGreeting();
 
     std::string root_;
     int port_ = 0;

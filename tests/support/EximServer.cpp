@@ -1,6 +1,7 @@
 #include "support/EximServer.h"
 
 #include "support/ServerProcess.h"
+#include "support/TempDir.h"
 
 #include <algorithm>
 #include <chrono>
@@ -41,7 +42,8 @@ EximServer::EximServer(const std::string& user, const std::string& password,
         const std::string errors = root_ + "log/stderr";
         pid_ = startServerProcess(EximBinary, {"exim4", "-C", conf, "-bdf", "-oX", listen}, errors);
         if (pid_ < 0) break;
-        if (!waitUntilGreeting()) stop(); // most likely the port was taken meanwhile
+        if (!waitForGreeting(pid_, port_, "220"))
+            stop(); // most likely the port was taken meanwhile
     }
 }
 
@@ -56,20 +58,6 @@ EximServer::~EximServer() {
 void EximServer::stop() {
     stopServerProcess(pid_);
     pid_ = -1;
-}
-
-bool EximServer::waitUntilGreeting() {
-    auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-    while (std::chrono::steady_clock::now() < deadline) {
-        int status = 0;
-        if (::waitpid(pid_, &status, WNOHANG) == pid_) {
-            pid_ = -1;
-            return false;
-        }
-        if (firstReply(port_).rfind("220", 0) == 0) return true;
-        std::this_thread::sleep_for(std::chrono::milliseconds(50));
-    }
-    return false;
 }
 
 void EximServer::writeConfig(const std::string& user, const std::string& password,
@@ -126,11 +114,11 @@ std::string EximServer::message(int n) const {
     std::sort(ids.begin(), ids.end());
     if (n < 1 || n > static_cast<int>(ids.size())) return "";
     const std::string& id = ids[static_cast<size_t>(n - 1)].second;
-    return readWholeFile(id + "-H") + readWholeFile(id + "-D");
+    return readFile(id + "-H") + readFile(id + "-D");
 }
 
 std::string EximServer::log() const {
-    return readWholeFile(root_ + "log/mainlog");
+    return readFile(root_ + "log/mainlog");
 }
 
 } // namespace corva::test

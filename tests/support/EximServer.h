@@ -37,7 +37,6 @@ public:
 private:
     void writeConfig(const std::string& user, const std::string& password,
                      const std::string& certificate, const std::string& key);
-    bool waitUntilGreeting();
     void stop();
 
     std::string root_;

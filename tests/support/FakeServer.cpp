@@ -1,12 +1,11 @@
 #include "support/FakeServer.h"
 
 #include "core/Strings.h"
+#include "support/ServerProcess.h"
 
-#include <arpa/inet.h>
 #include <cerrno>
 #include <chrono>
 #include <cstdio>
-#include <netinet/in.h>
 #include <openssl/err.h>
 #include <openssl/ssl.h>
 #include <poll.h>
@@ -35,22 +34,8 @@ std::string visible(const std::string& bytes) {
 }
 
 FakeServer::FakeServer(std::vector<ScriptStep> script) : script_(std::move(script)) {
-    listenFd_ = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    if (listenFd_ < 0) throw std::runtime_error("FakeServer: socket failed");
-    int one = 1;
-    ::setsockopt(listenFd_, SOL_SOCKET, SO_REUSEADDR, &one, sizeof one);
-    sockaddr_in addr{};
-    addr.sin_family = AF_INET;
-    addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    addr.sin_port = 0;
-    if (::bind(listenFd_, reinterpret_cast<sockaddr*>(&addr), sizeof addr) != 0 ||
-        ::listen(listenFd_, 1) != 0) {
-        ::close(listenFd_);
-        throw std::runtime_error("FakeServer: cannot listen on 127.0.0.1");
-    }
-    socklen_t len = sizeof addr;
-    ::getsockname(listenFd_, reinterpret_cast<sockaddr*>(&addr), &len);
-    port_ = ntohs(addr.sin_port);
+    listenFd_ = listenOnLoopback(port_, 1);
+    if (listenFd_ < 0) throw std::runtime_error("FakeServer: cannot listen on 127.0.0.1");
     thread_ = std::thread([this] { run(); });
 }
 

@@ -2,10 +2,8 @@
 
 #include "support/ServerProcess.h"
 
-#include <arpa/inet.h>
 #include <chrono>
 #include <filesystem>
-#include <netinet/in.h>
 #include <sys/socket.h>
 #include <thread>
 #include <unistd.h>
@@ -17,14 +15,10 @@ namespace {
 // A server is up once it takes a connection.
 bool accepting(int port) {
     for (int i = 0; i < 250; ++i) {
-        int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-        sockaddr_in addr{};
-        addr.sin_family = AF_INET;
-        addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        addr.sin_port = htons(static_cast<uint16_t>(port));
-        const bool up = ::connect(fd, reinterpret_cast<sockaddr*>(&addr), sizeof addr) == 0;
-        ::close(fd);
-        if (up) return true;
+        if (int fd = connectToLoopback(port); fd >= 0) {
+            ::close(fd);
+            return true;
+        }
         std::this_thread::sleep_for(std::chrono::milliseconds(20));
     }
     return false;
@@ -103,7 +97,7 @@ HttpProxy::~HttpProxy() {
 }
 
 std::string HttpProxy::log() const {
-    return readWholeFile(root_.file("proxy.log"));
+    return readFile(root_.file("proxy.log"));
 }
 
 } // namespace corva::test

@@ -1,7 +1,7 @@
 #include "support/Pop3Proxy.h"
 
-#include <arpa/inet.h>
-#include <netinet/in.h>
+#include "support/ServerProcess.h"
+
 #include <poll.h>
 #include <stdexcept>
 #include <sys/socket.h>
@@ -20,26 +20,12 @@ bool writeAll(int fd, const std::string& bytes) {
     return true;
 }
 
-sockaddr_in loopback(int port) {
-    sockaddr_in addr{};
-    addr.sin_family = AF_INET;
-    addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    addr.sin_port = htons(static_cast<uint16_t>(port));
-    return addr;
-}
-
 } // namespace
 
 Pop3Proxy::Pop3Proxy(int serverPort, Fault fault, std::string command, int nth)
     : serverPort_(serverPort), fault_(fault), command_(std::move(command)), nth_(nth) {
-    listenFd_ = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    sockaddr_in addr = loopback(0);
-    socklen_t len = sizeof addr;
-    if (listenFd_ < 0 || ::bind(listenFd_, reinterpret_cast<sockaddr*>(&addr), sizeof addr) != 0 ||
-        ::listen(listenFd_, 4) != 0 ||
-        ::getsockname(listenFd_, reinterpret_cast<sockaddr*>(&addr), &len) != 0)
-        throw std::runtime_error("proxy: cannot listen");
-    port_ = ntohs(addr.sin_port);
+    listenFd_ = listenOnLoopback(port_);
+    if (listenFd_ < 0) throw std::runtime_error("proxy: cannot listen");
     thread_ = std::thread([this] { run(); });
 }
 
@@ -70,12 +56,8 @@ void Pop3Proxy::run() {
 }
 
 void Pop3Proxy::serve(int client) {
-    int server = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    sockaddr_in addr = loopback(serverPort_);
-    if (server < 0 || ::connect(server, reinterpret_cast<sockaddr*>(&addr), sizeof addr) != 0) {
-        if (server >= 0) ::close(server);
-        return;
-    }
+    int server = connectToLoopback(serverPort_);
+    if (server < 0) return;
     {
         std::lock_guard<std::mutex> lock(mutex_);
         sessions_.emplace_back();

@@ -12,8 +12,17 @@ namespace corva::test {
 // A port nothing listens on right now, 0 when none could be had.
 int freeLoopbackPort();
 
+// A socket listening on 127.0.0.1 on a free port, which goes into port; -1
+// when none could be had.
+int listenOnLoopback(int& port, int backlog = 4);
+// A socket connected to 127.0.0.1:port; -1 when nothing listens there.
+int connectToLoopback(int port);
+
 // What a server on 127.0.0.1:port says first, "" when nothing answers in time.
 std::string firstReply(int port);
+// Waits up to 10 s for the server started as pid to greet on port with text
+// starting with prefix; false when it exited or kept silent.
+bool waitForGreeting(pid_t pid, int port, const std::string& prefix);
 
 // Forks and execs binary with args (args[0] included); its output goes to
 // errorsPath. Returns the child's pid, -1 when the fork failed.
@@ -22,7 +31,5 @@ pid_t startServerProcess(const std::string& binary, const std::vector<std::strin
 
 // Asks the process group to end, waits a while, then kills what is left.
 void stopServerProcess(pid_t pid);
-
-std::string readWholeFile(const std::string& path);
 
 } // namespace corva::test

@@ -1,14 +1,14 @@
 #include "support/SmtpServer.h"
 
+#include "support/TempDir.h"
+
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
 #include <filesystem>
-#include <fstream>
 #include <poll.h>
 #include <spawn.h>
-#include <sstream>
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
@@ -18,13 +18,6 @@ extern char** environ;
 namespace corva::test {
 
 namespace {
-
-std::string slurp(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream out;
-    out << in.rdbuf();
-    return out.str();
-}
 
 // Reads one line from the child's output within the time given.
 std::string readLine(int fd, int ms) {
@@ -126,11 +119,11 @@ int SmtpServer::connectionCount() const {
 }
 
 std::string SmtpServer::received(int connection) const {
-    return slurp(folder_ + "/conn-" + std::to_string(connection) + ".in");
+    return readFile(folder_ + "/conn-" + std::to_string(connection) + ".in");
 }
 
 std::string SmtpServer::answered(int connection) const {
-    return slurp(folder_ + "/conn-" + std::to_string(connection) + ".out");
+    return readFile(folder_ + "/conn-" + std::to_string(connection) + ".out");
 }
 
 int SmtpServer::messageCount() const {
@@ -140,15 +133,15 @@ int SmtpServer::messageCount() const {
 }
 
 std::string SmtpServer::message(int n) const {
-    return slurp(folder_ + "/msg-" + std::to_string(n) + ".eml");
+    return readFile(folder_ + "/msg-" + std::to_string(n) + ".eml");
 }
 
 std::string SmtpServer::envelope(int n) const {
-    return slurp(folder_ + "/msg-" + std::to_string(n) + ".env");
+    return readFile(folder_ + "/msg-" + std::to_string(n) + ".env");
 }
 
 std::string SmtpServer::authLog() const {
-    return slurp(folder_ + "/auth.log");
+    return readFile(folder_ + "/auth.log");
 }
 
 } // namespace corva::test

@@ -1,5 +1,7 @@
 #include "support/Ssl2TestHost.h"
 
+#include "support/ServerProcess.h"
+
 #include <openssl/crypto.h>
 #include <openssl/err.h>
 #include <openssl/evp.h>
@@ -8,8 +10,6 @@
 #include <openssl/rsa.h>
 #include <openssl/x509.h>
 
-#include <arpa/inet.h>
-#include <netinet/in.h>
 #include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -282,21 +282,8 @@ Ssl2TestHost::Ssl2TestHost() : Ssl2TestHost(Options{}) {}
 
 Ssl2TestHost::Ssl2TestHost(Options options)
     : options_(options), key_(Ssl2ServerKey::forBits(options.keyBits)) {
-    listener_ = ::socket(AF_INET, SOCK_STREAM, 0);
-    int yes = 1;
-    setsockopt(listener_, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    address.sin_port = 0;
-    socklen_t size = sizeof address;
-    if (listener_ < 0 || ::bind(listener_, reinterpret_cast<sockaddr*>(&address), size) != 0 ||
-        ::listen(listener_, 4) != 0 ||
-        ::getsockname(listener_, reinterpret_cast<sockaddr*>(&address), &size) != 0) {
-        if (listener_ >= 0) ::close(listener_);
-        throw std::runtime_error("test host: cannot listen on 127.0.0.1");
-    }
-    port_ = ntohs(address.sin_port);
+    listener_ = listenOnLoopback(port_);
+    if (listener_ < 0) throw std::runtime_error("test host: cannot listen on 127.0.0.1");
     thread_ = std::thread([this] { run(); });
 }
 
