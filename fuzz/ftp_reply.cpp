@@ -20,7 +20,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     auto drain = [&] {
         while (auto reply = reader.next()) {
             if (reply->text.empty() || reply->text.size() > FtpReplyReader::MaxReply) std::abort();
-            if (reply->code != 0 && (reply->code < 100 || reply->code > 999)) std::abort();
+            if (reply->code != 0 && (reply->code < 100 || reply->code > 599)) std::abort();
             given += reply->text;
             if (auto e = ParsePasv(reply->text); e && (e->port < 1 || e->port > 65535))
                 std::abort();

@@ -13,9 +13,11 @@ bool isDigit(char c) {
     return c >= '0' && c <= '9';
 }
 
-// "123" at the start of a line, with the character after it.
+// "123" at the start of a line, with the character after it; replies run
+// from 1xx to 5xx.
 int codeOf(const std::string& line, char& after) {
-    if (line.size() < 3 || !isDigit(line[0]) || !isDigit(line[1]) || !isDigit(line[2])) return 0;
+    if (line.size() < 3 || line[0] < '1' || line[0] > '5' || !isDigit(line[1]) || !isDigit(line[2]))
+        return 0;
     after = line.size() > 3 ? line[3] : ' ';
     return (line[0] - '0') * 100 + (line[1] - '0') * 10 + (line[2] - '0');
 }
