@@ -13,6 +13,7 @@
 #include "core/mSHAREDGeneral.h"
 #include "core/mSHAREDSettings.h"
 #include "core/modSubs.h"
+#include "localise/modLanguages.h"
 #include "message/clsMessage.h"
 #include "message/clsMessages.h"
 #include "platform/Platform.h"
@@ -84,21 +85,22 @@ bool nameInAddress(const std::string& name, const std::string& address) {
 
 ConfirmMarkAsText ConfirmMarkAs(long count, bool asJunk) {
     ConfirmMarkAsText t;
-    t.caption = "Confirm your selection";
+    t.caption = gettranslation("Confirm your selection");
     if (asJunk) {
-        t.title = "Mark as Junk?";
-        t.text = "You are about to mark @@@ as Junk mail. If you proceed, future messages "
-                 "containing similar parts (subject words, sender, addressee) have a higher "
-                 "probability of being recognised as spam.  Are you certain you want to mark "
-                 "the selected message(s) as Junk?";
-        t.text = Replace(t.text, "@@@", std::to_string(count) + " message(s)");
+        t.title = gettranslation("Mark as Junk?");
+        t.text = gettranslation(
+            "You are about to mark @@@ as Junk mail. If you proceed, future messages "
+            "containing similar parts (subject words, sender, addressee) have a higher "
+            "probability of being recognised as spam.  Are you certain you want to mark "
+            "the selected message(s) as Junk?");
+        t.text = Replace(t.text, "@@@", std::to_string(count) + gettranslation(" message(s)"));
         t.text = Replace(t.text, "(s)", count == 1 ? "" : "s");
     } else {
-        t.title = "Mark as Good?";
-        t.text = "Do you want to mark the @@@ as 'Good' mail?";
+        t.title = gettranslation("Mark as Good?");
+        t.text = gettranslation("Do you want to mark the @@@ as 'Good' mail?");
         t.text = Replace(t.text, "@@@",
-                         count == 1 ? std::string("selected message")
-                                    : std::to_string(count) + " selected messages");
+                         count == 1 ? gettranslation("selected message")
+                                    : std::to_string(count) + gettranslation(" selected messages"));
     }
     return t;
 }

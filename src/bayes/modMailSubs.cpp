@@ -2,6 +2,7 @@
 #include "bayes/modMailSubs.h"
 
 #include "core/modSubs.h"
+#include "localise/modLanguages.h"
 #include "message/clsMessage.h"
 #include "message/clsMessages.h"
 #include "platform/Platform.h"
@@ -40,8 +41,8 @@ bool ReinforceUsingVisible(frmBayesFilter& filter,
                            const std::vector<std::shared_ptr<clsMessage>>& lines,
                            const std::function<void()>& rescan) {
     auto answer = platform::current().prompts().messageBox(
-        "This will allocate all orange messages to 'spam', and all green messages to 'good'. "
-        "Check them carefully first! Are you sure?",
+        gettranslation("This will allocate all orange messages to 'spam', and all green messages "
+                       "to 'good'. Check them carefully first! Are you sure?"),
         platform::Buttons::YesNo, platform::Icon::Question);
     if (answer != platform::Answer::Yes) return false;
     clsMessages spam, good;

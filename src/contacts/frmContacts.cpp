@@ -3,6 +3,7 @@
 #include "contacts/modContacts.h"
 #include "core/ErrorHandler.h"
 #include "core/Strings.h"
+#include "localise/modLanguages.h"
 #include "platform/Platform.h"
 
 namespace corva {
@@ -83,7 +84,7 @@ void frmContacts::cmdDelete_Click() {
                 addresses.push_back(rows_[static_cast<size_t>(row)].Email);
         if (addresses.empty()) return;
         if (platform::current().prompts().messageBox(
-                "Delete selected contact(s)?", platform::Buttons::YesNo,
+                gettranslation("Delete selected contact(s)?"), platform::Buttons::YesNo,
                 platform::Icon::Question) != platform::Answer::Yes)
             return;
         DeleteContactsByEmail(book_, addresses);

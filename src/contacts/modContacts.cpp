@@ -5,6 +5,7 @@
 #include "core/FileSubs.h"
 #include "core/Strings.h"
 #include "core/modSubs.h"
+#include "localise/modLanguages.h"
 #include "message/clsMessage.h"
 #include "platform/Platform.h"
 
@@ -108,8 +109,9 @@ long ImportContactsCsv(clsContacts& book, const std::string& path) {
         if (!book.SaveContacts()) throw RunError(Err::PathFileAccess, book.FilePath());
     });
     if (!ok) {
-        platform::current().prompts().messageBox(
-            "Error importing contacts file", platform::Buttons::Ok, platform::Icon::Exclamation);
+        platform::current().prompts().messageBox(gettranslation("Error importing contacts file"),
+                                                 platform::Buttons::Ok,
+                                                 platform::Icon::Exclamation);
         return -1;
     }
     return taken;
@@ -148,7 +150,8 @@ bool ExportAddresses(const std::vector<std::string>& messageFiles, const std::st
         });
     }
     if (!WriteTextFile(output, out)) {
-        platform::current().prompts().messageBox("Could not open " + output, platform::Buttons::Ok,
+        platform::current().prompts().messageBox(gettranslation("Could not open ") + output,
+                                                 platform::Buttons::Ok,
                                                  platform::Icon::Exclamation);
         return false;
     }

@@ -3,6 +3,7 @@
 #include "core/AppInfo.h"
 #include "core/ErrorHandler.h"
 #include "core/FileSubs.h"
+#include "core/ShownText.h"
 #include "core/Strings.h"
 #include "core/mSHAREDLogging.h"
 #include "platform/Platform.h"
@@ -32,8 +33,8 @@ void showerr(const std::string& text) {
             handler()(text);
             return;
         }
-        platform::current().prompts().messageBox(text, platform::Buttons::Ok,
-                                                 platform::Icon::Critical, "Error Reporter");
+        platform::current().prompts().messageBox(
+            text, platform::Buttons::Ok, platform::Icon::Critical, ShownText("Error Reporter"));
     } catch (...) {
     }
 }

@@ -1,5 +1,6 @@
 #include "core/KeyringPasswords.h"
 
+#include "core/ShownText.h"
 #include "core/Variant.h"
 #include "core/mSHAREDLogging.h"
 #include "core/mSHAREDSettings.h"
@@ -55,7 +56,7 @@ std::string KeepPasswordsInKeyring(const Account& account, bool on) {
             if (value.empty()) continue;
             const platform::KeyringResult done =
                 keyring.store(Service, entry(account, name), value);
-            if (!done.ok) return done.error + "; the passwords stay in Corva.ini";
+            if (!done.ok) return done.error + ShownText("; the passwords stay in Corva.ini");
         }
         for (const char* name : Names) Settings().DeleteSettingByName(account.key(name));
         sset(account.key("KEYRING"), true);
@@ -65,7 +66,8 @@ std::string KeepPasswordsInKeyring(const Account& account, bool on) {
     for (int i = 0; i < 2; ++i) {
         const platform::KeyringResult got = keyring.read(Service, entry(account, Names[i]));
         // An entry never stored is an empty password, not a failure.
-        if (!got.ok && !got.notFound) return got.error + "; the passwords stay in the keyring";
+        if (!got.ok && !got.notFound)
+            return got.error + ShownText("; the passwords stay in the keyring");
         values[i] = got.secret;
     }
     for (int i = 0; i < 2; ++i) {

@@ -3,6 +3,7 @@
 #include "core/ErrorHandler.h"
 #include "core/ErrorReport.h"
 #include "core/FileSubs.h"
+#include "core/ShownText.h"
 #include "core/Strings.h"
 #include "core/mSHAREDGeneral.h"
 #include "core/mSHAREDLogging.h"
@@ -218,14 +219,15 @@ bool cSHAREDSettings::SaveSettings(const std::string& rawPath) {
         int error = toRunError(written.error);
         if (error == Err::BadFileName || error == Err::PathFileAccess) {
             platform::current().prompts().messageBox(
-                "Your settings file is read-only and I can't change it. Save cancelled.",
+                ShownText("Your settings file is read-only and I can't change it. Save cancelled."),
                 platform::Buttons::Ok, platform::Icon::Exclamation, "Corva");
             return false;
         }
         if (error == Err::DiskFull) {
             auto answer = platform::current().prompts().messageBox(
-                "You've run out of disk space on drive " + pathonly(path) + ":\r" +
-                    "Please clear some space and then click Retry, else click Cancel to abort.",
+                ShownText("You've run out of disk space on drive ") + pathonly(path) + ":\r" +
+                    ShownText("Please clear some space and then click Retry, else click Cancel "
+                              "to abort."),
                 platform::Buttons::RetryCancel, platform::Icon::Exclamation, "Corva");
             if (answer == platform::Answer::Retry) continue;
             return false;

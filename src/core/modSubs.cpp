@@ -1,6 +1,7 @@
 #include "core/modSubs.h"
 
 #include "core/Account.h"
+#include "core/ShownText.h"
 #include "core/Strings.h"
 #include "core/mSHAREDSettings.h"
 #include "platform/Platform.h"
@@ -36,8 +37,9 @@ int defaultaccount(int fromIndex) {
 
 void websitevisit(const std::string& address) {
     if (!platform::current().shell().open(address))
-        platform::current().prompts().messageBox("There was an ERROR?", platform::Buttons::Ok,
-                                                 platform::Icon::Exclamation, "Open URL Error");
+        platform::current().prompts().messageBox(ShownText("There was an ERROR?"),
+                                                 platform::Buttons::Ok, platform::Icon::Exclamation,
+                                                 ShownText("Open URL Error"));
 }
 
 void busymouse() {

@@ -5,6 +5,7 @@
 #include "core/Globals.h"
 #include "cycle/frmMain.h"
 #include "cycle/modScannerCommands.h"
+#include "localise/modLanguages.h"
 #include "store/modMessageFiles.h"
 #include "store/modTags.h"
 
@@ -83,13 +84,15 @@ void MailerCycleLink::BounceMessage(const std::string& path) {
         if (msg->Filename().empty()) return;
         auto& prompts = platform::current().prompts();
         if (!SpoolBounce(main_, *msg)) {
-            prompts.messageBox("Couldn't bounce message - can't determine the sender's email.",
-                               platform::Buttons::Ok, platform::Icon::Exclamation, "Corva");
+            prompts.messageBox(
+                gettranslation("Couldn't bounce message - can't determine the sender's email."),
+                platform::Buttons::Ok, platform::Icon::Exclamation, "Corva");
             return;
         }
-        prompts.messageBox("Selected messages have been bounced. If you change your mind, delete "
-                           "the outbound messages before you do another 'send/receive mail'",
-                           platform::Buttons::Ok, platform::Icon::Information, "Corva");
+        prompts.messageBox(
+            gettranslation("Selected messages have been bounced. If you change your mind, delete "
+                           "the outbound messages before you do another 'send/receive mail'"),
+            platform::Buttons::Ok, platform::Icon::Information, "Corva");
     });
 }
 

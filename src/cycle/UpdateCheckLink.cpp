@@ -6,6 +6,7 @@
 #include "core/mSHAREDLogging.h"
 #include "core/mSHAREDSettings.h"
 #include "cycle/frmMainView.h"
+#include "localise/modLanguages.h"
 #include "platform/Platform.h"
 
 #include <cmath>
@@ -68,8 +69,8 @@ void UpdateCheckLink::Updater_InstallFile(const std::string& path) {
     LogAction("Handing the update to the system: " + path);
     if (!platform::current().shell().open(path))
         platform::current().prompts().messageBox(
-            "The update could not be opened. It is saved as " + path + ".", platform::Buttons::Ok,
-            platform::Icon::Exclamation);
+            gettranslation("The update could not be opened. It is saved as ") + path + ".",
+            platform::Buttons::Ok, platform::Icon::Exclamation);
 }
 
 } // namespace corva

@@ -140,7 +140,8 @@ void frmMain::startProgramSteps(const StartOptions& options) {
     MigrateSignature();
 
     view_->SplashStatus("Loading languages");
-    StartLanguages();
+    // The command line keeps its texts English, so scripts read the same words.
+    if (!options.headless) StartLanguages();
 
     view_->SplashStatus("Starting Reminders");
     DoEvents();
@@ -305,7 +306,8 @@ bool frmMain::exitprog() {
             if (options_.headless) {
                 addnoticetolist("You still have mail in your outbox.");
             } else if (platform::current().prompts().messageBox(
-                           "You still have mail in your outbox. Are you sure you want to quit?",
+                           gettranslation("You still have mail in your outbox. Are you sure you "
+                                          "want to quit?"),
                            platform::Buttons::YesNo,
                            platform::Icon::Question) != platform::Answer::Yes) {
                 stopping_ = false;
@@ -500,8 +502,8 @@ void frmMain::endcycle(bool complete) {
     }
     if (!anyReplyAddress()) {
         if (platform::current().prompts().messageBox(
-                "You need to set up your email account(s). Would you like to open the "
-                "settings screen?",
+                gettranslation("You need to set up your email account(s). Would you like to open "
+                               "the settings screen?"),
                 platform::Buttons::YesNo, platform::Icon::Question) == platform::Answer::Yes)
             showsettings();
         return;
@@ -561,8 +563,9 @@ void frmMain::OpenComposer(const std::string& to, const std::string& cc, const s
 bool frmMain::OpenMessageFile(const std::string& path) {
     return guardedValue("OpenMessageFile", Module, false, [&] {
         if (!FileExists(path)) {
-            platform::current().prompts().messageBox(
-                path + " could not be opened", platform::Buttons::Ok, platform::Icon::Exclamation);
+            platform::current().prompts().messageBox(path + gettranslation(" could not be opened"),
+                                                     platform::Buttons::Ok,
+                                                     platform::Icon::Exclamation);
             return false;
         }
         view_->ShowReader(path);
@@ -949,9 +952,9 @@ std::string frmMain::fileBaseFromSubject(const std::string& subject) {
 bool frmMain::saveRetrievedMessage(clsMessage& msg) {
     std::string destination = retrieveStore_.folder(MessageFolder, msg.DestFolder);
     if (destination.empty() && !messageFolderFellBack_) {
-        platform::current().prompts().messageBox("Cannot find mail folder: " + MessageFolder +
-                                                 ". Mail will be saved to " + AppPath() +
-                                                 " instead.");
+        platform::current().prompts().messageBox(
+            gettranslation("Cannot find mail folder: ") + MessageFolder +
+            gettranslation(". Mail will be saved to ") + AppPath() + gettranslation(" instead."));
         // For the rest of the run; the settings keep the user's folder.
         messageFolderFellBack_ = true;
         MessageFolder = AppPath() + "Messages/";

@@ -12,6 +12,7 @@
 #include "core/mSHAREDLogging.h"
 #include "core/mSHAREDSettings.h"
 #include "cycle/frmMain.h"
+#include "localise/modLanguages.h"
 #include "message/clsMessage.h"
 #include "platform/Platform.h"
 #include "smtp/frmSendMailWrapper.h"
@@ -77,7 +78,8 @@ void frmMain::starttkl() {
     guarded("starttkl", Module, [&] {
         if (!tkl_) {
             platform::current().prompts().messageBox(
-                "TKL not available. TKLLIB.DLL not registered, please re-install Corva to fix.");
+                gettranslation("TKL not available. TKLLIB.DLL not registered, please re-install "
+                               "Corva to fix."));
             return;
         }
         LogAction("Starting TKL");
@@ -127,7 +129,8 @@ void frmMain::TKL_MailEvent(const std::string& subject, const std::string& alert
         const std::string address = Account(0).replyAddress();
         if (address.empty()) {
             platform::current().prompts().messageBox(
-                "Cannot send Reminder mail. Account #1 must be configured to use this feature");
+                gettranslation("Cannot send Reminder mail. Account #1 must be configured to use "
+                               "this feature"));
             return;
         }
         clsMessage message;

@@ -31,8 +31,8 @@ std::string numberField(const std::string& key, const std::string& def) {
 }
 
 bool tell(const std::string& message) {
-    platform::current().prompts().messageBox(message, platform::Buttons::Ok,
-                                             platform::Icon::Exclamation, "Settings");
+    platform::current().prompts().messageBox(
+        message, platform::Buttons::Ok, platform::Icon::Exclamation, gettranslation("Settings"));
     return false;
 }
 
@@ -120,37 +120,40 @@ AccountFields frmSettings::SelectAccount(int newIndex, const AccountFields& show
 
 bool frmSettings::cmdOK(GlobalFields& g, const AccountFields& shown) {
     if (!shown.ReplyAddress.empty() && shown.ReplyAddress.find('@') == std::string::npos)
-        return tell("Please enter a valid email for the reply address");
+        return tell(gettranslation("Please enter a valid email for the reply address"));
     double age0 = Val(g.Age0), age1 = Val(g.Age1), age2 = Val(g.Age2);
-    if (age0 <= 0 || age1 <= 0 || age2 <= 0) return tell("Message ages cannot be zero or less");
-    if (!(age0 > age1)) return tell("Age 1 is less than Age 2");
-    if (!(age1 > age2)) return tell("Age 2 is less than Age 3");
+    if (age0 <= 0 || age1 <= 0 || age2 <= 0)
+        return tell(gettranslation("Message ages cannot be zero or less"));
+    if (!(age0 > age1)) return tell(gettranslation("Age 1 is less than Age 2"));
+    if (!(age1 > age2)) return tell(gettranslation("Age 2 is less than Age 3"));
     double timeout = Val(g.MailTimeout);
-    if (timeout < 0 || timeout > 999) return tell("Timeout must be 0 to 999 seconds");
+    if (timeout < 0 || timeout > 999)
+        return tell(gettranslation("Timeout must be 0 to 999 seconds"));
     if (Val(g.MaxMailSize) < 0) g.MaxMailSize = "0";
     accounts_[static_cast<size_t>(selected_)] = shown;
     for (const AccountFields& a : accounts_) {
         const std::string port = Trim(a.SmtpPort);
         if (!port.empty() && !IsServer("host:" + port))
-            return tell("The SMTP port must be a number from 1 to 65535");
+            return tell(gettranslation("The SMTP port must be a number from 1 to 65535"));
     }
-    if (Trim(g.MessageFolder).empty()) return tell("Please specify a message store location.");
+    if (Trim(g.MessageFolder).empty())
+        return tell(gettranslation("Please specify a message store location."));
     g.MessageFolder = cutTrailingSlash(g.MessageFolder);
     if (!FolderExists(g.MessageFolder))
-        return tell("Please specify a valid path to your message store folder");
+        return tell(gettranslation("Please specify a valid path to your message store folder"));
 
     // From here on a problem is corrected with a message and OK goes on.
     if (!FolderExists(g.SpamFolder)) {
         std::string reset = addslash(ToSlashes(g.MessageFolder)) + "SpamBayes/";
-        tell("Invalid spam archive path. Resetting to " + reset);
+        tell(gettranslation("Invalid spam archive path. Resetting to ") + reset);
         g.SpamFolder = addslash(ToSlashes(g.MessageFolder)) + "SpamBayes";
     }
     if (!FolderExists(g.FilterFolder)) {
-        tell("Invalid filters path. Resetting to " + FilterFolder);
+        tell(gettranslation("Invalid filters path. Resetting to ") + FilterFolder);
         g.FilterFolder = FilterFolder;
     }
     if (!FolderExists(g.DataFolder)) {
-        tell("Invalid data path. Resetting to " + DataFolder);
+        tell(gettranslation("Invalid data path. Resetting to ") + DataFolder);
         g.DataFolder = DataFolder;
     }
     g.DataFolder = cutTrailingSlash(g.DataFolder);
@@ -325,15 +328,18 @@ std::string frmAccountWizard::ProposedTitle(const WizardFields& f) {
 
 bool frmAccountWizard::ConfirmCancel() {
     auto& prompts = platform::current().prompts();
-    auto answer =
-        prompts.messageBox("If you want the wizard to run again you should exit Corva,\r"
-                           "delete the configuration file " +
-                               SettingsFilePath() + "and restart Corva.",
-                           platform::Buttons::OkCancel, platform::Icon::Question, "Account Wizard");
+    auto answer = prompts.messageBox(
+        gettranslation("If you want the wizard to run again you should exit "
+                       "Corva,") +
+            "\r" + gettranslation("delete the configuration file ") + SettingsFilePath() +
+            gettranslation("and restart Corva."),
+        platform::Buttons::OkCancel, platform::Icon::Question, gettranslation("Account Wizard"));
     if (answer != platform::Answer::Ok) return false;
-    prompts.messageBox("Before using this program you will have to set up a mail account. Click "
-                       "the spanner icon on the main menu for the settings page.",
-                       platform::Buttons::Ok, platform::Icon::Information, "Account Wizard");
+    prompts.messageBox(gettranslation("Before using this program you will have to set up a mail "
+                                      "account. Click the spanner icon on the main menu for the "
+                                      "settings page."),
+                       platform::Buttons::Ok, platform::Icon::Information,
+                       gettranslation("Account Wizard"));
     return true;
 }
 

@@ -9,6 +9,7 @@
 #include "core/mSHAREDSettings.h"
 #include "core/modSubs.h"
 #include "cycle/frmMain.h"
+#include "localise/modLanguages.h"
 #include "message/clsMessage.h"
 #include "message/clsMessages.h"
 #include "platform/Platform.h"
@@ -95,7 +96,8 @@ bool FetchMessageOfLine(frmMain& main, const ListLine& line, bool toRead) {
 
 bool ReadLineOnServer(frmMain& main, const ListLine& line) {
     if (sget("DISPLAYNAME", "").toText().empty()) {
-        tell("Before sending mail you must specify a Reply-To email address in the settings.",
+        tell(gettranslation("Before sending mail you must specify a Reply-To email address in "
+                            "the settings."),
              platform::Icon::Information);
         return false;
     }
@@ -124,15 +126,15 @@ int BounceLines(frmMain& main, const std::vector<ListLine>& lines) {
         auto msg = MessageOfLine(main, line);
         if (!msg) continue;
         if (!SpoolBounce(main, *msg)) {
-            tell("Couldn't bounce message - can't determine the sender's email.",
+            tell(gettranslation("Couldn't bounce message - can't determine the sender's email."),
                  platform::Icon::Exclamation);
             continue;
         }
         ++bounced;
     }
     if (bounced)
-        tell("Selected messages have been bounced. If you change your mind, delete the outbound "
-             "messages before you do another 'send/receive mail'",
+        tell(gettranslation("Selected messages have been bounced. If you change your mind, delete "
+                            "the outbound messages before you do another 'send/receive mail'"),
              platform::Icon::Information);
     return bounced;
 }

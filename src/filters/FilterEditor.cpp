@@ -4,6 +4,7 @@
 #include "core/ErrorHandler.h"
 #include "core/Strings.h"
 #include "core/mSHAREDLogging.h"
+#include "localise/modLanguages.h"
 #include "message/clsMessage.h"
 #include "platform/Platform.h"
 
@@ -262,7 +263,7 @@ void FilterEditor::cmdExportSharedFilters_Click() {
     const std::string path = view_.AskSaveFile("TXT");
     if (path.empty()) return;
     const bool sharedOnly =
-        platform::current().prompts().messageBox("Only save shared filters?",
+        platform::current().prompts().messageBox(gettranslation("Only save shared filters?"),
                                                  platform::Buttons::YesNo) == platform::Answer::Yes;
     filters_.savefilters(path, sharedOnly);
 }
@@ -271,7 +272,8 @@ void FilterEditor::cmdSaveAndExit_Click() {
     // A form the save refuses keeps the window open, so what was typed is not lost.
     if (!store()) return;
     if (!filters_.savefilters(filters_.CurrentRulesPath(), false)) {
-        message("The filters could not be written to " + filters_.CurrentRulesPath());
+        message(gettranslation("The filters could not be written to ") +
+                filters_.CurrentRulesPath());
         return;
     }
     unsaved_ = false;
@@ -283,9 +285,9 @@ void FilterEditor::cmdSaveAndExit_Click() {
 bool FilterEditor::losechangesok(bool leaving) {
     // Leaving also loses what was stored but never written to the file.
     if (!changed_ && !(leaving && unsaved_)) return true;
-    const bool yes =
-        platform::current().prompts().messageBox("You will lose your changes - are you sure?",
-                                                 platform::Buttons::YesNo) == platform::Answer::Yes;
+    const bool yes = platform::current().prompts().messageBox(
+                         gettranslation("You will lose your changes - are you sure?"),
+                         platform::Buttons::YesNo) == platform::Answer::Yes;
     // Once agreed, a second question about the same changes would only annoy.
     if (yes) changed_ = false;
     return yes;

@@ -4,6 +4,7 @@
 #include "core/ErrorHandler.h"
 #include "core/FileSubs.h"
 #include "core/Strings.h"
+#include "localise/modLanguages.h"
 #include "message/clsMessage.h"
 
 #include <algorithm>
@@ -20,7 +21,7 @@ constexpr int InvalidMatchCount = 23500;
 FormResult storefilterfromform(FilterCollection& filters, const FilterForm& form) {
     FormResult result;
     if (form.name.empty()) {
-        result.messages.push_back("Please supply a name for this filter");
+        result.messages.push_back(gettranslation("Please supply a name for this filter"));
         return result;
     }
     const std::string name = Replace(form.name, ",", " ");
@@ -29,7 +30,7 @@ FormResult storefilterfromform(FilterCollection& filters, const FilterForm& form
         if (row.comparisonIndex >= 2 && Val(row.text) == 0) {
             // The count of matches is reserved: the list doesn't offer it, and
             // its refusal is reported without stopping the save.
-            result.messages.push_back("Please specify a number from 1 to 10");
+            result.messages.push_back(gettranslation("Please specify a number from 1 to 10"));
             const std::string text =
                 "Rule " + Str(static_cast<long long>(r + 1)) + " has invalid number of matches.";
             guarded("cmdUpdate_Click", Module, [&] { throw RunError(InvalidMatchCount, text); });
@@ -39,9 +40,9 @@ FormResult storefilterfromform(FilterCollection& filters, const FilterForm& form
         const FilterForm::Row& row = form.rows[r];
         if (row.on && row.text.empty()) {
             result.messages.push_back(
-                "Rule " + Str(static_cast<long long>(r + 1)) +
-                " doesn't have anything in the text field. Please deselect this rule, or enter "
-                "some text.");
+                gettranslation("Rule ") + Str(static_cast<long long>(r + 1)) +
+                gettranslation(" doesn't have anything in the text field. Please deselect this "
+                               "rule, or enter some text."));
             return result;
         }
     }

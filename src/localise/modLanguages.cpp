@@ -3,6 +3,7 @@
 #include "core/AppInfo.h"
 #include "core/ErrorHandler.h"
 #include "core/FileSubs.h"
+#include "core/ShownText.h"
 #include "core/Strings.h"
 #include "core/mSHAREDSettings.h"
 
@@ -189,7 +190,19 @@ int seekitem(const Table& table, const std::string& text) {
 std::string gettranslation(const std::string& text) {
     if (text.size() <= 1) return text;
     const int at = seekitem(state().table, text);
-    return at == 0 ? text : state().table[static_cast<size_t>(at - 1)].second;
+    if (at != 0) return state().table[static_cast<size_t>(at - 1)].second;
+    // A language file trims its texts, so a piece of a composed message
+    // ("File ", " not found\r\n") is found by its words, its blanks kept.
+    const size_t first = text.find_first_not_of(" \r\n");
+    if (first == std::string::npos) return text;
+    const size_t last = text.find_last_not_of(" \r\n");
+    if (first == 0 && last + 1 == text.size()) return text;
+    const std::string words = text.substr(first, last + 1 - first);
+    if (words.size() <= 1) return text;
+    const int inner = seekitem(state().table, words);
+    if (inner == 0) return text;
+    return text.substr(0, first) + state().table[static_cast<size_t>(inner - 1)].second +
+           text.substr(last + 1);
 }
 
 std::string TranslateLabelled(const std::string& text) {
@@ -229,6 +242,7 @@ void TranslateOpenWindows() {
 }
 
 void StartLanguages() {
+    SetShownTextTranslation(gettranslation);
     const std::string wanted = sget("langID", "English").toText();
     LoadAllLanguages();
     const int index = LanguageIndex(wanted);

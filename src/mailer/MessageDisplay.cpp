@@ -7,6 +7,7 @@
 #include "core/Strings.h"
 #include "core/TerminalText.h"
 #include "core/modSubs.h"
+#include "localise/modLanguages.h"
 #include "mailer/AttachmentFiles.h"
 #include "message/modMIME.h"
 #include "platform/Platform.h"
@@ -247,16 +248,17 @@ PreviewContent buildPreview(const clsMessage& m,
 std::string warningText(const PreviewContent& content) {
     std::string text;
     if (content.suspicious || content.misleading.empty())
-        text = "This message contains a suspicious piece of HTML code.\r\n"
-               "If it's asking you to verify a password or confirm your login, it's almost "
-               "certainly fake!";
+        text = gettranslation("This message contains a suspicious piece of HTML code.") + "\r\n" +
+               gettranslation("If it's asking you to verify a password or confirm your login, "
+                              "it's almost certainly fake!");
     for (const MisleadingLink& link : content.misleading) {
         if (!text.empty()) text += "\r\n";
-        text += "A link shows " + link.shownHost + " but leads to " + link.targetHost + ".";
+        text += gettranslation("A link shows ") + link.shownHost +
+                gettranslation(" but leads to ") + link.targetHost + ".";
     }
     if (!content.misleading.empty() && !content.suspicious)
-        text += "\r\nIf it's asking you to verify a password or confirm your login, it's almost "
-                "certainly fake!";
+        text += "\r\n" + gettranslation("If it's asking you to verify a password or confirm your "
+                                        "login, it's almost certainly fake!");
     return text;
 }
 
@@ -374,7 +376,7 @@ void MessageDisplay::txtMessage_MouseUp(size_t position) {
                 compose_(address);
             else
                 platform::current().prompts().messageBox(
-                    "Work in progress - should be in the next version.");
+                    gettranslation("Work in progress - should be in the next version."));
             return;
         }
     });
@@ -428,11 +430,12 @@ void MessageDisplay::OpenAttachment(size_t entry) {
 void MessageDisplay::mnusaveattach_click() {
     guarded("mnusaveattach_click", Module, [&] {
         if (!message_) return;
-        std::optional<std::string> folder =
-            view_.askFolder("Save attachments", "Click SAVE to save all files");
+        std::optional<std::string> folder = view_.askFolder(
+            gettranslation("Save attachments"), gettranslation("Click SAVE to save all files"));
         if (!folder || folder->empty()) return;
         saveAllAttachments(*message_, *folder);
-        platform::current().prompts().messageBox("All attachments saved to:\r\n" + *folder);
+        platform::current().prompts().messageBox(gettranslation("All attachments saved to:\r\n") +
+                                                 *folder);
     });
 }
 

@@ -8,6 +8,7 @@
 #include "core/mSHAREDLogging.h"
 #include "core/mSHAREDSettings.h"
 #include "core/modSubs.h"
+#include "localise/modLanguages.h"
 #include "mailer/frmShortcuts.h"
 #include "mailer/modAutoReply.h"
 #include "mailer/modSignatures.h"
@@ -260,7 +261,7 @@ bool frmEmail::Open(const EmailRequest& request) {
         }
         auto message = readfullmessage(request.path);
         if (message->Filename().empty()) {
-            ask(request.path + " could not be read", platform::Buttons::Ok);
+            ask(request.path + gettranslation(" could not be read"), platform::Buttons::Ok);
             return false;
         }
         switch (request.kind) {
@@ -292,17 +293,17 @@ bool frmEmail::CheckBeforeSend() {
         const int sender = fields_.sender;
         if (sender < 0 || sender >= static_cast<int>(fields_.senders.size()) ||
             fields_.senders[static_cast<size_t>(sender)] == NotSpecifiedText) {
-            ask("Please choose a valid sender account", platform::Buttons::Ok);
+            ask(gettranslation("Please choose a valid sender account"), platform::Buttons::Ok);
             return false;
         }
         if (Trim(fields_.to).empty()) {
-            ask("Please enter a 'To:' address", platform::Buttons::Ok);
+            ask(gettranslation("Please enter a 'To:' address"), platform::Buttons::Ok);
             return false;
         }
         return fields_.to.find('@') != std::string::npos ||
-               ask("'To:' email address (" + fields_.to +
-                       ") does not seem to be valid. Click 'Cancel' to change it or 'OK' to "
-                       "continue.",
+               ask(gettranslation("'To:' email address (") + fields_.to +
+                       gettranslation(") does not seem to be valid. Click 'Cancel' to change it "
+                                      "or 'OK' to continue."),
                    platform::Buttons::OkCancel) == platform::Answer::Ok;
     });
 }
@@ -415,7 +416,7 @@ void frmEmail::InsertFile(const std::string& file) {
         std::string path = StartsWith(ToSlashes(file), "/") ? file : DataFolder + file;
         std::string text;
         if (!FileExists(path) || !LoadTextFile(path, text) || text.empty()) {
-            ask(file + " is either missing or empty", platform::Buttons::Ok);
+            ask(file + gettranslation(" is either missing or empty"), platform::Buttons::Ok);
             return;
         }
         InsertAtCaret(text);
@@ -426,13 +427,14 @@ void frmEmail::InsertAutoReply(const std::string& file) {
     guarded("InsertAutoReply", Module, [&] {
         std::string text;
         if (!FileExists(file) || !LoadTextFile(file, text) || text.empty()) {
-            ask(file + " is either missing or empty", platform::Buttons::Ok);
+            ask(file + gettranslation(" is either missing or empty"), platform::Buttons::Ok);
             return;
         }
         AutoReplyTemplate reply = parseAutoReply(text, pathonly(file));
         if (reply.hasSubject) fields_.subject = reply.subject;
         if (reply.chooseAttachment)
-            AttachFiles(view_->ChooseFiles("Select file(s) to attach", reply.chooseFrom));
+            AttachFiles(
+                view_->ChooseFiles(gettranslation("Select file(s) to attach"), reply.chooseFrom));
         else if (!reply.attachment.empty())
             AttachFiles({reply.attachment});
         InsertAtCaret(reply.text);
@@ -487,13 +489,13 @@ void frmEmail::Command(const std::string& key) {
         } else if (key == "print") {
             view_->PrintMessage();
         } else if (key == "attach") {
-            AttachFiles(view_->ChooseFiles("Select file(s) to attach", ""));
+            AttachFiles(view_->ChooseFiles(gettranslation("Select file(s) to attach"), ""));
         } else if (key == "insertsig") {
             InsertAtCaret(signature());
         } else if (key == "readaloud") {
             platform::SpeechControl* control = platform::speechControl();
             if (!control || !control->available()) {
-                ask(NoSpeechEngineText, platform::Buttons::Ok);
+                ask(gettranslation(NoSpeechEngineText), platform::Buttons::Ok);
                 return;
             }
             size_t at = std::min(fields_.caret, fields_.body.size());
@@ -514,7 +516,7 @@ void frmEmail::Command(const std::string& key) {
 bool frmEmail::QueryUnload() {
     return guardedValue("QueryUnload", Module, true, [&] {
         if (closing_ || !writing_ || !textChanged_) return true;
-        return ask("You will lose any changes to this message. Are you sure?",
+        return ask(gettranslation("You will lose any changes to this message. Are you sure?"),
                    platform::Buttons::YesNo, platform::Icon::Question) == platform::Answer::Yes;
     });
 }

@@ -12,6 +12,7 @@
 #include "core/mSHAREDSettings.h"
 #include "core/modSubs.h"
 #include "filters/frmFilters.h"
+#include "localise/modLanguages.h"
 #include "mailer/MailerSuggestions.h"
 #include "mailer/MessageDisplay.h"
 #include "message/clsMessages.h"
@@ -887,7 +888,8 @@ void frmMailer::AddFolder() {
             selectedNode_ > 0 ? getpathfromnode(selectedNode_) : addslash(MessageFolder);
         auto& prompts = platform::current().prompts();
         for (;;) {
-            auto name = prompts.inputBox("Enter a name for the new folder", "New folder", "");
+            auto name = prompts.inputBox(gettranslation("Enter a name for the new folder"),
+                                         gettranslation("New folder"), "");
             if (!name) return;
             NewFolderResult made = CreateNewFolder(parent, *name);
             if (made.created) {
@@ -896,7 +898,7 @@ void frmMailer::AddFolder() {
                 return;
             }
             prompts.messageBox(made.message, platform::Buttons::Ok, platform::Icon::Exclamation,
-                               "New folder");
+                               gettranslation("New folder"));
         }
     });
 }
@@ -905,7 +907,7 @@ void frmMailer::mnudeletefolder_click() {
     guarded("mnudeletefolder_click", kModule, [&] {
         auto& prompts = platform::current().prompts();
         if (selectedNode_ <= 0) {
-            prompts.messageBox("Please click a message folder");
+            prompts.messageBox(gettranslation("Please click a message folder"));
             return;
         }
         std::string folder = getpathfromnode(selectedNode_);
@@ -913,15 +915,16 @@ void frmMailer::mnudeletefolder_click() {
         FillFiles(folder, "*.EML", files);
         for (const auto& f : files)
             if (EqualsNoCase(extonly(f), "eml")) {
-                prompts.messageBox("You can't delete a folder containing messages.  Please move "
-                                   "or delete the messages first.");
+                prompts.messageBox(gettranslation("You can't delete a folder containing "
+                                                  "messages.  Please move or delete the "
+                                                  "messages first."));
                 return;
             }
         std::vector<std::string> subfolders;
         fillfolders(folder, subfolders);
         if (!subfolders.empty()) {
-            prompts.messageBox("You can't delete a folder containing sub-folders.  Please move "
-                               "or delete the sub-folders first.");
+            prompts.messageBox(gettranslation("You can't delete a folder containing sub-folders.  "
+                                              "Please move or delete the sub-folders first."));
             return;
         }
         mailer_.StopPopulating();
@@ -953,7 +956,7 @@ void frmMailer::RescanSingleFolders() {
 }
 
 void frmMailer::workInProgress() {
-    platform::current().prompts().messageBox(WorkInProgressText);
+    platform::current().prompts().messageBox(gettranslation(WorkInProgressText));
 }
 
 void frmMailer::openComposer(const std::string& key, const std::vector<std::string>& paths) {
@@ -1063,10 +1066,14 @@ std::vector<MailerMenuEntry> frmMailer::ContextMenu() const {
         auto message = readmessageheader(paths.front());
         std::string address = extractemail(message->From);
         if (!address.empty()) {
-            entries.push_back({"reply", "Reply to <" + address + ">"});
-            entries.push_back({"addcontact", "Add <" + address + "> to Contacts"});
-            entries.push_back({"copyaddress", "Copy <" + address + "> to Clipboard"});
-            entries.push_back({"bounce", "Bounce message to <" + address + ">"});
+            // The address goes into the translated entry as it is.
+            const auto with = [&](const std::string& text) {
+                return Replace(text, "@@@", address);
+            };
+            entries.push_back({"reply", with(gettranslation("Reply to <@@@>"))});
+            entries.push_back({"addcontact", with(gettranslation("Add <@@@> to Contacts"))});
+            entries.push_back({"copyaddress", with(gettranslation("Copy <@@@> to Clipboard"))});
+            entries.push_back({"bounce", with(gettranslation("Bounce message to <@@@>"))});
             entries.push_back({"", ""});
         }
         entries.insert(entries.end(), {{"markread", "Mark as read"},

@@ -4,6 +4,7 @@
 #include "core/FileSubs.h"
 #include "core/Globals.h"
 #include "core/Strings.h"
+#include "localise/modLanguages.h"
 #include "platform/Platform.h"
 
 namespace corva {
@@ -61,7 +62,8 @@ void frmSig::cmdReadDefault_Click() {
 bool frmSig::cmdSetDefault_Click() {
     return guardedValue("cmdSetDefault_Click", "frmSig", false, [&] {
         if (platform::current().prompts().messageBox(
-                "This will set the default sig to the displayed text. Are you sure?",
+                gettranslation(
+                    "This will set the default sig to the displayed text. Are you sure?"),
                 platform::Buttons::YesNo, platform::Icon::Question) != platform::Answer::Yes)
             return false;
         return WriteFileExactly(defaultSignaturePath(), Text);

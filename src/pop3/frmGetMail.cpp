@@ -14,6 +14,7 @@
 #include "core/mSHAREDDelay.h"
 #include "core/mSHAREDLogging.h"
 #include "core/mSHAREDSettings.h"
+#include "localise/modLanguages.h"
 #include "message/MessageCheck.h"
 #include "message/clsMessage.h"
 
@@ -204,7 +205,8 @@ void frmGetMail::readAccounts() {
 
 void frmGetMail::askPassword(int account) {
     platform::PasswordReply reply = platform::current().prompts().askPassword(
-        "Enter password for '" + userName_[account] + "' on account '" + title_[account] + "'");
+        gettranslation("Enter password for '") + userName_[account] +
+        gettranslation("' on account '") + title_[account] + "'");
     // A cancelled prompt goes on with the empty password: the server refuses it
     // and the user sees why.
     if (reply.cancelled) return;
@@ -326,8 +328,9 @@ void frmGetMail::socketError(int number, const std::string& description) {
             break;
         default:
             // Deliberately nothing more: the timer runs on and the transfer ends by time-out.
-            platform::current().prompts().messageBox("Error while connecting to server:\r\n[" +
-                                                     Str(number) + "] " + description);
+            platform::current().prompts().messageBox(
+                gettranslation("Error while connecting to server:\r\n") + "[" + Str(number) + "] " +
+                description);
         }
     });
 }

@@ -4,6 +4,7 @@
 #include "core/ErrorHandler.h"
 #include "core/FileSubs.h"
 #include "core/Strings.h"
+#include "localise/modLanguages.h"
 
 #include <algorithm>
 #include <random>
@@ -239,14 +240,14 @@ Calendar clsReminders::Load() const {
 bool clsReminders::Save(const Calendar& cal, std::string& why) const {
     return guardedValue("Save", Module, false, [&] {
         if (!cal.complete) {
-            why = FilePath() + " could not be read in full; it is left as it is";
+            why = FilePath() + gettranslation(" could not be read in full; it is left as it is");
             return false;
         }
         const std::string text = WriteIcs(cal);
         std::string old;
         if (FileExists(FilePath()) && LoadTextFile(FilePath(), old) && old == text) return true;
         if (!WriteFileExactly(FilePath(), text)) {
-            why = "Could not write " + FilePath();
+            why = gettranslation("Could not write ") + FilePath();
             return false;
         }
         return true;
@@ -273,7 +274,7 @@ bool clsReminders::UpdateEvent(const CalendarEvent& event, std::string& why) con
         e.changed = true;
         return Save(cal, why);
     }
-    why = "No event " + event.uid;
+    why = gettranslation("No event ") + event.uid;
     return false;
 }
 
@@ -282,7 +283,7 @@ bool clsReminders::RemoveEvent(const std::string& uid, std::string& why) const {
     auto it = std::find_if(cal.events.begin(), cal.events.end(),
                            [&](const CalendarEvent& e) { return e.uid == uid; });
     if (it == cal.events.end()) {
-        why = "No event " + uid;
+        why = gettranslation("No event ") + uid;
         return false;
     }
     cal.events.erase(it);

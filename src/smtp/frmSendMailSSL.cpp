@@ -1,6 +1,7 @@
 #include "smtp/frmSendMailSSL.h"
 
 #include "core/ErrorHandler.h"
+#include "localise/modLanguages.h"
 
 #include <algorithm>
 
@@ -79,8 +80,9 @@ bool frmSendMailSSL::Setup() {
         if (crypto_.acquire()) return true;
         auto& platform = platform::current();
         auto answer = platform.prompts().messageBox(
-            "LHV has detected that you do not have the required High Encryption Pack "
-            "installed.\nWould like to download this pack from Microsoft's website?",
+            gettranslation("LHV has detected that you do not have the required High "
+                           "Encryption Pack installed.") +
+                "\n" + gettranslation("Would like to download this pack from Microsoft's website?"),
             platform::Buttons::YesNo, platform::Icon::Question);
         if (answer == platform::Answer::Yes) platform.shell().open(CipherDownloadPage);
         return false;

@@ -14,6 +14,7 @@
 #include "core/mSHAREDLogging.h"
 #include "core/mSHAREDSettings.h"
 #include "core/modSubs.h"
+#include "localise/modLanguages.h"
 #include "store/modTags.h"
 
 #include <algorithm>
@@ -232,8 +233,8 @@ bool frmSendMailWrapper::connect(int account) {
         LogAction("Using server: " + server_);
         if (server_.empty()) {
             LogAction("Error, server not defined. Sendmail cancelled.");
-            std::string text =
-                "Please specify SMTP server #" + Str(account + 1) + " in the settings";
+            std::string text = gettranslation("Please specify SMTP server #") + Str(account + 1) +
+                               gettranslation(" in the settings");
             platform::current().prompts().messageBox(text);
             if (listener_) listener_->Failed(text);
             connected_ = false;

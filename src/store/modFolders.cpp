@@ -8,6 +8,7 @@
 #include "core/Strings.h"
 #include "core/mSHAREDGeneral.h"
 #include "core/mSHAREDSettings.h"
+#include "localise/modLanguages.h"
 
 #include <algorithm>
 
@@ -173,17 +174,18 @@ NewFolderResult CreateNewFolder(const std::string& parentFolder, const std::stri
         name = Replace(name, " ", "");
         result.name = name;
         if (name.empty()) {
-            result.message = "Please enter a folder name";
+            result.message = gettranslation("Please enter a folder name");
             return;
         }
         std::string parent = addslash(ResolvePath(addslash(ToSlashes(parentFolder))));
         if (FolderExists(parent + name)) {
-            result.message = "There's already a folder called " + name + ".  Please try again.";
+            result.message = gettranslation("There's already a folder called ") + name +
+                             gettranslation(".  Please try again.");
             return;
         }
         MkMissingDir(parent + name);
         if (!FolderExists(parent + name)) {
-            result.message = "Could not make the folder " + parent + name;
+            result.message = gettranslation("Could not make the folder ") + parent + name;
             return;
         }
         generatefolderini();

@@ -2,6 +2,7 @@
 
 #include "core/ErrorHandler.h"
 #include "core/Strings.h"
+#include "localise/modLanguages.h"
 #include "platform/Platform.h"
 #include "tickets/modCMS.h"
 #include "tickets/modCMSMail.h"
@@ -67,9 +68,10 @@ bool frmCMSTicket::Edit(clsCMSTicket& ticket, frmCMSTicketView& view, frmSendMai
         }
         CMSTicketFields fields = FieldsOf(ticket);
         if (!view.ShowModal(fields)) return false;
-        const bool acknowledge = platform::current().prompts().messageBox(
-                                     "Send acknowledgement?", platform::Buttons::YesNo,
-                                     platform::Icon::Question) == platform::Answer::Yes;
+        const bool acknowledge =
+            platform::current().prompts().messageBox(
+                gettranslation("Send acknowledgement?"), platform::Buttons::YesNo,
+                platform::Icon::Question) == platform::Answer::Yes;
         ReadBack(fields, ticket);
         ticket.Save();
         if (acknowledge) SendAcknowledgement(ticket, wrapper);

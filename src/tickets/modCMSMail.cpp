@@ -7,6 +7,7 @@
 #include "core/Strings.h"
 #include "core/mSHAREDLogging.h"
 #include "core/modSubs.h"
+#include "localise/modLanguages.h"
 #include "message/clsMessage.h"
 #include "platform/Platform.h"
 #include "smtp/frmSendMailWrapper.h"
@@ -50,7 +51,7 @@ std::string SendAcknowledgement(const clsCMSTicket& ticket, frmSendMailWrapper& 
         clsMessage message = AcknowledgementMessage(ticket);
         if (!accountCanSend(message.FromAccount)) {
             platform::current().prompts().messageBox(
-                "Please set up an email account before using this feature");
+                gettranslation("Please set up an email account before using this feature"));
             return std::string();
         }
         // Spooled with the account's own identity, as every producer does:

@@ -5,6 +5,7 @@
 #include "core/Globals.h"
 #include "core/Strings.h"
 #include "core/mSHAREDDelay.h"
+#include "localise/modLanguages.h"
 #include "message/clsMessage.h"
 #include "platform/Platform.h"
 #include "store/modMessageFiles.h"
@@ -79,8 +80,8 @@ std::string frmArchive::ShortenedBase(const std::string& name) {
 
 bool frmArchive::cmdOK_click(int year, int month, int day) {
     auto answer = platform::current().prompts().messageBox(
-        "Move old messages into the Archive folder?", platform::Buttons::YesNo,
-        platform::Icon::Question, "Mail Archival");
+        gettranslation("Move old messages into the Archive folder?"), platform::Buttons::YesNo,
+        platform::Icon::Question, gettranslation("Mail Archival"));
     if (answer != platform::Answer::Yes) return false;
     archivemail(LimitDate(year, month, day));
     return true;

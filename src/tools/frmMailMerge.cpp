@@ -8,6 +8,7 @@
 #include "core/mSHAREDGeneral.h"
 #include "core/mSHAREDSettings.h"
 #include "core/modSubs.h"
+#include "localise/modLanguages.h"
 #include "message/clsMessage.h"
 #include "platform/Platform.h"
 #include "smtp/frmSendMailWrapper.h"
@@ -20,7 +21,8 @@ namespace {
 constexpr const char* kModule = "frmMailMerge";
 
 void box(const std::string& text, platform::Icon icon = platform::Icon::Exclamation) {
-    platform::current().prompts().messageBox(text, platform::Buttons::Ok, icon, "Mail Merge");
+    platform::current().prompts().messageBox(text, platform::Buttons::Ok, icon,
+                                             gettranslation("Mail Merge"));
 }
 
 bool beginsWithSubject(const std::string& text) {
@@ -38,11 +40,11 @@ void frmMailMerge::Form_Load() {
 bool frmMailMerge::cmdGo_click() {
     confirmed_ = false;
     guarded("cmdGo_click", kModule, [&] {
-        if (!FileExists(DataFile)) return box("Name list file not found");
-        if (!FileExists(TemplateFile)) return box("Email template file not found");
+        if (!FileExists(DataFile)) return box(gettranslation("Name list file not found"));
+        if (!FileExists(TemplateFile)) return box(gettranslation("Email template file not found"));
         if (!beginsWithSubject(LoadTextFile(TemplateFile)))
-            box("Warning: The first line of your email template should be 'Subject: [subject "
-                "here]'");
+            box(gettranslation("Warning: The first line of your email template should be "
+                               "'Subject: [subject here]'"));
         sset("MergeDataFile", DataFile);
         sset("MergeTemplateFile", TemplateFile);
         confirmed_ = true;
@@ -70,12 +72,13 @@ MergeOutcome DoMailMerge(const frmMailMerge& dialog, ToolListener& listener) {
     guarded("DoMailMerge", kModule, [&] {
         const std::string data = LoadTextFile(dialog.DataFile);
         const std::string templateText = LoadTextFile(dialog.TemplateFile);
-        if (data.empty() || templateText.empty()) return box("Error: One or both files are empty.");
+        if (data.empty() || templateText.empty())
+            return box(gettranslation("Error: One or both files are empty."));
         if (!beginsWithSubject(templateText) &&
             platform::current().prompts().messageBox(
-                "Warning: Your email will have no subject line. Continue anyway?",
+                gettranslation("Warning: Your email will have no subject line. Continue anyway?"),
                 platform::Buttons::YesNo, platform::Icon::Question,
-                "Mail Merge") != platform::Answer::Yes)
+                gettranslation("Mail Merge")) != platform::Answer::Yes)
             return;
 
         const std::vector<std::string> lines = Split(data, "\r\n");
@@ -84,7 +87,8 @@ MergeOutcome DoMailMerge(const frmMailMerge& dialog, ToolListener& listener) {
         for (size_t c = 0; c < header.size() && emailColumn == header.size(); ++c)
             if (UCase(Trim(header[c])) == "$EMAIL") emailColumn = c;
         if (emailColumn == header.size())
-            return box("Error: Your mail merge data file must contain an $EMAIL field");
+            return box(
+                gettranslation("Error: Your mail merge data file must contain an $EMAIL field"));
 
         outcome.Ran = true;
         listener.SetBusy(true);
@@ -125,15 +129,16 @@ MergeOutcome DoMailMerge(const frmMailMerge& dialog, ToolListener& listener) {
                 ++outcome.Saved;
             } else
                 ++outcome.Invalid;
-            listener.Status("Merging " + std::to_string(row) + "/" +
+            listener.Status(gettranslation("Merging ") + std::to_string(row) + "/" +
                             std::to_string(lines.size() - 1));
             DoEvents();
         }
         listener.SetBusy(false);
-        outcome.Report = "Processed " + std::to_string(outcome.Saved + outcome.Invalid) +
-                         " name(s)\r\n" + std::to_string(outcome.Saved) +
-                         " saved to the outbox and \r\n" + std::to_string(outcome.Invalid) +
-                         " had invalid email address(es) (skipped)";
+        outcome.Report =
+            gettranslation("Processed ") + std::to_string(outcome.Saved + outcome.Invalid) +
+            gettranslation(" name(s)\r\n") + std::to_string(outcome.Saved) +
+            gettranslation(" saved to the outbox and \r\n") + std::to_string(outcome.Invalid) +
+            gettranslation(" had invalid email address(es) (skipped)");
         box(outcome.Report, platform::Icon::Information);
     });
     return outcome;

@@ -1,8 +1,10 @@
 #include "ui/AccountWizardDialog.h"
 
+#include "localise/modLanguages.h"
 #include "platform/Platform.h"
 #include "ui/DisplayText.h"
 #include "ui/Icons.h"
+#include "ui/LanguageWalker.h"
 
 #include <QComboBox>
 #include <QFormLayout>
@@ -118,7 +120,7 @@ WizardFields AccountWizardDialog::fields() const {
 }
 
 void AccountWizardDialog::findSecureSettings() {
-    found_->setText(QStringLiteral("Trying the secure choices..."));
+    found_->setText(translated(QStringLiteral("Trying the secure choices...")));
     setCursor(Qt::BusyCursor);
     const SecurityProposal p = frmAccountWizard::ProposeSecurity(fields(), 5000);
     unsetCursor();
@@ -126,17 +128,19 @@ void AccountWizardDialog::findSecureSettings() {
     field("OutboundServer")->setText(toDisplay(p.OutboundServer));
     popSecurity_->setCurrentIndex(p.PopSecurity);
     smtpSecurity_->setCurrentIndex(p.SmtpSecurity);
-    const QString names[] = {QStringLiteral("no secure connection"), QStringLiteral("SSL/TLS"),
-                             QStringLiteral("STARTTLS")};
-    found_->setText(QStringLiteral("Incoming: %1. Outgoing: %2.")
+    const QString names[] = {translated(QStringLiteral("no secure connection")),
+                             QStringLiteral("SSL/TLS"), QStringLiteral("STARTTLS")};
+    found_->setText(translated(QStringLiteral("Incoming: %1. Outgoing: %2."))
                         .arg(names[p.PopSecurity], names[p.SmtpSecurity]));
 }
 
 bool AccountWizardDialog::validateCurrentPage() {
     std::string problem = frmAccountWizard::PageProblem(currentId(), fields());
     if (problem.empty()) return true;
-    platform::current().prompts().messageBox(problem, platform::Buttons::Ok,
-                                             platform::Icon::Exclamation, "Account Wizard");
+    // The texts are shared with `corva account`, which stays English.
+    platform::current().prompts().messageBox(gettranslation(problem), platform::Buttons::Ok,
+                                             platform::Icon::Exclamation,
+                                             gettranslation("Account Wizard"));
     return false;
 }
 

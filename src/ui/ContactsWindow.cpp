@@ -1,6 +1,7 @@
 #include "ui/ContactsWindow.h"
 
 #include "ui/DisplayText.h"
+#include "ui/LanguageWalker.h"
 
 #include <QApplication>
 #include <QClipboard>
@@ -118,8 +119,8 @@ void ContactsWindow::EditContact(const std::string& address) {
 }
 
 std::string ContactsWindow::ChooseImportFile() {
-    return QFileDialog::getOpenFileName(this, QStringLiteral("Select your file"), QString(),
-                                        QStringLiteral("*.csv"))
+    return QFileDialog::getOpenFileName(this, translated(QStringLiteral("Select your file")),
+                                        QString(), QStringLiteral("*.csv"))
         .toStdString();
 }
 

@@ -8,6 +8,7 @@
 #include "ui/DisplayText.h"
 #include "ui/EmailWindow.h"
 #include "ui/Icons.h"
+#include "ui/LanguageWalker.h"
 #include "ui/MailerListModel.h"
 #include "ui/MailerPreview.h"
 #include "ui/MainWindows.h"
@@ -317,7 +318,7 @@ void MailerWindow::showContextMenu(const QPoint& pos) {
     // The suggestion lists, read afresh each time as files may come and go.
     const std::vector<std::string> lists = mailer_.SuggestionMenu();
     if (!lists.empty() && !mailer_.ContextMenu().empty()) {
-        QMenu* sug = menu.addMenu(QStringLiteral("Add Suggestion to ..."));
+        QMenu* sug = menu.addMenu(translated(QStringLiteral("Add Suggestion to ...")));
         sug->setObjectName(QStringLiteral("mnuSuggestion"));
         for (const std::string& name : lists)
             connect(sug->addAction(toDisplay(name)), &QAction::triggered, this,

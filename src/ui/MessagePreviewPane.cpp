@@ -4,6 +4,7 @@
 
 #include "ui/AttachWarningDialog.h"
 #include "ui/DisplayText.h"
+#include "ui/LanguageWalker.h"
 
 #include <QAction>
 #include <QFileDialog>
@@ -220,7 +221,7 @@ void MessagePreviewPane::setButtonVisible(const std::string& key, bool visible) 
 }
 
 std::optional<std::string> MessagePreviewPane::askSavePath(const std::string& defaultName) {
-    QString path = QFileDialog::getSaveFileName(this, QStringLiteral("Save attachment"),
+    QString path = QFileDialog::getSaveFileName(this, translated(QStringLiteral("Save attachment")),
                                                 fromUtf8(defaultName));
     if (path.isEmpty()) return std::nullopt;
     return path.toStdString();
@@ -231,7 +232,7 @@ std::optional<std::string> MessagePreviewPane::askFolder(const std::string& titl
     QFileDialog dialog(this, fromUtf8(title));
     dialog.setFileMode(QFileDialog::Directory);
     dialog.setOption(QFileDialog::ShowDirsOnly);
-    dialog.setLabelText(QFileDialog::Accept, QStringLiteral("Save"));
+    dialog.setLabelText(QFileDialog::Accept, translated(QStringLiteral("Save")));
     dialog.setToolTip(fromUtf8(text));
     if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty()) return std::nullopt;
     return dialog.selectedFiles().front().toStdString();

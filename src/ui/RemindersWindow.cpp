@@ -1,6 +1,7 @@
 #include "ui/RemindersWindow.h"
 
 #include "cycle/frmMain.h"
+#include "localise/modLanguages.h"
 #include "ui/DisplayText.h"
 
 #include <QCheckBox>
@@ -168,7 +169,7 @@ void RemindersWindow::complain(const std::string& text) {
 bool RemindersWindow::cmdSave_Click() {
     const std::string title = txtTitle_->text().trimmed().toStdString();
     if (title.empty()) {
-        complain("Give the event a title.");
+        complain(gettranslation("Give the event a title."));
         return false;
     }
     CalendarEvent e;

@@ -2,6 +2,7 @@
 #include "ui/RuleEditorWindow.h"
 
 #include "ui/DisplayText.h"
+#include "ui/LanguageWalker.h"
 #include "ui/TextWindow.h"
 
 #include <QCheckBox>
@@ -284,7 +285,7 @@ size_t RuleEditorWindow::NameMaxLength() const {
 std::string RuleEditorWindow::AskSaveFile(const std::string& extension) {
     const QString ext = QString::fromStdString(extension).toLower();
     QString path = QFileDialog::getSaveFileName(
-        this, QStringLiteral("Export Filters"), QString(),
+        this, translated(QStringLiteral("Export Filters")), QString(),
         QStringLiteral("%1 Files (*.%2)").arg(QString::fromStdString(extension), ext));
     if (!path.isEmpty() && !path.contains(QLatin1Char('.'))) path += QLatin1Char('.') + ext;
     return path.toStdString();
@@ -296,7 +297,8 @@ std::string RuleEditorWindow::AskOpenFile(const std::string& filter) {
     const QStringList parts = given.split(QLatin1Char('|'));
     const QString qtFilter =
         parts.size() == 2 ? QStringLiteral("%1 (%2)").arg(parts[0], parts[1]) : given;
-    return QFileDialog::getOpenFileName(this, QStringLiteral("Import Filters"), QString(), qtFilter)
+    return QFileDialog::getOpenFileName(this, translated(QStringLiteral("Import Filters")),
+                                        QString(), qtFilter)
         .toStdString();
 }
 

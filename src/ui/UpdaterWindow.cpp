@@ -4,6 +4,7 @@
 #include "core/mSHAREDSettings.h"
 #include "platform/Platform.h"
 #include "ui/DisplayText.h"
+#include "ui/LanguageWalker.h"
 
 #include <QCheckBox>
 #include <QCloseEvent>
@@ -148,8 +149,8 @@ void UpdaterWindow::SetBusy(bool busy) {
 }
 
 std::string UpdaterWindow::ChooseSaveFile(const std::string& suggested) {
-    const QString path = QFileDialog::getSaveFileName(this, QStringLiteral("Save the update as"),
-                                                      QString::fromStdString(suggested));
+    const QString path = QFileDialog::getSaveFileName(
+        this, translated(QStringLiteral("Save the update as")), QString::fromStdString(suggested));
     return path.toStdString();
 }
 

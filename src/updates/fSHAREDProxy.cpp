@@ -3,6 +3,7 @@
 #include "core/ErrorHandler.h"
 #include "core/Variant.h"
 #include "core/mSHAREDSettings.h"
+#include "localise/modLanguages.h"
 #include "platform/Keyring.h"
 
 namespace corva {
@@ -31,7 +32,8 @@ ProxySettings fSHAREDProxy::Load() {
 }
 
 std::string fSHAREDProxy::cmdOK(const ProxySettings& s, const std::string& confirmPassword) {
-    if (s.password != confirmPassword) return "Your passwords don't match.  Please retype them.";
+    if (s.password != confirmPassword)
+        return gettranslation("Your passwords don't match.  Please retype them.");
     guarded("cmdOK", Module, [&] {
         sset("ProxyType", static_cast<long long>(s.type));
         sset("ProxyServer", s.server);

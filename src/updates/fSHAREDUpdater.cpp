@@ -8,6 +8,7 @@
 #include "core/Variant.h"
 #include "core/mSHAREDLogging.h"
 #include "core/mSHAREDSettings.h"
+#include "localise/modLanguages.h"
 #include "platform/Crypto.h"
 #include "platform/Platform.h"
 
@@ -77,7 +78,8 @@ UpdateCheckResult fSHAREDUpdater::CheckForUpdate(bool quiet) {
                 LogAction("MSINET control is missing or outdated");
             if (!quiet)
                 platform::current().prompts().messageBox(
-                    "Update check failed.  You can look for a new version yourself at " +
+                    gettranslation(
+                        "Update check failed.  You can look for a new version yourself at ") +
                         MakerSite(),
                     platform::Buttons::Ok, platform::Icon::Exclamation);
             return;
@@ -100,7 +102,8 @@ UpdateCheckResult fSHAREDUpdater::CheckForUpdate(bool quiet) {
             show("Version " + available_.text() + " is available!");
             if (!quiet &&
                 platform::current().prompts().messageBox(
-                    "An update is available. Would you like to view the details now?",
+                    gettranslation(
+                        "An update is available. Would you like to view the details now?"),
                     platform::Buttons::YesNo, platform::Icon::Question) == platform::Answer::Yes) {
                 view_->ShowWindow();
                 cmdShowDetail();
@@ -229,7 +232,7 @@ bool fSHAREDUpdater::cmdDownloadInstall() {
         if (!VerifyDownload(path)) return false;
         show("File saved to " + path);
         if (platform::current().prompts().messageBox(
-                "The update has been downloaded. Do you want to install it now?",
+                gettranslation("The update has been downloaded. Do you want to install it now?"),
                 platform::Buttons::YesNo, platform::Icon::Question) == platform::Answer::Yes &&
             events_)
             events_->Updater_InstallFile(path);

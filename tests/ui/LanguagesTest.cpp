@@ -3,6 +3,7 @@
 // switched German -> French -> English.
 #include "ui/UiFixture.h"
 
+#include "core/AccountRules.h"
 #include "core/AppInfo.h"
 #include "core/Strings.h"
 #include "core/mSHAREDLogging.h"
@@ -37,8 +38,11 @@
 #include <QTreeWidget>
 
 #include <cstdlib>
+#include <cstring>
+#include <filesystem>
 #include <iterator>
 #include <map>
+#include <optional>
 #include <set>
 
 namespace corva::test {
@@ -214,6 +218,100 @@ protected:
     std::unique_ptr<ui::SettingsDialog> settings;
 };
 
+// What the sources hand to gettranslation, ShownText or translated as a
+// literal (adjacent literals joined) or as a named constant, with the blanks
+// and line breaks that only join pieces cut off; and the places where a text
+// can never be found: a literal message box text, or a line break inside.
+struct SourceTexts {
+    std::vector<std::string> texts;
+    std::vector<std::string> faults;
+};
+
+SourceTexts sourceTexts() {
+    namespace fs = std::filesystem;
+    const std::string root = std::string(std::getenv("CORVA_SOURCE_DIR")) + "/src";
+    std::map<std::string, std::string> files;
+    for (const auto& entry : fs::recursive_directory_iterator(root)) {
+        const std::string path = entry.path().string();
+        // The command line stays English for scripts.
+        if (path.find("/src/app/") == std::string::npos &&
+            (EndsWith(path, ".cpp") || EndsWith(path, ".h")))
+            files[path.substr(root.size() + 1)] = readFile(path);
+    }
+    auto skipBlanks = [](const std::string& s, size_t& at) {
+        while (at < s.size() && std::isspace(static_cast<unsigned char>(s[at]))) ++at;
+    };
+    // Adjacent literals from at, joined and unescaped; nullopt when none starts there.
+    auto literals = [&](const std::string& s, size_t& at) -> std::optional<std::string> {
+        std::optional<std::string> out;
+        for (skipBlanks(s, at); at < s.size() && s[at] == '"'; skipBlanks(s, at)) {
+            if (!out) out.emplace();
+            for (++at; at < s.size() && s[at] != '"'; ++at) {
+                if (s[at] != '\\') {
+                    *out += s[at];
+                    continue;
+                }
+                const char c = s[++at];
+                *out += c == 'n' ? '\n' : c == 'r' ? '\r' : c == 't' ? '\t' : c;
+            }
+            ++at;
+        }
+        return out;
+    };
+    auto word = [](const std::string& s, size_t at) {
+        size_t end = at;
+        while (end < s.size() &&
+               (std::isalnum(static_cast<unsigned char>(s[end])) || s[end] == '_'))
+            ++end;
+        return s.substr(at, end - at);
+    };
+    std::map<std::string, std::string> constants;
+    for (const auto& [name, text] : files)
+        for (size_t at = 0; (at = text.find("constexpr const char* ", at)) != std::string::npos;) {
+            at += 22;
+            const std::string id = word(text, at);
+            at = text.find('=', at) + 1;
+            if (auto value = literals(text, at)) constants[id] = *value;
+        }
+    SourceTexts found;
+    for (const auto& [name, text] : files) {
+        for (const char* call : {"gettranslation(", "ShownText(", "translated("})
+            for (size_t at = 0; (at = text.find(call, at)) != std::string::npos;) {
+                const bool named =
+                    at == 0 || !(std::isalnum(static_cast<unsigned char>(text[at - 1])) ||
+                                 text[at - 1] == '_');
+                at += std::strlen(call);
+                if (!named) continue;
+                skipBlanks(text, at);
+                if (text.compare(at, 15, "QStringLiteral(") == 0) at += 15;
+                std::optional<std::string> value = literals(text, at);
+                if (!value) {
+                    const auto constant = constants.find(word(text, at));
+                    if (constant == constants.end()) continue;
+                    value = constant->second;
+                }
+                const size_t first = value->find_first_not_of(" \r\n");
+                if (first == std::string::npos) continue;
+                const std::string words =
+                    value->substr(first, value->find_last_not_of(" \r\n") + 1 - first);
+                if (words.find_first_of("\r\n") != std::string::npos ||
+                    words.find("||") != std::string::npos)
+                    found.faults.push_back(name + ": \"" + words + "\" can't be a language line");
+                else if (words.size() > 1 &&
+                         std::any_of(words.begin(), words.end(),
+                                     [](unsigned char c) { return std::isalpha(c); }))
+                    found.texts.push_back(words);
+            }
+        for (const char* call : {"messageBox(", "inputBox(", "askPassword("})
+            for (size_t at = 0; (at = text.find(call, at)) != std::string::npos;) {
+                at += std::strlen(call);
+                if (literals(text, at))
+                    found.faults.push_back(name + ": a " + call + ") text not translated");
+            }
+    }
+    return found;
+}
+
 // Texts a window shows from the user's data or the clock, not its own.
 bool isData(const std::string& text) {
     return StartsWith(text, "Log file as of") || StartsWith(text, "<b>") ||
@@ -242,6 +340,11 @@ TEST_F(LanguagesTest, EveryWindowTextHasGermanAndFrench) {
             add(std::vector<std::string>{entry.caption});
     for (const auto& w : everyWindow(*main)) add(ui::formTexts(*w));
     add(MessageTexts());
+    // The account rules' texts, shown by the wizard through a variable.
+    add({NoUserNameText, BadAddressText, NoInboundText, NoOutboundText, NoLoginText, NoTitleText});
+    const SourceTexts shown = sourceTexts();
+    EXPECT_EQ(shown.faults, std::vector<std::string>{});
+    add(shown.texts);
     add(RightClickEntries()); // the scanner's menu, made as it opens
     std::sort(texts.begin(), texts.end());
     // The generator: template.txt and FormsText.txt come from this list.
@@ -306,6 +409,30 @@ TEST_F(LanguagesTest, RunningWindowsSwitchGermanFrenchEnglish) {
     EXPECT_EQ(beyond(back, english), std::vector<std::string>{});
     EXPECT_EQ(beyond(english, back), std::vector<std::string>{});
     EXPECT_EQ(sget("langID", "").toText(), "English");
+}
+
+TEST_F(LanguagesTest, MessageBoxesAndAddressEntriesShowTheLanguage) {
+    writeFile(MessageFolder + "Inbox/HELLO.eml",
+              mailText("ann@example.com", "me@example.com", "Hi"));
+    ApplyLanguage(LanguageIndex("Deutsch"));
+    ui::MailerWindow* mailer = window->openMailer();
+    // The mailer outlives a test: its list is read afresh from this one's Inbox.
+    mailer->mailer().ClickedRescanFolders();
+    mailer->mailer().SelectAndPreviewLastMsg();
+    std::vector<std::string> captions;
+    for (const auto& entry : mailer->mailer().ContextMenu())
+        if (entry.caption.find("ann@example.com") != std::string::npos)
+            captions.push_back(entry.caption);
+    EXPECT_EQ(captions,
+              (std::vector<std::string>{"Antworten an <ann@example.com>",
+                                        "<ann@example.com> zu den Kontakten hinzufügen",
+                                        "<ann@example.com> in die Zwischenablage kopieren",
+                                        "Nachricht an <ann@example.com> zurückweisen"}));
+    mailer->mailer().Command("no such command");
+    main->OpenMessageFile("/nowhere/lost.eml");
+    EXPECT_EQ(prompts(),
+              (std::vector<std::string>{"In Arbeit - kommt mit der nächsten Version.",
+                                        "/nowhere/lost.eml konnte nicht geöffnet werden"}));
 }
 
 } // namespace
