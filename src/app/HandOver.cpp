@@ -26,13 +26,4 @@ bool HandOverToRunningCopy(int argc, char** argv, const std::string& home,
     return check.endProcess;
 }
 
-std::string RunningWindowRefusal(const std::string& command, const std::string& home) {
-    const std::string folder = ChooseProgramFolder(home);
-    auto channel = platform::current().createLocalChannel();
-    if (!channel->served(RunnerChannelName(CurrentUserName(), folder))) return "";
-    return "corva " + command + ": Corva's window is running on the program folder " + folder +
-           ", and only it may change the settings and lists there. Make the change in the "
-           "window, or quit Corva and try again; nothing was changed.";
-}
-
 } // namespace corva::app

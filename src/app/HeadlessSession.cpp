@@ -127,8 +127,13 @@ namespace {
 // as much as the read. A folder or a pipe is refused, never waited on.
 bool readWhole(const std::string& file, std::string& text) {
     if (Trim(file).empty()) return false;
-    const std::string path = ResolvePath(file);
-    const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+    constexpr int flags = O_RDONLY | O_CLOEXEC | O_NONBLOCK;
+    // A name that opens as given is what resolving it would give; only a
+    // missing one is looked for without regard to case.
+    const bool backslashes = file.find('\\') != std::string::npos;
+    int fd = backslashes ? -1 : ::open(file.c_str(), flags);
+    if (fd < 0 && (backslashes || errno == ENOENT || errno == ENOTDIR))
+        fd = ::open(ResolvePath(file).c_str(), flags);
     if (fd < 0) return false;
     struct stat st {};
     bool ok = ::fstat(fd, &st) == 0 && S_ISREG(st.st_mode);

@@ -21,10 +21,9 @@ constexpr int32_t ErrorBase = static_cast<int32_t>(0x80040000u + 512u);
 // FNV-1a over the bytes up to the first NUL (the key is handed over as a C
 // string), then a 64-bit finaliser so that the low bits mix well for modulo.
 uint64_t fullHashOf(std::string_view key) {
-    size_t nul = key.find('\0');
-    if (nul != std::string_view::npos) key = key.substr(0, nul);
     uint64_t h = 0xcbf29ce484222325ULL;
     for (unsigned char c : key) {
+        if (c == 0) break;
         h ^= c;
         h *= 0x100000001b3ULL;
     }
@@ -58,6 +57,28 @@ std::string_view trimBlanks(std::string_view s) {
 // goes through Val so that odd lines read as they always have.
 double readNumber(std::string_view text) {
     std::string_view t = trimBlanks(text);
+    // Digits, a point, digits: fifteen digits or fewer are exact as a whole
+    // number, and one division by an exact power of ten rounds as the general
+    // reading does.
+    static constexpr double powers[] = {1e0, 1e1, 1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
+                                        1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
+    uint64_t mantissa = 0;
+    int digits = 0, decimals = -1;
+    bool plain = !t.empty();
+    for (char c : t) {
+        if (c >= '0' && c <= '9') {
+            mantissa = mantissa * 10 + static_cast<uint64_t>(c - '0');
+            ++digits;
+            if (decimals >= 0) ++decimals;
+        } else if (c == '.' && decimals < 0) {
+            decimals = 0;
+        } else {
+            plain = false;
+            break;
+        }
+    }
+    if (plain && digits > 0 && digits <= 15 && t.front() != '.')
+        return static_cast<double>(mantissa) / powers[decimals < 0 ? 0 : decimals];
     size_t i = 0;
     if (i < t.size() && (t[i] == '-' || t[i] == '+')) ++i;
     size_t digitsFrom = i;
@@ -74,7 +95,41 @@ double readNumber(std::string_view text) {
     return Val(text);
 }
 
+// Counts are whole numbers and probabilities whole hundredths, nearly always;
+// their texts are made without the general conversion, and come out the same.
 void appendValue(std::string& out, float value) {
+    if (value >= 0 && value < 16777216.0f && !std::signbit(value)) {
+        const auto whole = static_cast<uint32_t>(value);
+        if (static_cast<float>(whole) == value) {
+            char digits[16];
+            auto [end, ec] = std::to_chars(digits, digits + sizeof digits, whole);
+            if (ec == std::errc()) {
+                out.append(digits, end);
+                return;
+            }
+        }
+        struct Hundredths {
+            float value[101];
+            char text[101][8];
+            uint8_t length[101];
+            Hundredths() {
+                for (int k = 0; k <= 100; ++k) {
+                    value[k] = static_cast<float>(k / 100.0);
+                    auto [e, c] = std::to_chars(text[k], text[k] + sizeof text[k], value[k],
+                                                std::chars_format::fixed);
+                    length[k] = c == std::errc() ? static_cast<uint8_t>(e - text[k]) : 0;
+                }
+            }
+        };
+        static const Hundredths known;
+        if (value <= 1) {
+            const auto k = static_cast<size_t>(std::lround(static_cast<double>(value) * 100.0));
+            if (known.value[k] == value && known.length[k] > 0) {
+                out.append(known.text[k], known.length[k]);
+                return;
+            }
+        }
+    }
     char buffer[64];
     auto [end, ec] = std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::fixed);
     if (ec != std::errc()) {
@@ -122,9 +177,15 @@ bool clsHashTable::reuse(int32_t buckets, int32_t nodes, size_t indexCapacity) {
     return true;
 }
 
+// A big table is only as big in memory as what went into it: the node arrays
+// and the index grow on demand, so that the tables training makes (hundreds of
+// thousands of nodes by their bounds) cost no pages they never use.
+constexpr int32_t PhysicalStart = 1024;
+
 void clsHashTable::init(int32_t buckets, int32_t nodes) {
     size_t capacity = 1024;
-    while (capacity * 7 < static_cast<size_t>(nodes) * 10) capacity *= 2;
+    while (capacity * 7 < static_cast<size_t>(std::min(nodes, PhysicalStart * 8)) * 10)
+        capacity *= 2;
     if (reuse(buckets, nodes, capacity)) {
         growth_ = 1.5f;
         indexUsed_ = 0;
@@ -136,8 +197,9 @@ void clsHashTable::init(int32_t buckets, int32_t nodes) {
     bucketCount_ = buckets;
     buckets_.assign(static_cast<size_t>(buckets), 0);
     bucketMemo_.assign(static_cast<size_t>(buckets), -1);
-    nodes_.assign(static_cast<size_t>(nodes) + 1, Node{});
-    keys_.assign(static_cast<size_t>(nodes) + 1, std::string());
+    const size_t physical = static_cast<size_t>(std::min(nodes, PhysicalStart)) + 1;
+    nodes_.assign(physical, Node{});
+    keys_.assign(physical, std::string());
     allocator_.Init(nodes, growth_);
     index_.assign(capacity, Slot{});
     indexUsed_ = 0;
@@ -229,12 +291,8 @@ int32_t clsHashTable::find(std::string_view key, uint64_t fullHash, int32_t hash
 
 int32_t clsHashTable::add(std::string_view key, uint64_t fullHash, int32_t hashValue, float value) {
     int32_t n = allocator_.Alloc();
-    while (n > Size) {
-        int32_t bound = grownBound(Size, growth_);
-        nodes_.resize(static_cast<size_t>(bound) + 1);
-        keys_.resize(static_cast<size_t>(bound) + 1);
-        Size = bound;
-    }
+    while (n > Size) Size = grownBound(Size, growth_);
+    reach(n);
     int32_t bucket = bucketOf(hashValue);
     Node& node = nodes_[static_cast<size_t>(n)];
     node.next = buckets_[static_cast<size_t>(bucket)];
@@ -248,28 +306,40 @@ int32_t clsHashTable::add(std::string_view key, uint64_t fullHash, int32_t hashV
     return n;
 }
 
+void clsHashTable::reach(int32_t index) {
+    const auto need = static_cast<size_t>(index) + 1;
+    if (need <= nodes_.size()) return;
+    const size_t grown = std::min(std::max(need, nodes_.size() * 2), static_cast<size_t>(Size) + 1);
+    nodes_.resize(grown);
+    keys_.resize(grown);
+}
+
 std::string clsHashTable::RecString(int32_t index) const {
-    if (index < 1 || index > Size) return "";
+    if (index < 1 || index > Size || static_cast<size_t>(index) >= keys_.size()) return "";
     return keys_[static_cast<size_t>(index)];
 }
 
 float clsHashTable::RecValue(int32_t index) const {
-    if (index < 1 || index > Size) return 0;
+    if (index < 1 || index > Size || static_cast<size_t>(index) >= nodes_.size()) return 0;
     return nodes_[static_cast<size_t>(index)].value;
 }
 
 void clsHashTable::ChangeValue(int32_t index, float value) {
     guarded("ChangeValue", Module, [&] {
         if (index < 1 || index > Size) throw RunError(Err::SubscriptOutOfRange);
+        reach(index);
         nodes_[static_cast<size_t>(index)].value = value;
     });
 }
 
 void clsHashTable::InsertRecord(std::string_view key, float value) {
+    InsertRecordHashed(key, fullHashOf(key), value);
+}
+
+void clsHashTable::InsertRecordHashed(std::string_view key, uint64_t fullHash, float value) {
     guarded("InsertRecord", Module, [&] {
         ensureInitialised();
-        uint64_t h = fullHashOf(key);
-        add(key, h, reduce(h, bucketCount_), value);
+        add(key, fullHash, reduce(fullHash, bucketCount_), value);
     });
 }
 
@@ -386,7 +456,8 @@ bool clsHashTable::WriteHashTable(const std::string& path) {
             const std::string& key = keys_[static_cast<size_t>(i)];
             if (key.empty() || holdsBoundary(key)) continue;
             // A line break inside a key would split its line; such a key can't be kept.
-            if (key.find_first_of("\r\n") != std::string::npos) continue;
+            if (key.find('\r') != std::string::npos || key.find('\n') != std::string::npos)
+                continue;
             appendValue(out, nodes_[static_cast<size_t>(i)].value);
             out += ", ";
             out += key;

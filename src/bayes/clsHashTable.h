@@ -33,6 +33,8 @@ public:
     bool LoadTable(const std::string& path);
     // A new node, without looking for the key first.
     void InsertRecord(std::string_view key, float value);
+    // The same for a key whose full hash is known (FullHashAt of another table).
+    void InsertRecordHashed(std::string_view key, uint64_t fullHash, float value);
     clsHashRec HashFind(std::string_view key);
     clsHashRec Hashrecord(std::string_view key) { return HashFind(key); }
     // Finds or adds the key and adds delta (0 sets 1); never below 0.
@@ -88,6 +90,8 @@ private:
     bool reuse(int32_t buckets, int32_t nodes, size_t indexCapacity);
 
     void init(int32_t buckets, int32_t nodes);
+    // Makes the node arrays reach a node number within Size.
+    void reach(int32_t index);
     void ensureInitialised();
     int32_t bucketOf(int32_t hashValue) const;
     int32_t bucketOfText(int32_t hashValue) const;

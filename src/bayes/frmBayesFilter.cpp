@@ -237,7 +237,8 @@ void frmBayesFilter::GenerateWordHash(clsHashTable& good, clsHashTable& bad, int
             // The threshold is on the good count alone: a word seen often enough
             // in good mail gets its ratio whatever its spam count.
             if (w.empty() || g < minCount) continue;
-            int32_t found = bad.RecIndex(w);
+            const uint64_t hash = good.FullHashAt(i);
+            int32_t found = bad.RecIndexHashed(w, hash);
             float p = 0.01f;
             if (found != 0) {
                 double b = bad.ValueAt(found);
@@ -248,7 +249,7 @@ void frmBayesFilter::GenerateWordHash(clsHashTable& good, clsHashTable& bad, int
                         : roundToHundredths(static_cast<float>(spamShare / denominator));
             }
             if (p < 0.01) p = 0.01f;
-            word_.InsertRecord(w, p);
+            word_.InsertRecordHashed(w, hash, p);
             if ((i & 0xFFFF) == 0) yielder.maybe();
         }
         status("Checking Spam Words");
@@ -258,7 +259,8 @@ void frmBayesFilter::GenerateWordHash(clsHashTable& good, clsHashTable& bad, int
             if (w.empty() || b < minCount) continue;
             // A word of the good table gets nothing here, even when its good count
             // was too low for the first pass.
-            if (good.RecIndex(w) == 0) word_.InsertRecord(w, 0.99f);
+            const uint64_t hash = bad.FullHashAt(i);
+            if (good.RecIndexHashed(w, hash) == 0) word_.InsertRecordHashed(w, hash, 0.99f);
             if ((i & 0xFFFF) == 0) yielder.maybe();
         }
         word_.WriteHashTable(wordfilename());

@@ -9,12 +9,36 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdint>
+#include <cstring>
 
 namespace corva {
 
 namespace {
 
 constexpr size_t npos = std::string_view::npos;
+
+// ASCII letters to lower case, eight bytes at a time: a body is long.
+void lowerInto(std::string& out, std::string_view in) {
+    out.resize(in.size());
+    char* o = out.data();
+    size_t i = 0;
+    constexpr uint64_t ones = 0x0101010101010101ULL, high = 0x8080808080808080ULL;
+    for (; i + 8 <= in.size(); i += 8) {
+        uint64_t x;
+        std::memcpy(&x, in.data() + i, 8);
+        const uint64_t seven = x & ~high; // each byte below 0x80
+        const uint64_t aboveZ = seven + ones * (0x7F - 'Z');
+        const uint64_t fromA = seven + ones * (0x80 - 'A');
+        const uint64_t upper = fromA & ~aboveZ & ~x & high;
+        x |= upper >> 2;
+        std::memcpy(o + i, &x, 8);
+    }
+    for (; i < in.size(); ++i) {
+        const char c = in[i];
+        o[i] = (c >= 'A' && c <= 'Z') ? static_cast<char>(c + 32) : c;
+    }
+}
 
 // Brackets, quotes and similar punctuation, and the control codes 1 to 30.
 constexpr std::array<bool, 256> cleanedAway = [] {
@@ -37,8 +61,9 @@ size_t findNoCase(std::string_view hay, std::string_view lowerNeedle) {
     if (lowerNeedle.empty() || lowerNeedle.size() > hay.size()) return 0;
     const size_t last = hay.size() - lowerNeedle.size();
     const char first = lowerNeedle[0];
+    const char firstUpper = (first >= 'a' && first <= 'z') ? static_cast<char>(first - 32) : first;
     for (size_t i = 0; i <= last; ++i) {
-        if (lower(hay[i]) != first) continue;
+        if (hay[i] != first && hay[i] != firstUpper) continue;
         size_t j = 1;
         while (j < lowerNeedle.size() && lower(hay[i + j]) == lowerNeedle[j]) ++j;
         if (j == lowerNeedle.size()) return i + 1;
@@ -81,15 +106,26 @@ std::string_view trimBlanks(std::string_view s) {
     return s;
 }
 
-bool isBreakPunctuation(char c) {
-    return c == '=' || c == ',' || c == '*' || c == '-' || c == '(' || c == ')';
-}
+// Punctuation that separates words outside the whole-header and subject-line tokens.
+constexpr std::array<char, 256> breakPunctuation = [] {
+    std::array<char, 256> t{};
+    for (int c = 0; c < 256; ++c) t[static_cast<size_t>(c)] = static_cast<char>(c);
+    for (unsigned char c : std::string_view("=,*-()")) t[c] = ' ';
+    return t;
+}();
 
 bool containsNoCase(std::string_view hay, std::string_view lowerNeedle) {
     return findNoCase(hay, lowerNeedle) != 0;
 }
 
 void cleanInto(std::string& out, std::string_view word) {
+    size_t kept = 0;
+    while (kept < word.size() && !isCleanedAway(static_cast<unsigned char>(word[kept]))) ++kept;
+    // Most words have nothing to clean and no blank at either end.
+    if (kept == word.size() && (word.empty() || (word.front() != ' ' && word.back() != ' '))) {
+        out.assign(word);
+        return;
+    }
     out.resize(word.size());
     char* o = out.data();
     for (char c : word)
@@ -134,7 +170,7 @@ Field fieldOf(std::string_view prefix) {
 // The buffers of the tokeniser, kept from word to word and message to message
 // so that a message costs no allocations once they have grown.
 struct Tokeniser {
-    std::string text, word, previous, key;
+    std::string text, word, previous, key, lowered;
 
     void add(clsHashTable& table, std::string_view prefix, std::string_view token) {
         key.assign(prefix);
@@ -144,8 +180,10 @@ struct Tokeniser {
 
     void addWord(clsHashTable& table, std::string_view rawWord, std::string_view prefix,
                  Field field) {
+        // Only a Received header reads the word before; elsewhere it isn't kept.
+        const bool keepPrevious = field == Field::Received;
         if (rawWord.size() > 35) {
-            previous.assign(rawWord);
+            if (keepPrevious) previous.assign(rawWord);
             return;
         }
         if (rawWord.size() >= 2 && rawWord[0] == '<' && rawWord[1] == '!')
@@ -192,40 +230,59 @@ struct Tokeniser {
             }
             break;
         }
-        previous.swap(word);
+        if (keepPrevious) previous.swap(word);
+    }
+
+    // Line ends and tabs become one blank each, CR LF included. Eight bytes
+    // at a time while none of them is a control byte below 14.
+    void flatten(std::string_view input) {
+        text.resize(input.size());
+        char* o = text.data();
+        const char* in = input.data();
+        const size_t n = input.size();
+        size_t i = 0;
+        while (i < n) {
+            while (i + 8 <= n) {
+                uint64_t block;
+                std::memcpy(&block, in + i, 8);
+                if ((block - 0x0E0E0E0E0E0E0E0EULL) & ~block & 0x8080808080808080ULL) break;
+                std::memcpy(o, in + i, 8);
+                o += 8;
+                i += 8;
+            }
+            if (i >= n) break;
+            char c = in[i];
+            if (c == '\r' || c == '\n' || c == '\t') {
+                if (c == '\r' && i + 1 < n && in[i + 1] == '\n') ++i;
+                c = ' ';
+            }
+            *o++ = c;
+            ++i;
+        }
+        text.resize(static_cast<size_t>(o - text.data()));
     }
 
     void breakAndHash(clsHashTable& table, std::string_view input, std::string_view prefix) {
         if (input.empty()) return;
-        text.resize(input.size());
-        char* o = text.data();
-        for (size_t i = 0; i < input.size(); ++i) {
-            char c = input[i];
-            if (c == '\r' || c == '\n' || c == '\t') {
-                if (c == '\r' && i + 1 < input.size() && input[i + 1] == '\n') ++i;
-                c = ' ';
-            }
-            *o++ = c;
-        }
-        text.resize(static_cast<size_t>(o - text.data()));
+        flatten(input);
         // The whole of a short phrase is a token of its own.
         if (text.size() <= 50 && text.find(' ') != std::string::npos) add(table, prefix, text);
         if (prefix != "HDR*" && prefix != "SB-LN*" && prefix != "SB-ND*")
-            for (char& c : text)
-                if (isBreakPunctuation(c)) c = ' ';
+            for (char& c : text) c = breakPunctuation[static_cast<unsigned char>(c)];
 
         // Positions from 1; a word runs from the delimiter before it to the one
         // after it, both included, until trimming and cleaning take them away.
         const Field field = fieldOf(prefix);
         std::string_view all(text);
-        NextFinder closing(all, ">");
         previous.clear();
+        size_t closing = all.find('>'); // 0-based, the first at or after the word's start
         size_t next = 1;
         do {
             size_t start = next;
             size_t blank = start < all.size() ? all.find(' ', start) : npos;
             next = blank == npos ? 0 : blank + 1;
-            lowest(closing, start + 1, 1, next);
+            if (closing != npos && closing < start) closing = all.find('>', start);
+            if (closing != npos && (next == 0 || closing + 1 < next)) next = closing + 1;
             std::string_view w =
                 next > 0 ? all.substr(start - 1, next - start + 1) : all.substr(start - 1);
             w = trimBlanks(w);
@@ -292,7 +349,8 @@ void BreakAndHash(clsHashTable& table, std::string_view input, std::string_view 
 
 void HashUrls(clsHashTable& table, std::string_view input) {
     if (input.empty()) return;
-    std::string text = LCase(input);
+    std::string& text = tokeniser().lowered;
+    lowerInto(text, input);
     std::string_view all(text);
     if (all.find("www.") == npos && all.find("http://") == npos && all.find("https://") == npos)
         return;

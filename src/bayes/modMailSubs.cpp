@@ -26,6 +26,12 @@ frmBayesFilter& StartBayesFilter() {
     return filter;
 }
 
+frmBayesFilter& InstallBayesFilter() {
+    frmBayesFilter& filter = BayesFilter();
+    filter.Install();
+    return filter;
+}
+
 void MarkMessagesJunkOrNot(clsMessages& messages, bool asJunk) {
     BayesFilter().MarkMessagesJunkOrNot(messages, asJunk);
 }

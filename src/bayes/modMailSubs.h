@@ -18,6 +18,9 @@ frmBayesFilter& BayesFilter();
 // The start-up step: loads the word table (once) and makes the classifier the
 // scorer of the message check.
 frmBayesFilter& StartBayesFilter();
+// The same without loading: the first score loads the table. For commands,
+// most of which never score, or train, which makes the table anew.
+frmBayesFilter& InstallBayesFilter();
 
 // Asks, then teaches the program's classifier; the two entries the menus use.
 void MarkMessagesJunkOrNot(clsMessages& messages, bool asJunk);

@@ -2,6 +2,7 @@
 
 #include "platform/TextDecoder.h"
 
+#include <algorithm>
 #include <cctype>
 #include <cstdint>
 #include <iterator>
@@ -86,6 +87,10 @@ std::string terminalText(std::string_view bytes, std::string_view charset) {
 }
 
 std::string terminalLine(std::string_view bytes, std::string_view charset) {
+    // Printable ASCII, as file names nearly always are, shows as it is.
+    if (charset.empty() &&
+        std::all_of(bytes.begin(), bytes.end(), [](char c) { return c >= 0x20 && c < 0x7F; }))
+        return std::string(bytes);
     std::string flat(bytes);
     for (char& c : flat)
         if (c == '\r' || c == '\n' || c == '\t') c = ' ';

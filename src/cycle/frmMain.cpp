@@ -176,7 +176,7 @@ void frmMain::startProgramSteps(const StartOptions& options) {
     fSendMail_->setListener(this);
 
     LogAction("Loading Bayes form");
-    bayes_ = &StartBayesFilter();
+    bayes_ = options.headless ? &InstallBayesFilter() : &StartBayesFilter();
 
     LogAction("Loading filters form");
     serverFilters_ = std::make_unique<frmFilters>();

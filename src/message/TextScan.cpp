@@ -36,14 +36,29 @@ size_t findNoCase(std::string_view hay, std::string_view needle, size_t from) {
 }
 
 size_t rfindNoCase(std::string_view hay, std::string_view needle) {
-    if (needle.size() > hay.size()) return std::string_view::npos;
+    constexpr size_t none = std::string_view::npos;
+    if (needle.size() > hay.size()) return none;
     if (needle.empty()) return hay.size();
-    for (size_t i = hay.size() - needle.size() + 1; i-- > 0;) {
-        size_t k = 0;
-        while (k < needle.size() && lower(hay[i + k]) == lower(needle[k])) ++k;
+    const char first = lower(needle[0]);
+    const char firstUp = upper(needle[0]);
+    const char* base = hay.data();
+    // The last candidate of each case before a bound, as findNoCase does forwards.
+    auto before = [&](char c, size_t end) -> size_t {
+        const void* hit = end == 0 ? nullptr : ::memrchr(base, c, end);
+        return hit ? static_cast<size_t>(static_cast<const char*>(hit) - base) : none;
+    };
+    const size_t end = hay.size() - needle.size() + 1;
+    size_t lastLow = before(first, end);
+    size_t lastUp = first == firstUp ? none : before(firstUp, end);
+    for (;;) {
+        size_t i = lastLow == none ? lastUp : lastUp == none ? lastLow : std::max(lastLow, lastUp);
+        if (i == none) return none;
+        size_t k = 1;
+        while (k < needle.size() && lower(base[i + k]) == lower(needle[k])) ++k;
         if (k == needle.size()) return i;
+        if (lastLow == i) lastLow = before(first, i);
+        if (lastUp == i) lastUp = before(firstUp, i);
     }
-    return std::string_view::npos;
 }
 
 bool containsNoCase(std::string_view hay, std::string_view needle) {
@@ -85,6 +100,32 @@ void replaceInPlace(std::string& text, std::string_view what, std::string_view w
 void replaceInPlaceNoCase(std::string& text, std::string_view what, std::string_view with) {
     if (what.empty() || findNoCase(text, what) == std::string::npos) return;
     text = replaceImpl<true>(text, what, with);
+}
+
+void lineEndsInPlace(std::string& text, bool blank) {
+    constexpr size_t none = std::string::npos;
+    char* base = text.data();
+    const size_t n = text.size();
+    auto next = [&](char c, size_t from) -> size_t {
+        const void* hit = from < n ? std::memchr(base + from, c, n - from) : nullptr;
+        return hit ? static_cast<size_t>(static_cast<const char*>(hit) - base) : none;
+    };
+    // The next CR and LF are each searched for once, so the text is read in runs.
+    size_t cr = next('\r', 0), lf = next('\n', 0);
+    size_t kept = 0, i = 0;
+    while (i < n) {
+        const size_t end = std::min(std::min(cr, lf), n);
+        if (kept != i) std::memmove(base + kept, base + i, end - i);
+        kept += end - i;
+        i = end;
+        if (i == n) break;
+        if (base[i] == '\r' && i + 1 < n && base[i + 1] == '\n') ++i;
+        if (blank) base[kept++] = ' ';
+        ++i;
+        if (cr < i) cr = next('\r', i);
+        if (lf < i) lf = next('\n', i);
+    }
+    text.resize(kept);
 }
 
 void removeByte(std::string& text, char c) {

@@ -30,6 +30,9 @@ std::string replaceAllNoCase(std::string_view text, std::string_view what, std::
 void replaceInPlace(std::string& text, std::string_view what, std::string_view with);
 void replaceInPlaceNoCase(std::string& text, std::string_view what, std::string_view with);
 void removeByte(std::string& text, char c);
+// CR LF, then a lone CR, then a lone LF each become one blank (replacing the
+// three in turn gives the same); or, with blank false, every CR and LF goes.
+void lineEndsInPlace(std::string& text, bool blank);
 std::string lowerCopy(std::string_view s);
 // Blanks (code 32) off both ends.
 std::string_view trimView(std::string_view s);

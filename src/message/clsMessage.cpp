@@ -422,9 +422,7 @@ void clsMessage::CreateStripped() {
 
         StrippedBody = text;
         if (!StrippedBody.empty()) {
-            ts::replaceInPlace(StrippedBody, "\r\n", " ");
-            ts::replaceInPlace(StrippedBody, "\r", " ");
-            ts::replaceInPlace(StrippedBody, "\n", " ");
+            ts::lineEndsInPlace(StrippedBody, true);
             htmlconsttochar(StrippedBody);
             htmltochar(StrippedBody);
         }
@@ -436,9 +434,7 @@ void clsMessage::CreateStripped() {
             return;
         }
         HtmlStrippedBody = std::move(text);
-        ts::replaceInPlace(HtmlStrippedBody, "\r\n", "");
-        ts::removeByte(HtmlStrippedBody, '\r');
-        ts::removeByte(HtmlStrippedBody, '\n');
+        ts::lineEndsInPlace(HtmlStrippedBody, false);
         htmlconsttochar(HtmlStrippedBody);
         htmltochar(HtmlStrippedBody);
         striphtml(HtmlStrippedBody);

@@ -13,6 +13,8 @@
 #include "message/clsMessage.h"
 #include "message/modTextConvert.h"
 
+#include <algorithm>
+#include <array>
 #include <cmath>
 #include <fstream>
 
@@ -117,6 +119,16 @@ std::string vbDecodeMime64(const std::string& input) {
 }
 
 std::string isodecode(const std::string& input) {
+    // Nearly every header is plain text: with no byte that a step below looks
+    // for, all that the steps leave is the text trimmed.
+    static constexpr auto touched = [] {
+        std::array<bool, 256> t{};
+        for (unsigned char c : std::string_view("?=\"\r\n\x10\x11\x12\0", 9)) t[c] = true;
+        return t;
+    }();
+    if (std::none_of(input.begin(), input.end(),
+                     [](char c) { return touched[static_cast<unsigned char>(c)]; }))
+        return std::string(ts::trimView(input));
     return guardedValue("isodecode", Module, input, [&]() -> std::string {
         std::string text = input;
         std::string tail;

@@ -188,7 +188,8 @@ void htmltochar(std::string& text) {
 
 void htmlconsttochar(std::string& text) {
     guarded("htmlconsttochar", Module, [&] {
-        if (isBlank(text)) return;
+        // Every step below starts from an "&".
+        if (isBlank(text) || text.find('&') == std::string::npos) return;
         myreplace(text, "&hellip;", "...", false);
         myreplace(text, "&bull;", "\x95", false);
         myreplace(text, "&prime;", "'", true);

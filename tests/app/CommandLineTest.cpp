@@ -442,6 +442,37 @@ TEST_F(CommandLine, BulkFilesAndJsonForScripts) {
     EXPECT_EQ(run({"contacts", "list", "--json"}).out, "[]\n");
 }
 
+// corva scores and trains on its own, without the full program's libraries;
+// for anything else it needs that program, and says so when it is missing.
+TEST_F(CommandLine, BulkCommandsNeedNoFullProgram) {
+    TempDir alone;
+    const std::string exe = alone.file("corva");
+    ASSERT_TRUE(fs::copy_file(CORVA_EXE, exe));
+    settings("DELAY,0\r\n");
+    fs::create_directories(home_.file("Messages/Inbox"));
+    writeFile(home_.file("Messages/Inbox/A.EML"), mail("Ann <ann@example.org>", "Lunch"));
+    writeFile(home_.file("m.eml"), mail("Ann <ann@example.org>", "Lunch"));
+    auto shell = [&](const std::string& args) {
+        const std::string line = exe + " --home '" + home_.path() + "' " + args + " 2>&1";
+        std::string out;
+        FILE* pipe = ::popen(line.c_str(), "r");
+        char buffer[512];
+        while (pipe && std::fgets(buffer, sizeof buffer, pipe)) out += buffer;
+        const int status = pipe ? ::pclose(pipe) : -1;
+        return std::make_pair(WIFEXITED(status) ? WEXITSTATUS(status) : -1, out);
+    };
+    auto [trained, said] = shell("-q train");
+    EXPECT_EQ(trained, 0) << said;
+    auto [scored, score] = shell("score " + home_.file("m.eml"));
+    EXPECT_EQ(scored, 0) << score;
+    EXPECT_EQ(score.substr(0, 7), "Score: ") << score;
+    for (const char* args : {"scan", "--help", "score --help", ""}) {
+        auto [status, out] = shell(args);
+        EXPECT_EQ(status, 1) << args;
+        EXPECT_NE(out.find("corva-qt is missing); reinstall Corva."), std::string::npos) << out;
+    }
+}
+
 TEST_F(CommandLine, HelpTellsTheRealFormats) {
     const std::string usage = corva({"--help"}).out;
     const size_t heading = usage.find("Developer commands:");

@@ -8,8 +8,10 @@
 
 #include <gtest/gtest.h>
 
+#include <charconv>
 #include <map>
 #include <string>
+#include <vector>
 
 using namespace corva;
 using corva::test::TempDir;
@@ -126,6 +128,38 @@ TEST(HashTable, FileRoundTripKeepsValuesKeysAndCount) {
     EXPECT_EQ(back.HashFind("counted").Value, 123456.0f);
     EXPECT_EQ(back.HashFind("HDR*BOUNDARY=x").Index, 0);
     EXPECT_EQ(back.MaxIndex, 4);
+}
+
+// Whole counts and hundredths are written from ready texts and plain decimals
+// read directly: both must give what the general conversions give.
+TEST(HashTable, NumbersWrittenAndReadAsTheGeneralConversions) {
+    TempDir dir;
+    clsHashTable table;
+    table.InitSmall();
+    const std::vector<float> values = {0.0f, 0.01f,       0.07f,       0.35f,  0.99f,
+                                       1.0f, 3.0f,        123456.0f,   0.005f, 0.1f + 0.2f,
+                                       1.5f, 16777216.0f, 33554432.0f, -2.0f,  1e-7f};
+    for (size_t i = 0; i < values.size(); ++i)
+        table.InsertRecord("k" + std::to_string(i), values[i]);
+    ASSERT_TRUE(table.WriteHashTable(dir.file("t.dat")));
+    const std::string text = corva::test::readFile(dir.file("t.dat"));
+    for (size_t i = 0; i < values.size(); ++i) {
+        char general[64];
+        auto [end, ec] =
+            std::to_chars(general, general + sizeof general, values[i], std::chars_format::fixed);
+        ASSERT_EQ(ec, std::errc());
+        EXPECT_NE(text.find("\n" + std::string(general, end) + ", k" + std::to_string(i) + "\r"),
+                  std::string::npos)
+            << values[i];
+    }
+    corva::test::writeFile(dir.file("r.dat"), "Count, String\r\n 1 \r\n0.123456789012345, a\r\n"
+                                              "007.50, b\r\n1234567890123456789, c\r\n5., d\r\n");
+    clsHashTable back;
+    ASSERT_TRUE(back.LoadTable(dir.file("r.dat")));
+    EXPECT_EQ(back.HashFind("a").Value, static_cast<float>(0.123456789012345));
+    EXPECT_EQ(back.HashFind("b").Value, 7.5f);
+    EXPECT_EQ(back.HashFind("c").Value, static_cast<float>(1234567890123456789.0));
+    EXPECT_EQ(back.HashFind("d").Value, 5.0f);
 }
 
 TEST(HashTable, LoadingAddsNewestFirstReadsACountOfZeroAsOneAndNoFileAsNothing) {

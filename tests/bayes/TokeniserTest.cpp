@@ -85,6 +85,9 @@ TEST(Tokeniser, TextUnderAPrefix) {
          "CT*text/html | CT*text/html charset=us-ascii"},
         {"HTML comments are one token", "<!--abc--> <!--xyz-->", "HDR*",
          "HDR*<!--abc--> <!--xyz--> | HDR*HTMLCOMMENT x2"},
+        {"tabs, a lone CR and CR LF are blanks; control bytes leave the words",
+         "lunch\tat\rnoon\r\nfriday\x0b!", "SUB*",
+         "SUB*friday! | SUB*lunch | SUB*lunch at noon friday\x0b! | SUB*noon"},
     };
     for (const auto& c : cases) EXPECT_EQ(tokensOf(c.text, c.prefix), c.tokens) << c.why;
 }
@@ -97,6 +100,9 @@ TEST(Tokeniser, LinksGiveHostsOnlyAndOnlyWhenAsked) {
     msg.HtmlStrippedBody = "see https://secure.test.org/login";
     EXPECT_EQ(tokensOf(msg, false), "URL*secure.test.org") << "the stripped HTML is preferred";
     EXPECT_EQ(tokensOf(clsMessage(), false), "");
+    msg.HtmlStrippedBody.clear();
+    msg.StrippedBody = "Caf\xC9 \xC4WWW.Example.COM/x and more text after it";
+    EXPECT_EQ(tokensOf(msg, false), "URL*.example.com") << "upper case beside bytes above 127";
 }
 
 TEST(Tokeniser, WordHelpers) {

@@ -1,6 +1,7 @@
 // The text and HTML toolkit: tag and style removal, character references,
 // replacements and the word cleaner of the spam tests.
 #include "core/Strings.h"
+#include "message/TextScan.h"
 #include "message/modTextConvert.h"
 
 #include <gtest/gtest.h>
@@ -125,6 +126,26 @@ TEST(Replace, EachVariantKeepsItsOwnCaseAndNulRules) {
     EXPECT_EQ(after("a-b-c", [](auto& s) { RemoveChar(s, "-x"); }), "abc");
     EXPECT_EQ(after("a-b", [](auto& s) { RemoveChar(s, ""); }), "a-b");
     EXPECT_EQ(after(std::string("ab\0cd", 5), [](auto& s) { RemoveChar(s, "x"); }), "ab");
+}
+
+// The one-pass line-end rewrite against the replacements it stands for, on
+// every mix of CR, LF and text up to six bytes long.
+TEST(Replace, LineEndsInOnePassAgreeWithTheReplacements) {
+    const char alphabet[] = {'\r', '\n', 'a'};
+    for (int length = 0; length <= 6; ++length) {
+        int combinations = 1;
+        for (int k = 0; k < length; ++k) combinations *= 3;
+        for (int n = 0; n < combinations; ++n) {
+            std::string text;
+            for (int k = 0, rest = n; k < length; ++k, rest /= 3) text += alphabet[rest % 3];
+            const std::string blanked =
+                Replace(Replace(Replace(text, "\r\n", " "), "\r", " "), "\n", " ");
+            const std::string dropped =
+                Replace(Replace(Replace(text, "\r\n", ""), "\r", ""), "\n", "");
+            EXPECT_EQ(after(text, [](auto& s) { textscan::lineEndsInPlace(s, true); }), blanked);
+            EXPECT_EQ(after(text, [](auto& s) { textscan::lineEndsInPlace(s, false); }), dropped);
+        }
+    }
 }
 
 TEST(CleanWordTest, UndoesDisguises) {
