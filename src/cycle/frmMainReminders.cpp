@@ -50,7 +50,7 @@ void frmMain::startReminders() {
         tkl_->setListener(tklLink_.get());
     } catch (const std::exception& e) {
         tkl_.reset();
-        view_->SplashStatus("Could not start reminders");
+        view_->SplashStatus(gettranslation("Could not start reminders"));
         DoEvents();
         showerrobj(e, "StartProgram", Module);
     }

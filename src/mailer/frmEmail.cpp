@@ -90,7 +90,9 @@ void frmEmail::fillcombo() {
         any = any || !address.empty();
         fields_.senders.push_back(address.empty() ? NotSpecifiedText : address);
     }
-    if (!any) view_->ShowStatus("No reply address set up. You won't be able to send email.");
+    if (!any)
+        view_->ShowStatus(
+            gettranslation("No reply address set up. You won't be able to send email."));
 }
 
 void frmEmail::setupforreading() {
@@ -157,7 +159,7 @@ void frmEmail::WriteNewMessage(const std::string& address) {
         replying_ = false;
         current_.reset();
         fields_.sender = Account::firstWithReplyAddress();
-        if (fields_.sender < 0) view_->ShowStatus("No reply address specified");
+        if (fields_.sender < 0) view_->ShowStatus(gettranslation("No reply address specified"));
         fields_.body = CRLF + defaultSignature();
         fields_.caret = std::min<size_t>(3, fields_.body.size());
         fields_.selectionLength = 0;
@@ -356,8 +358,9 @@ bool frmEmail::Send() {
         view_->SetBusy(false);
         // A message that didn't reach the Outbox stays on screen with the reason.
         if (spooled.empty()) {
-            view_->ShowStatus(status.last.empty() ? "The message could not be spooled"
-                                                  : status.last);
+            view_->ShowStatus(status.last.empty()
+                                  ? gettranslation("The message could not be spooled")
+                                  : status.last);
             return false;
         }
         MessageSpooled();

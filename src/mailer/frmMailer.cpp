@@ -787,7 +787,7 @@ void frmMailer::showbayes() {
 void frmMailer::ApplyLocalFilters() {
     guarded("ApplyLocalFilters", kModule, [&] {
         if (!localFilters_ || openFolder_.empty()) return;
-        view_->ShowStatus("Applying local filters");
+        view_->ShowStatus(gettranslation("Applying local filters"));
         std::vector<std::string> paths;
         for (const auto& r : rows_) paths.push_back(r.Path);
         for (const auto& path : paths) {
@@ -812,15 +812,15 @@ void frmMailer::ApplyLocalFilters() {
                         caches_.removemsgfromcache(openFolder_, path);
                         if (movefile(path, name)) {
                             caches_.addmsgtocache(target, *readmessageheader(name));
-                            view_->ShowStatus("Moved: " + message->Subject);
+                            view_->ShowStatus(gettranslation("Moved: ") + message->Subject);
                             refreshNode(nodeOfFolder(target));
                         }
                     }
                 }
-                view_->ShowStatus("Checked: " + message->Subject);
+                view_->ShowStatus(gettranslation("Checked: ") + message->Subject);
             });
         }
-        view_->ShowStatus("Finished applying filters");
+        view_->ShowStatus(gettranslation("Finished applying filters"));
         populatelistview();
         caches_.ClearAllCaches();
     });

@@ -5,6 +5,7 @@
 #include "core/FileSubs.h"
 #include "core/Globals.h"
 #include "core/Strings.h"
+#include "localise/modLanguages.h"
 #include "store/modTags.h"
 
 #include <cstdio>
@@ -69,7 +70,7 @@ int FolderCaches::createcache(CacheView* view, const std::string& folderPath,
     for (int i = 0; i < CacheCount; ++i) {
         clsCache& c = caches_[static_cast<size_t>(i)];
         if (c.CacheFilled() || c.CacheFilling()) continue;
-        if (view) view->ShowStatus("Scanning mail folder...");
+        if (view) view->ShowStatus(gettranslation("Scanning mail folder..."));
         c.fillcache(view, folderPath, folderName);
         return i;
     }

@@ -100,7 +100,7 @@ ArchiveOutcome frmArchive::archivemail(const DateTime& limit) {
         for (const auto& folder : folders) {
             const std::string relative = folder.substr(MessageFolder.size());
             if (SkippedFolder(relative)) continue;
-            listener_->Status("Archiving " + relative);
+            listener_->Status(gettranslation("Archiving ") + relative);
             std::vector<std::string> names;
             FillFiles(folder, "EML", names);
             const long total = static_cast<long>(names.size());
@@ -136,7 +136,7 @@ ArchiveOutcome frmArchive::archivemail(const DateTime& limit) {
                     }
                 });
                 if ((i + 1) % 25 == 0)
-                    listener_->Status("File " + std::to_string(i + 1) + "/" +
+                    listener_->Status(gettranslation("File ") + std::to_string(i + 1) + "/" +
                                       std::to_string(total));
                 DoEvents();
                 if (listener_->StopRequested()) outcome_.Stopped = true;
@@ -144,8 +144,9 @@ ArchiveOutcome frmArchive::archivemail(const DateTime& limit) {
             if (outcome_.Stopped) break;
         }
         listener_->SetBusy(false);
-        listener_->Status((outcome_.Stopped ? "Archiving stopped. " : "Archiving Complete. ") +
-                          std::to_string(outcome_.Moved) + " file(s) moved");
+        listener_->Status((outcome_.Stopped ? gettranslation("Archiving stopped. ")
+                                            : gettranslation("Archiving Complete. ")) +
+                          std::to_string(outcome_.Moved) + gettranslation(" file(s) moved"));
     });
     return outcome_;
 }

@@ -6,6 +6,7 @@
 #include "core/Strings.h"
 #include "core/mSHAREDDelay.h"
 #include "core/mSHAREDSettings.h"
+#include "localise/modLanguages.h"
 #include "message/clsMessage.h"
 #include "store/modMessageFiles.h"
 #include "store/modTags.h"
@@ -55,7 +56,7 @@ ImportOutcome frmImportMail::cmdimport_click(const std::string& source, bool sub
         folder_ = store_.folder(MessageFolder, "Imported");
         if (folder_.empty()) folder_ = ImportedFolder();
         listener_->SetBusy(true);
-        listener_->Status("Scanning Folders");
+        listener_->Status(gettranslation("Scanning Folders"));
         switch (SourceKind(source)) {
         case ImportSource::EmlFolder:
             importEmlFolder(source, subfolders);
@@ -86,8 +87,9 @@ void frmImportMail::step(int percent) {
 void frmImportMail::finish() {
     if (unread_ > 0) addtounreadtag(folder_, static_cast<int>(std::min<long>(unread_, 32767)));
     listener_->SetBusy(false);
-    listener_->Status((outcome_.Stopped ? "Import stopped. " : "Import Complete. ") +
-                      std::to_string(outcome_.Imported) + " message(s) imported");
+    listener_->Status((outcome_.Stopped ? gettranslation("Import stopped. ")
+                                        : gettranslation("Import Complete. ")) +
+                      std::to_string(outcome_.Imported) + gettranslation(" message(s) imported"));
 }
 
 void frmImportMail::importEmlFolder(const std::string& source, bool subfolders) {

@@ -6,6 +6,7 @@
 #include "core/Strings.h"
 #include "core/mSHAREDDelay.h"
 #include "core/mSHAREDGeneral.h"
+#include "localise/modLanguages.h"
 #include "message/clsMessage.h"
 #include "store/modMessageFiles.h"
 #include "tools/MailFiles.h"
@@ -60,11 +61,11 @@ void frmSearch::cmdsearch_click(const SearchQuery& query) {
         MailFiles files(query.Folder, query.Subfolders);
         std::string path;
         if (!files.next(path)) {
-            view_->Status("There is no mail in the selected folder(s)");
+            view_->Status(gettranslation("There is no mail in the selected folder(s)"));
             return;
         }
         searching_ = true;
-        view_->Status("Searching...");
+        view_->Status(gettranslation("Searching..."));
         view_->SetSearching(true);
         do {
             auto message = body ? readfullmessage(path) : readmessageheader(path);
@@ -82,11 +83,11 @@ void frmSearch::cmdsearch_click(const SearchQuery& query) {
         searching_ = false;
         view_->SetSearching(false);
         if (stop_)
-            view_->Status("Search stopped");
+            view_->Status(gettranslation("Search stopped"));
         else if (results_.empty())
-            view_->Status("Search Complete. No matches found.");
+            view_->Status(gettranslation("Search Complete. No matches found."));
         else
-            view_->Status("Search Complete. Results listed below.");
+            view_->Status(gettranslation("Search Complete. Results listed below."));
     });
     searching_ = false;
 }

@@ -4,6 +4,7 @@
 #include "core/FileSubs.h"
 #include "core/mSHAREDDelay.h"
 #include "core/modSubs.h"
+#include "localise/modLanguages.h"
 #include "message/clsMessage.h"
 #include "store/modMessageFiles.h"
 #include "tools/modMbox.h"
@@ -33,7 +34,8 @@ ExportOutcome ExportFolderToMbox(const std::string& folder, const std::string& m
                 ++outcome.Exported;
             }
             if ((i + 1) % 100 == 0 || i + 1 == total)
-                listener.Status("Exporting " + std::to_string(i + 1) + "/" + std::to_string(total));
+                listener.Status(gettranslation("Exporting ") + std::to_string(i + 1) + "/" +
+                                std::to_string(total));
             DoEvents();
             if (listener.StopRequested()) outcome.Stopped = true;
         }

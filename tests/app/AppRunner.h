@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cerrno>
+#include <cstdio>
 #include <poll.h>
 #include <pty.h>
 #include <string>
@@ -68,6 +69,20 @@ inline Outcome corva(const std::vector<std::string>& args, const std::vector<std
     }
     int status = 0;
     ::waitpid(pid, &status, 0);
+    result.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    return result;
+}
+
+// Runs a shell command line (its words need no quoting, or are quoted) and
+// gathers standard output, and standard error with it when asked.
+inline Outcome runShell(const std::string& command, bool withErrors = false) {
+    Outcome result;
+    FILE* pipe = ::popen((command + (withErrors ? " 2>&1" : " 2>/dev/null")).c_str(), "r");
+    if (!pipe) return result;
+    char buffer[4096];
+    for (size_t n; (n = std::fread(buffer, 1, sizeof buffer, pipe)) > 0;)
+        result.out.append(buffer, n);
+    const int status = ::pclose(pipe);
     result.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
     return result;
 }

@@ -10,6 +10,7 @@
 #include "core/Strings.h"
 #include "core/TerminalText.h"
 #include "support/DovecotServer.h"
+#include "support/EmlFiles.h"
 #include "support/SmtpServer.h"
 #include "support/TempDir.h"
 
@@ -19,14 +20,10 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
-#include <fcntl.h>
 #include <filesystem>
-#include <poll.h>
-#include <pty.h>
 #include <string>
 #include <sys/mount.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 #include <vector>
 
@@ -34,16 +31,6 @@ namespace corva::test {
 namespace {
 
 namespace fs = std::filesystem;
-
-std::vector<std::string> emlFiles(const std::string& folder) {
-    std::vector<std::string> names;
-    if (!fs::exists(folder)) return names;
-    for (const auto& e : fs::directory_iterator(folder))
-        if (EndsWith(LCase(e.path().filename().string()), ".eml"))
-            names.push_back(e.path().filename().string());
-    std::sort(names.begin(), names.end());
-    return names;
-}
 
 std::string mail(const std::string& from, const std::string& subject) {
     return "From: " + from + "\r\nTo: ann@example.org\r\nSubject: " + subject +
@@ -96,7 +83,7 @@ TEST_F(CommandLine, ScanThenFetchStoresWhatPassesAndDeletesWhatIsBlocked) {
         EXPECT_NE(scan.out.find(subject), std::string::npos) << scan.out;
     EXPECT_NE(scan.err.find("Seen: 3"), std::string::npos) << scan.err;
     EXPECT_EQ(pop.messageCount("ann"), 3);
-    EXPECT_TRUE(emlFiles(messages("Inbox")).empty());
+    EXPECT_TRUE(emlFilesIn(messages("Inbox")).empty());
 
     // The table fits the width it is given; progress off a terminal is the
     // summary alone, and every step with --verbose.
@@ -131,7 +118,7 @@ TEST_F(CommandLine, ScanThenFetchStoresWhatPassesAndDeletesWhatIsBlocked) {
     EXPECT_EQ(fetch.err, "");
     ASSERT_EQ(fetch.status, 0) << fetch.err;
     EXPECT_EQ(pop.messageCount("ann"), 2);
-    std::vector<std::string> stored = emlFiles(messages("Inbox"));
+    std::vector<std::string> stored = emlFilesIn(messages("Inbox"));
     ASSERT_EQ(stored.size(), 2u) << fetch.out;
     for (const std::string& name : stored) EXPECT_EQ(name, UCase(name)); // unread
     Outcome list = run({"list", "Inbox"});
@@ -151,7 +138,7 @@ TEST_F(CommandLine, ComposedMessageIsSentAndFiledInSentItems) {
     Outcome compose = run({"compose", "--account", "0", "--to", "bob@example.net", "--subject",
                            "Hello Bob", "--body-file", home_.file("body.txt")});
     ASSERT_EQ(compose.status, 0) << compose.err;
-    ASSERT_EQ(emlFiles(messages("Outbox")).size(), 1u);
+    ASSERT_EQ(emlFilesIn(messages("Outbox")).size(), 1u);
     EXPECT_EQ(smtp.messageCount(), 0); // spooling never sends
 
     Outcome send = run({"send"});
@@ -161,8 +148,8 @@ TEST_F(CommandLine, ComposedMessageIsSentAndFiledInSentItems) {
     EXPECT_NE(wire.find("RCPT TO: <bob@example.net>"), std::string::npos) << wire;
     EXPECT_NE(wire.find("Subject: Hello Bob\r\n"), std::string::npos) << wire;
     EXPECT_NE(wire.find("\r\nFirst line.\r\n"), std::string::npos) << wire;
-    EXPECT_TRUE(emlFiles(messages("Outbox")).empty());
-    EXPECT_EQ(emlFiles(messages("Sent Items")).size(), 1u);
+    EXPECT_TRUE(emlFilesIn(messages("Outbox")).empty());
+    EXPECT_EQ(emlFilesIn(messages("Sent Items")).size(), 1u);
 
     // A reply takes the composer's texts and marks the message answered.
     const std::string original = messages("Inbox/LUNCH.EML");
@@ -192,7 +179,7 @@ TEST_F(CommandLine, RemindersShowTodayAndMailEachAlarmOnce) {
     Outcome list = run({"reminders", "list"});
     ASSERT_EQ(list.status, 0) << list.err;
     EXPECT_EQ(list.out.rfind("TODAY: Pay rent\n", 0), 0u) << list.out;
-    EXPECT_TRUE(emlFiles(messages("Outbox")).empty()) << "listing writes nothing";
+    EXPECT_TRUE(emlFilesIn(messages("Outbox")).empty()) << "listing writes nothing";
 
     for (int i = 0; i < 2; ++i) {
         Outcome send = run({"send"});
@@ -243,7 +230,7 @@ TEST_F(CommandLine, EscapesInASubjectNeverReachTheTerminal) {
         EXPECT_EQ(o.err.find('\x1b'), std::string::npos) << o.err;
         EXPECT_EQ(o.out.find('\x07'), std::string::npos) << o.out;
     }
-    EXPECT_EQ(emlFiles(messages("Inbox")).size(), 1u) << "fetch used the same program folder";
+    EXPECT_EQ(emlFilesIn(messages("Inbox")).size(), 1u) << "fetch used the same program folder";
 }
 
 // The windows and the commands read the same arguments the same way.
@@ -258,16 +245,8 @@ TEST(CommandLineWords, OneParserForBothFaces) {
         {{}, Face::Windows, "", "", ""},
         {{"--home=/h"}, Face::Windows, "/h", "", ""},
         {{"--home", "/h"}, Face::Windows, "/h", "", ""},
-        {{"--home=/h", "/mailto:bob@example.org"},
-         Face::Windows,
-         "/h",
-         "/mailto:bob@example.org",
-         ""},
-        {{"mailto:bob@example.org", "--home", "/h"},
-         Face::Windows,
-         "/h",
-         "mailto:bob@example.org",
-         ""},
+        {{"--home=/h", "/mailto:b@x.org"}, Face::Windows, "/h", "/mailto:b@x.org", ""},
+        {{"mailto:b@x.org", "--home", "/h"}, Face::Windows, "/h", "mailto:b@x.org", ""},
         {{"/tmp/A Letter.EML"}, Face::Windows, "", "/tmp/A Letter.EML", ""},
         {{"scan", "--home=/h", "--tabs"}, Face::Command, "/h", "", "scan"},
         {{"--home", "/h", "check", "x.eml"}, Face::Command, "/h", "", "check"},
@@ -300,11 +279,8 @@ TEST_F(CommandLine, BadArgumentsAreRefusedPlainly) {
     for (const Case& c : std::vector<Case>{
              {{"frobnicate"}, "frobnicate"},
              {{"scan", "--account", "25"}, "0 to 19"},
-             {{"scan", "--account"}, "--account needs a number"},
-             {{"scan", "--account", "--tabs"}, "--account needs a number"},
              {{"scan", "--account", "3"}, "no account 3"},
              {{"check", "--account", "4", home_.file("m.eml")}, "no account 4"},
-             {{"scan", "--color=sometimes"}, "auto, always or never"},
              {{"list", "No Such Folder"}, "no folder \"No Such Folder\""},
              {{"block", "sender", "notanaddress"}, "\"notanaddress\" is not an address"},
              {{"block", "domain", "two words"}, "is not a domain"},

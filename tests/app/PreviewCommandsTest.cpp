@@ -1,10 +1,10 @@
 // The mailer's and the tools' commands run as the user runs them: show,
 // save-attachments and print, and the store's moves, searches and transfers.
+#include "AppRunner.h"
 #include "support/TempDir.h"
 
 #include <gtest/gtest.h>
 
-#include <cstdio>
 #include <filesystem>
 #include <string>
 #include <strings.h>
@@ -14,20 +14,9 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// A command's output (both streams) and exit status; arguments are quoted for
-// the shell, none of them holds a quote.
-std::pair<std::string, int> shellOut(const std::string& command) {
-    std::string out;
-    FILE* pipe = ::popen((command + " 2>&1").c_str(), "r");
-    if (!pipe) return {"", -1};
-    char buffer[4096];
-    for (size_t n; (n = std::fread(buffer, 1, sizeof buffer, pipe)) > 0;) out.append(buffer, n);
-    int status = ::pclose(pipe);
-    return {out, WIFEXITED(status) ? WEXITSTATUS(status) : -1};
-}
-
-std::pair<std::string, int> corvaOut(const std::string& args) {
-    return shellOut(std::string(CORVA_EXE) + " " + args);
+// The corva executable's output, both streams, and its exit status.
+Outcome corvaOut(const std::string& args) {
+    return runShell(std::string(CORVA_EXE) + " " + args, true);
 }
 
 TEST(PreviewCommands, ShowPrintsThePreviewAndSaveKeepsFilesInTheFolder) {
@@ -41,8 +30,9 @@ TEST(PreviewCommands, ShowPrintsThePreviewAndSaveKeepsFilesInTheFolder) {
               "filename=\"/tmp/../../evil.sh\"\r\n\r\necho hi\r\n--b--\r\n");
     const std::string options = "--home '" + home.path() + "' ";
 
-    auto [shown, status] = corvaOut(options + "show '" + dir.file("m.eml") + "'");
-    EXPECT_EQ(status, 0) << shown;
+    const Outcome show = corvaOut(options + "show '" + dir.file("m.eml") + "'");
+    const std::string& shown = show.out;
+    EXPECT_EQ(show.status, 0) << shown;
     for (const char* part : {"From: Ann <ann@example.com> To: bob@example.com\n",
                              "Subject: Съешь\n", "Съешь, see www.example.org. \\x1b[2J\n",
                              "Links:\n  1. www.example.org\n", "Attachments:\n  1. "})
@@ -50,16 +40,16 @@ TEST(PreviewCommands, ShowPrintsThePreviewAndSaveKeepsFilesInTheFolder) {
     EXPECT_TRUE(fs::is_empty(home.path())) << "show wrote into the program folder";
 
     const std::string out = dir.path() + "out";
-    auto [saved, saveStatus] =
+    Outcome saved =
         corvaOut(options + "save-attachments '" + dir.file("m.eml") + "' '" + out + "'");
-    EXPECT_EQ(saveStatus, 0) << saved;
+    EXPECT_EQ(saved.status, 0) << saved.out;
     size_t files = 0;
     for (const auto& entry : fs::recursive_directory_iterator(dir.path())) {
         if (!entry.is_regular_file() || entry.path().filename() == "m.eml") continue;
         ++files;
         EXPECT_EQ(entry.path().parent_path(), fs::path(out)) << entry.path();
     }
-    EXPECT_EQ(files, 1u) << saved;
+    EXPECT_EQ(files, 1u) << saved.out;
 }
 
 TEST(PreviewCommands, PrintWritesThePdfWithEveryLineAndNumberedPages) {
@@ -71,10 +61,10 @@ TEST(PreviewCommands, PrintWritesThePdfWithEveryLineAndNumberedPages) {
                                  "Jun 2008 11:05:30 +0200\r\n\r\n" +
                                      body);
     const std::string pdf = dir.file("m.pdf");
-    auto [said, status] = corvaOut("--home '" + home.path() + "' print '" + dir.file("m.eml") +
-                                   "' --pdf '" + pdf + "'");
+    auto [status, said, unused] = corvaOut("--home '" + home.path() + "' print '" +
+                                           dir.file("m.eml") + "' --pdf '" + pdf + "'");
     ASSERT_EQ(status, 0) << said;
-    auto [text, textStatus] = shellOut("pdftotext -layout '" + pdf + "' -");
+    auto [textStatus, text, errors] = runShell("pdftotext -layout '" + pdf + "' -");
     ASSERT_EQ(textStatus, 0) << text;
     for (const char* part : {"From:", "Ann <ann@example.com>", "To:", "bob@example.com",
                              "Cc:", "carl@example.com", "Date:", "Subject:", "Quarterly report"})
@@ -82,7 +72,7 @@ TEST(PreviewCommands, PrintWritesThePdfWithEveryLineAndNumberedPages) {
     for (int i = 1; i <= 150; ++i)
         EXPECT_NE(text.find("Line number " + std::to_string(i) + " of the body"), std::string::npos)
             << i;
-    auto [info, infoStatus] = shellOut("pdfinfo '" + pdf + "'");
+    const std::string info = runShell("pdfinfo '" + pdf + "'").out;
     const size_t at = info.find("Pages:");
     ASSERT_NE(at, std::string::npos) << info;
     const int pages = std::stoi(info.substr(at + 6));
@@ -90,8 +80,9 @@ TEST(PreviewCommands, PrintWritesThePdfWithEveryLineAndNumberedPages) {
     EXPECT_NE(said.find("Printed " + std::to_string(pages) + " pages into " + pdf + "\n"),
               std::string::npos)
         << said;
-    EXPECT_NE(text.find("Page " + std::to_string(pages) + " of " + std::to_string(pages)),
-              std::string::npos);
+    for (int p = 1; p <= pages; ++p)
+        EXPECT_NE(text.find("Page " + std::to_string(p) + " of " + std::to_string(pages)),
+                  std::string::npos);
     EXPECT_TRUE(fs::is_empty(home.path())) << "print wrote into the program folder";
 }
 
@@ -144,7 +135,7 @@ TEST(MailerCommands, EachStepSaysWhatItDidAndRefusesWhatIsNotThere) {
         {"merge '" + dir.file("data.csv") + "' '" + dir.file("letter.txt") + "'", 0, "", ""},
     };
     for (const auto& step : steps) {
-        auto [out, status] = corvaOut("--home '" + home.path() + "' " + step.args);
+        auto [status, out, unused] = corvaOut("--home '" + home.path() + "' " + step.args);
         EXPECT_EQ(status, step.status) << step.args << "\n" << out;
         EXPECT_NE(out.find(step.said), std::string::npos) << step.args << "\n" << out;
         if (step.there.empty()) continue;

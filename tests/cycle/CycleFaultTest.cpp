@@ -14,30 +14,26 @@ namespace {
 
 using Kind = ListLine::Kind;
 
+// The greeting and login of a user, then the rest of the dialogue.
+std::vector<ScriptStep> session(const std::string& user, std::vector<ScriptStep> rest) {
+    std::vector<ScriptStep> steps{Say("+OK ready\r\n"), Expect("USER " + user + "\r\n"),
+                                  Say("+OK\r\n"), Expect("PASS secret\r\n"), Say("+OK\r\n")};
+    steps.insert(steps.end(), rest.begin(), rest.end());
+    return steps;
+}
+
 std::vector<ScriptStep> emptyMailbox(const std::string& user) {
-    return {Say("+OK ready\r\n"), Expect("USER " + user + "\r\n"),
-            Say("+OK\r\n"),       Expect("PASS secret\r\n"),
-            Say("+OK\r\n"),       Expect("LIST\r\n"),
-            Say("+OK\r\n.\r\n"),  Expect("STAT\r\n"),
-            Say("+OK 0 0\r\n"),   Expect("QUIT\r\n"),
-            Say("+OK bye\r\n")};
+    return session(user, {Expect("LIST\r\n"), Say("+OK\r\n.\r\n"), Expect("STAT\r\n"),
+                          Say("+OK 0 0\r\n"), Expect("QUIT\r\n"), Say("+OK bye\r\n")});
 }
 
 // The dialogue up to the RETR of a one-message mailbox.
 std::vector<ScriptStep> upToRetr() {
-    return {
-        Say("+OK ready\r\n"),
-        Expect("USER ann\r\n"),
-        Say("+OK\r\n"),
-        Expect("PASS secret\r\n"),
-        Say("+OK\r\n"),
-        Expect("LIST\r\n"),
-        Say("+OK 1 messages\r\n1 300\r\n.\r\n"),
-        Expect("STAT\r\n"),
-        Say("+OK 1 300\r\n"),
-        Expect("TOP 1 1\r\n"),
-        Say("+OK\r\nFrom: a@b.test\r\nTo: ann@a.test\r\nSubject: kept safe\r\n\r\nfirst\r\n.\r\n"),
-        Expect("RETR 1\r\n")};
+    return session("ann", {Expect("LIST\r\n"), Say("+OK 1 messages\r\n1 300\r\n.\r\n"),
+                           Expect("STAT\r\n"), Say("+OK 1 300\r\n"), Expect("TOP 1 1\r\n"),
+                           Say("+OK\r\nFrom: a@b.test\r\nTo: ann@a.test\r\nSubject: kept "
+                               "safe\r\n\r\nfirst\r\n.\r\n"),
+                           Expect("RETR 1\r\n")});
 }
 
 class CycleFaultTest : public CycleFixture {
@@ -195,7 +191,6 @@ TEST_F(CycleFaultTest, UnreachableServerEndsTheCycle) {
 TEST_F(CycleFaultTest, ASecondCheckWhileOneRunsIsRefused) {
     FakeServer silent({Say("+OK ready\r\n"), Silence()});
     start();
-    sset("MailTimeout", 1);
     setAccount(0, silent.address(), "ann", "Ann");
     main->checkmail({});
     ASSERT_TRUE(main->Checking());
@@ -206,7 +201,7 @@ TEST_F(CycleFaultTest, ASecondCheckWhileOneRunsIsRefused) {
     EXPECT_FALSE(main->RetrieveMode());
     EXPECT_FALSE(main->DeleteMode());
     EXPECT_EQ(view.toolbarImage, "stop");
-    ASSERT_TRUE(waitForCycle(15000));
+    main->cancelcheck();
     EXPECT_EQ(view.toolbarImage, "sendreceive");
 }
 

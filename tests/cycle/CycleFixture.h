@@ -21,16 +21,11 @@
 
 namespace corva::test {
 
-using TestPlatform = RecordingPlatform;
-
 class RecordingView : public frmMainView {
 public:
     void RunAccountWizard() override { ++wizardRuns; }
     void ClearList() override { list.clear(); }
-    void AddListLine(const ListLine& line) override {
-        list.push_back(line);
-        all.push_back(line);
-    }
+    void AddListLine(const ListLine& line) override { list.push_back(line); }
     void SetStatusPanel(int panel, const std::string& text) override {
         if (panel >= 1 && panel <= 4) panels[panel] = text;
         if (panel == 1 && !text.empty()) progress.push_back(text);
@@ -89,7 +84,6 @@ public:
     }
 
     std::vector<ListLine> list; // since the last ClearList
-    std::vector<ListLine> all;  // since the start
     std::string panels[5];
     std::vector<std::string> progress;
     std::string toolbarImage;
@@ -153,7 +147,7 @@ protected:
                                                         timeoutMs);
     }
 
-    TestPlatform platform_;
+    RecordingPlatform platform_;
     platform::ScopedPlatform scoped_;
     TempDir dir;
     RecordingView view;

@@ -26,6 +26,17 @@ protected:
         FlushLog();
         return readFile(AppPath() + "log.txt").find(text);
     }
+    // Expects each line in the log after the one before, starting after `from`;
+    // the position of the last.
+    size_t expectInOrder(size_t from, const std::vector<std::string>& lines) {
+        for (const std::string& line : lines) {
+            size_t at = logPosition(line);
+            EXPECT_NE(at, std::string::npos) << line;
+            EXPECT_GT(at, from) << line;
+            from = at;
+        }
+        return from;
+    }
 };
 
 TEST_F(StartupTest, StartsInTheProgramsOrderAndShutsDownInIts) {
@@ -35,25 +46,10 @@ TEST_F(StartupTest, StartsInTheProgramsOrderAndShutsDownInIts) {
     for (const char* folder : {"AutoReply", "Sigs", "DB/Attachments"})
         EXPECT_TRUE(FolderExists(DataFolder + folder)) << folder;
     EXPECT_TRUE(FolderExists(MessageFolder + "SpamBayes/BayesOld"));
-    const char* order[] = {"startup.",
-                           "Loading settings",
-                           "Setting up list",
-                           "Loading getmail",
-                           "Loading filters form",
-                           "Loading server filters",
-                           "Loading local filters",
-                           "Applying settings",
-                           "Loading spam count",
-                           "Displaying tray icon",
-                           "Update Check Enabled",
-                           "Corva startup complete, ready for some action."};
-    size_t last = 0;
-    for (const char* line : order) {
-        size_t at = logPosition(line);
-        ASSERT_NE(at, std::string::npos) << line;
-        EXPECT_GT(at, last) << line;
-        last = at;
-    }
+    expectInOrder(0, {"startup.", "Loading settings", "Setting up list", "Loading getmail",
+                      "Loading filters form", "Loading server filters", "Loading local filters",
+                      "Applying settings", "Loading spam count", "Displaying tray icon",
+                      "Update Check Enabled", "Corva startup complete, ready for some action."});
     EXPECT_EQ(view.panels[3], "Auto-update enabled");
     EXPECT_EQ(view.addedTip, "Corva by Tarnwick Software");
     EXPECT_EQ(view.trayTip, "Corva - 0 message(s)");
@@ -61,16 +57,10 @@ TEST_F(StartupTest, StartsInTheProgramsOrderAndShutsDownInIts) {
     sset("TITLE2", "Work");
     sset("REPLYADDRESS2", "me@work.test");
     ASSERT_TRUE(main->exitprog());
-    const char* closing[] = {"Beginning shutdown",         "Removing Tray Icon", "Saving settings",
-                             "Hiding main form",           "Unloading forms",    "Writing log",
-                             "Finished Shutdown of Corva", "Unloading main form"};
-    last = logPosition("ready for some action.");
-    for (const char* line : closing) {
-        size_t at = logPosition(line);
-        ASSERT_NE(at, std::string::npos) << line;
-        EXPECT_GT(at, last) << line;
-        last = at;
-    }
+    expectInOrder(logPosition("ready for some action."),
+                  {"Beginning shutdown", "Removing Tray Icon", "Saving settings",
+                   "Hiding main form", "Unloading forms", "Writing log",
+                   "Finished Shutdown of Corva", "Unloading main form"});
     EXPECT_TRUE(FileExists(SettingsFilePath()));
 
     restart();
@@ -92,12 +82,9 @@ TEST_F(StartupTest, ShutdownUnloadsTheWindowsFromTheLastAndStopsAtOneThatRefuses
             refuse ? std::vector<std::string>{"Message source", "Settings"}
                    : std::vector<std::string>{"Message source", "Settings", "Log file"};
         EXPECT_EQ(view.unloaded, tried);
-        size_t last = logPosition("Unloading forms");
-        for (const std::string& form : tried) {
-            size_t at = logPosition("Unloading " + form);
-            EXPECT_GT(at, last) << form;
-            last = at;
-        }
+        std::vector<std::string> unloading;
+        for (const std::string& form : tried) unloading.push_back("Unloading " + form);
+        size_t last = expectInOrder(logPosition("Unloading forms"), unloading);
         size_t error = logPosition(
             "Error 365 - unable to unload within this context - when exiting form. Resuming.");
         EXPECT_EQ(error != std::string::npos, refuse);

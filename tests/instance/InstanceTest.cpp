@@ -74,14 +74,12 @@ public:
     void reply(int peer, const std::string& data) override { replies.push_back({peer, data}); }
     bool served(const std::string&) override { return false; }
     platform::HandOverResult handOver(const std::string&, const std::string& data, int) override {
-        sent = data;
         if (record) *record = data;
         return answer;
     }
     platform::LocalChannelListener* listener = nullptr;
     std::string listening;
     std::vector<std::pair<int, std::string>> replies;
-    std::string sent;
     // Where the hand-over is also kept, for a channel its caller destroys.
     std::string* record = nullptr;
     platform::HandOverResult answer;

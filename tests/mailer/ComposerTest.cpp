@@ -28,7 +28,7 @@ namespace {
 class RecordingView : public frmEmailView {
 public:
     void CloseView() override { ++closed; }
-    void ShowStatus(const std::string& text) override { statuses.push_back(text); }
+    void ShowStatus(const std::string&) override {}
     std::vector<std::string> ChooseFiles(const std::string& title,
                                          const std::string& start) override {
         chooser.push_back(title + "|" + start);
@@ -45,7 +45,7 @@ public:
     }
     int closed = 0;
     std::string selected;
-    std::vector<std::string> statuses, chooser, chosen, tickets;
+    std::vector<std::string> chooser, chosen, tickets;
 };
 
 struct RepliedFiles : frmEmailEvents {

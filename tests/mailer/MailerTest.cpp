@@ -7,18 +7,17 @@
 #include "mailer/frmMailer.h"
 #include "store/modFolders.h"
 #include "store/modTags.h"
+#include "support/EmlFiles.h"
 #include "support/RecordingPlatform.h"
 #include "support/TempDir.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <filesystem>
 #include <map>
 
 using namespace corva;
 using namespace corva::test;
-namespace fs = std::filesystem;
 
 namespace {
 
@@ -86,15 +85,6 @@ std::string message(const std::string& subject, bool read,
            "\r\nDate: Tue, 3 Jun 2008 11:05:30 +0200\r\nMessage-ID: <" + Trim(subject) +
            received.substr(0, 10) + "@x>\r\n" + (read ? "X-Message-Read: 1\r\n" : "") +
            "X-Receive-Date: " + received + "\r\n\r\nBody of " + subject + ".\r\n";
-}
-
-std::vector<std::string> emlFiles(const std::string& folder) {
-    std::vector<std::string> names;
-    for (const auto& e : fs::directory_iterator(folder))
-        if (LCase(e.path().extension().string()) == ".eml")
-            names.push_back(e.path().filename().string());
-    std::sort(names.begin(), names.end());
-    return names;
 }
 
 class MailerTest : public ::testing::Test {
@@ -204,7 +194,8 @@ TEST_F(MailerTest, DeleteMovesIntoDeletedAsReadAndErasesThere) {
 
     EXPECT_EQ(subjects(), (std::vector<std::string>{"beta"}));
     EXPECT_EQ(view_.selection, (std::vector<long>{0}));
-    EXPECT_EQ(emlFiles(MessageFolder + "Deleted/"), (std::vector<std::string>{"a.eml", "a_1.eml"}));
+    EXPECT_EQ(emlFilesIn(MessageFolder + "Deleted/"),
+              (std::vector<std::string>{"a.eml", "a_1.eml"}));
     EXPECT_EQ(readunreadtag(MessageFolder + "Inbox/"), 0);
 
     // Shift+Delete is not the Delete key.
@@ -215,7 +206,7 @@ TEST_F(MailerTest, DeleteMovesIntoDeletedAsReadAndErasesThere) {
     ASSERT_EQ(mailer_->RowCount(), 2);
     select({0, 1});
     mailer_->DeleteSelected();
-    EXPECT_TRUE(emlFiles(MessageFolder + "Deleted/").empty());
+    EXPECT_TRUE(emlFilesIn(MessageFolder + "Deleted/").empty());
     EXPECT_EQ(view_.statuses.back(), "No messages in Deleted");
 }
 
@@ -241,7 +232,7 @@ TEST_F(MailerTest, DroppingMovesFilesAndTheirUnreadCount) {
     EXPECT_EQ(readunreadtag(MessageFolder + "Inbox/"), 0);
     EXPECT_EQ(readunreadtag(MessageFolder + "Inbox/Work/"), 1);
     // Each keeps its name's case, its read state.
-    auto moved = emlFiles(MessageFolder + "Inbox/Work/");
+    auto moved = emlFilesIn(MessageFolder + "Inbox/Work/");
     ASSERT_EQ(moved.size(), 2u);
     EXPECT_EQ(moved[0], UCase(moved[0]));
     EXPECT_EQ(moved[1], LCase(moved[1]));

@@ -126,71 +126,50 @@ TEST(IcsCalendar, ReadsAnExportAndWritesBackOnlyWhatChanged) {
 }
 
 TEST(IcsCalendar, RepeatRules) {
+    // Days as yyyymmdd: the first occurrence, the window asked for, and every
+    // occurrence in it, all at nine.
     struct Case {
         const char* rule;
-        WallMinutes start;
-        WallMinutes from, to;
-        std::vector<WallMinutes> expected;
+        int start, from, to;
+        std::vector<int> days;
     };
     const WallMinutes nine = 9 * 60;
+    auto day = [](int ymd) { return at(ymd / 10000, ymd / 100 % 100, ymd % 100); };
     const Case cases[] = {
-        {"FREQ=DAILY;COUNT=3",
-         at(2026, 1, 30, 9),
-         at(2026, 1, 1),
-         at(2026, 3, 1),
-         {at(2026, 1, 30) + nine, at(2026, 1, 31) + nine, at(2026, 2, 1) + nine}},
+        {"FREQ=DAILY;COUNT=3", 20260130, 20260101, 20260301, {20260130, 20260131, 20260201}},
         {"FREQ=DAILY;INTERVAL=2;UNTIL=20260105",
-         at(2026, 1, 1, 9),
-         at(2026, 1, 1),
-         at(2026, 2, 1),
-         {at(2026, 1, 1) + nine, at(2026, 1, 3) + nine, at(2026, 1, 5) + nine}},
+         20260101,
+         20260101,
+         20260201,
+         {20260101, 20260103, 20260105}},
         // Mondays and Fridays every other week, from a Monday.
         {"FREQ=WEEKLY;INTERVAL=2;BYDAY=MO,FR",
-         at(2026, 1, 5, 9),
-         at(2026, 1, 1),
-         at(2026, 1, 24),
-         {at(2026, 1, 5) + nine, at(2026, 1, 9) + nine, at(2026, 1, 19) + nine,
-          at(2026, 1, 23) + nine}},
+         20260105,
+         20260101,
+         20260124,
+         {20260105, 20260109, 20260119, 20260123}},
         // The 31st skips the months without one.
-        {"FREQ=MONTHLY;COUNT=3",
-         at(2026, 1, 31, 9),
-         at(2026, 1, 1),
-         at(2027, 1, 1),
-         {at(2026, 1, 31) + nine, at(2026, 3, 31) + nine, at(2026, 5, 31) + nine}},
-        {"FREQ=MONTHLY;BYDAY=-1FR",
-         at(2026, 1, 30, 9),
-         at(2026, 2, 1),
-         at(2026, 4, 1),
-         {at(2026, 2, 27) + nine, at(2026, 3, 27) + nine}},
-        {"FREQ=MONTHLY;BYDAY=2TU",
-         at(2026, 1, 13, 9),
-         at(2026, 2, 1),
-         at(2026, 3, 1),
-         {at(2026, 2, 10) + nine}},
-        {"FREQ=MONTHLY;BYMONTHDAY=-1",
-         at(2026, 1, 31, 9),
-         at(2026, 2, 1),
-         at(2026, 3, 1),
-         {at(2026, 2, 28) + nine}},
+        {"FREQ=MONTHLY;COUNT=3", 20260131, 20260101, 20270101, {20260131, 20260331, 20260531}},
+        {"FREQ=MONTHLY;BYDAY=-1FR", 20260130, 20260201, 20260401, {20260227, 20260327}},
+        {"FREQ=MONTHLY;BYDAY=2TU", 20260113, 20260201, 20260301, {20260210}},
+        {"FREQ=MONTHLY;BYMONTHDAY=-1", 20260131, 20260201, 20260301, {20260228}},
         // 29 February comes back only in leap years.
-        {"FREQ=YEARLY",
-         at(2024, 2, 29, 9),
-         at(2025, 1, 1),
-         at(2029, 1, 1),
-         {at(2028, 2, 29) + nine}},
+        {"FREQ=YEARLY", 20240229, 20250101, 20290101, {20280229}},
         // A rule that never ends stops at the window; one before it gives nothing.
-        {"FREQ=DAILY", at(2000, 1, 1, 9), at(2026, 6, 1), at(2026, 6, 2), {at(2026, 6, 1) + nine}},
-        {"FREQ=DAILY;COUNT=2", at(2000, 1, 1, 9), at(2026, 6, 1), at(2026, 6, 2), {}},
+        {"FREQ=DAILY", 20000101, 20260601, 20260602, {20260601}},
+        {"FREQ=DAILY;COUNT=2", 20000101, 20260601, 20260602, {}},
     };
     for (const Case& c : cases) {
         CalendarEvent e;
-        e.start = e.end = c.start;
+        e.start = e.end = day(c.start) + nine;
         e.ruleText = c.rule;
         e.rule = ReadIcs("BEGIN:VCALENDAR\nBEGIN:VEVENT\nDTSTART:20260101T090000\nRRULE:" +
                          std::string(c.rule) + "\nEND:VEVENT\nEND:VCALENDAR\n")
                      .events.at(0)
                      .rule;
-        EXPECT_EQ(Occurrences(e, c.from, c.to), c.expected) << c.rule;
+        std::vector<WallMinutes> expected;
+        for (int d : c.days) expected.push_back(day(d) + nine);
+        EXPECT_EQ(Occurrences(e, day(c.from), day(c.to)), expected) << c.rule;
     }
     // An exception date drops that one occurrence.
     Calendar cal = ReadIcs("BEGIN:VCALENDAR\nBEGIN:VEVENT\nDTSTART:20260101T090000\n"

@@ -2,6 +2,7 @@
 // fetches it in CMS mode, the acknowledgements reach a real SMTP server on
 // corva send, and the published pages open in a real browser, where a
 // subject holding markup shows as text.
+#include "app/AppRunner.h"
 #include "core/FileSubs.h"
 #include "core/Strings.h"
 #include "support/DovecotServer.h"
@@ -10,9 +11,7 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdio>
 #include <string>
-#include <sys/wait.h>
 #include <vector>
 
 namespace corva::test {
@@ -20,36 +19,17 @@ namespace {
 
 constexpr const char* Chromium = "/usr/bin/chromium";
 
-struct Outcome {
-    int status = -1;
-    std::string out;
-};
-
-// Runs a command line of words without shell meaning (test paths and our own
-// texts), keeping its standard output.
-Outcome run(const std::string& command) {
-    Outcome result;
-    FILE* pipe = ::popen((command + " 2>/dev/null").c_str(), "r");
-    if (!pipe) return result;
-    char buffer[4096];
-    size_t n;
-    while ((n = std::fread(buffer, 1, sizeof buffer, pipe)) > 0) result.out.append(buffer, n);
-    int status = ::pclose(pipe);
-    result.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    return result;
-}
-
 class TicketsEndToEnd : public ::testing::Test {
 protected:
     Outcome corva(const std::string& args) {
-        return run(std::string(CORVA_EXE) + " --home " + home_.path() + " " + args);
+        return runShell(std::string(CORVA_EXE) + " --home " + home_.path() + " " + args);
     }
     // Chromium headless as a private, quiet profile: no network of its own.
     Outcome chromium(const std::string& args) {
-        return run(std::string(Chromium) + " --headless --no-sandbox --disable-gpu " +
-                   "--disable-quic --no-first-run --disable-background-networking " +
-                   "--disable-component-update --disable-sync --user-data-dir=" + profile_.path() +
-                   " " + args);
+        return runShell(std::string(Chromium) + " --headless --no-sandbox --disable-gpu " +
+                        "--disable-quic --no-first-run --disable-background-networking " +
+                        "--disable-component-update --disable-sync --user-data-dir=" +
+                        profile_.path() + " " + args);
     }
     TempDir home_, profile_;
 };

@@ -2,6 +2,8 @@
 // server, then opened, clicked, deleted and dragged as a user would.
 #include "ui/UiFixture.h"
 
+#include "support/EmlFiles.h"
+
 #include "core/Strings.h"
 #include "mailer/frmMailer.h"
 #include "store/modTags.h"
@@ -24,16 +26,6 @@ namespace corva::test {
 namespace {
 
 namespace fs = std::filesystem;
-
-std::vector<std::string> emlIn(const std::string& folder) {
-    std::vector<std::string> names;
-    std::error_code ec;
-    for (const auto& e : fs::directory_iterator(folder, ec))
-        if (LCase(e.path().extension().string()) == ".eml")
-            names.push_back(e.path().filename().string());
-    std::sort(names.begin(), names.end());
-    return names;
-}
 
 // Stored messages end their lines as the store does.
 std::string crlf(const std::string& text) {
@@ -72,7 +64,7 @@ TEST_F(MailerWindowTest, RetrievedMailIsListedDeletedAndDragged) {
     ASSERT_TRUE(
         platform::current().eventLoop().runUntil([&] { return !main->CycleRunning(); }, 60000));
     const std::string inbox = MessageFolder + "Inbox/";
-    ASSERT_EQ(emlIn(inbox).size(), 300u);
+    ASSERT_EQ(emlFilesIn(inbox).size(), 300u);
 
     ui::MailerWindow* w = window->openMailer();
     ASSERT_NE(w, nullptr);
@@ -99,8 +91,8 @@ TEST_F(MailerWindowTest, RetrievedMailIsListedDeletedAndDragged) {
     QApplication::sendEvent(&w->listView(), &press);
     QApplication::sendEvent(&w->listView(), &release);
     EXPECT_EQ(w->listModel().rowCount(), 299);
-    EXPECT_EQ(emlIn(inbox).size(), 299u);
-    auto deleted = emlIn(MessageFolder + "Deleted/");
+    EXPECT_EQ(emlFilesIn(inbox).size(), 299u);
+    auto deleted = emlFilesIn(MessageFolder + "Deleted/");
     ASSERT_EQ(deleted.size(), 1u);
     EXPECT_EQ(deleted[0], LCase(deleted[0])) << "mail in Deleted is read";
     EXPECT_NE(readFile(MessageFolder + "Deleted/" + deleted[0]).find(doomed), std::string::npos);
@@ -120,7 +112,7 @@ TEST_F(MailerWindowTest, RetrievedMailIsListedDeletedAndDragged) {
     ASSERT_NE(mime, nullptr);
     delete mime;
     w->dropOnNode(keep);
-    auto kept = emlIn(inbox + "Keep/");
+    auto kept = emlFilesIn(inbox + "Keep/");
     ASSERT_EQ(kept.size(), 1u);
     EXPECT_NE(readFile(inbox + "Keep/" + kept[0]).find(moved), std::string::npos);
     EXPECT_EQ(readunreadtag(inbox + "Keep/"), 1);
@@ -154,17 +146,8 @@ TEST_F(MailerWindowTest, RetrievedMailIsListedDeletedAndDragged) {
     saveScreenshot(*w, QStringLiteral("mailer-charsets"));
     w->folderTree().setCurrentItem(w->nodeItem(mailer.FindNode("Inbox")));
 
-    QPalette dark;
-    dark.setColor(QPalette::Window, QColor(0x2B, 0x2B, 0x2B));
-    dark.setColor(QPalette::WindowText, QColor(0xE0, 0xE0, 0xE0));
-    dark.setColor(QPalette::Base, QColor(0x1E, 0x1E, 0x1E));
-    dark.setColor(QPalette::AlternateBase, QColor(0x2B, 0x2B, 0x2B));
-    dark.setColor(QPalette::Text, QColor(0xE0, 0xE0, 0xE0));
-    dark.setColor(QPalette::Button, QColor(0x35, 0x35, 0x35));
-    dark.setColor(QPalette::ButtonText, QColor(0xE0, 0xE0, 0xE0));
-    dark.setColor(QPalette::Highlight, QColor(0x3D, 0x6F, 0xB0));
     const QPalette before = QApplication::palette();
-    QApplication::setPalette(dark);
+    QApplication::setPalette(darkPalette());
     QApplication::processEvents();
     saveScreenshot(*w, QStringLiteral("mailer-dark"));
     QApplication::setPalette(before);

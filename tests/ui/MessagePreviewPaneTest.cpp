@@ -1,18 +1,12 @@
-// The preview pane under the offscreen platform: what it shows, a click on a
-// link, and a message printed to PDF read back with pdftotext.
+// The preview pane under the offscreen platform: what it shows, and a click on
+// a link. Printing is checked through `corva print`.
 #include "ui/MessagePreviewPane.h"
-#include "support/RecordingPlatform.h"
-#include "support/TempDir.h"
+#include "ui/UiFixture.h"
 
 #include <QAction>
 #include <QApplication>
-#include <QDir>
-#include <QLabel>
 #include <QMenu>
 #include <QMouseEvent>
-#include <QPainter>
-#include <QProcess>
-#include <QRegularExpression>
 #include <QTextEdit>
 #include <gtest/gtest.h>
 
@@ -20,19 +14,6 @@ namespace corva {
 namespace {
 
 using test::TempDir;
-
-void screenshot(QWidget& widget, const QString& name, QMenu* menu = nullptr) {
-    QCoreApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest);
-    QPixmap picture = widget.grab();
-    // An open menu is a window of its own: draw it where it stands.
-    if (menu) {
-        QPainter painter(&picture);
-        painter.drawPixmap(widget.mapFromGlobal(menu->pos()), menu->grab());
-    }
-    QDir dir(QStringLiteral(CORVA_BINARY_DIR "/screenshots"));
-    dir.mkpath(QStringLiteral("."));
-    EXPECT_TRUE(picture.save(dir.filePath(name + QStringLiteral(".png"))));
-}
 
 std::string qEncoded(const std::string& charset, const std::string& bytes) {
     std::string word = "=?" + charset + "?Q?";
@@ -76,7 +57,7 @@ TEST_F(PaneTest, ShowsAttachmentsAndOpensLinksOnClick) {
 
     pane.attachmentMenu()->popup(pane.mapToGlobal(QPoint(pane.width() - 220, 40)));
     QCoreApplication::processEvents();
-    screenshot(pane, QStringLiteral("preview-attachments"), pane.attachmentMenu());
+    test::saveScreenshot(pane, QStringLiteral("preview-attachments"), pane.attachmentMenu());
     pane.attachmentMenu()->hide();
 
     // A click on the underlined link hands it to the desktop.
@@ -98,7 +79,7 @@ TEST_F(PaneTest, WarnsOfSuspiciousCodeAndDecodesSubjects) {
     EXPECT_TRUE(pane.warningButton()->isVisible());
     EXPECT_TRUE(
         pane.warningLabel()->text().startsWith(QStringLiteral("Message contains suspicious")));
-    screenshot(pane, QStringLiteral("preview-warning"));
+    test::saveScreenshot(pane, QStringLiteral("preview-warning"));
 
     const struct {
         const char* charset;
@@ -118,45 +99,8 @@ TEST_F(PaneTest, WarnsOfSuspiciousCodeAndDecodesSubjects) {
             "\r\nContent-Type: text/plain; charset=" + s.charset + "\r\n\r\n" + s.bytes + "\r\n");
         EXPECT_EQ(pane.headerLines().at(1), QStringLiteral("Subject: ") + s.shown);
         EXPECT_TRUE(pane.textBox()->toPlainText().startsWith(s.shown));
-        screenshot(pane, s.file);
+        test::saveScreenshot(pane, s.file);
     }
-}
-
-QString run(const QString& program, const QStringList& arguments) {
-    QProcess process;
-    process.start(program, arguments);
-    process.waitForFinished(30000);
-    return QString::fromUtf8(process.readAllStandardOutput());
-}
-
-TEST_F(PaneTest, PrintsHeaderAndEveryLineToPdf) {
-    std::string body;
-    for (int i = 1; i <= 150; ++i) body += "Body line " + std::to_string(i) + " of the letter\r\n";
-    body += std::string(40, 'w') + " " + std::string(300, 'x') + " tail-of-long-line\r\n";
-    show("From: Ann <ann@example.com>\r\nTo: bob@example.com\r\nCc: carol@example.com\r\n"
-         "Date: Mon, 2 Jan 2023 10:00:00 +0000\r\nSubject: Minutes\r\n\r\n" +
-         body);
-    const QString pdf = QString::fromStdString(dir.file("m.pdf"));
-    const int pages = pane.display().printMessage(platform::PrintTarget::Pdf, pdf.toStdString());
-    ASSERT_GT(pages, 1);
-
-    const QString text = run(QStringLiteral("pdftotext"), {pdf, QStringLiteral("-")});
-    for (const char* line :
-         {"From: Ann <ann@example.com>", "To: bob@example.com", "Cc: carol@example.com",
-          "Date: Mon, 2 Jan 2023 10:00:00 +0000", "Subject: Minutes", "tail-of-long-line"})
-        EXPECT_TRUE(text.contains(QString::fromUtf8(line))) << line;
-    for (int i = 1; i <= 150; ++i)
-        EXPECT_TRUE(text.contains(QStringLiteral("Body line %1 of the letter").arg(i))) << i;
-
-    const QString info = run(QStringLiteral("pdfinfo"), {pdf});
-    EXPECT_TRUE(info.contains(QRegularExpression(QStringLiteral("Pages:\\s+%1\\n").arg(pages))));
-    const QStringList sheets = text.split(QLatin1Char('\f'), Qt::SkipEmptyParts);
-    ASSERT_EQ(sheets.size(), pages);
-    for (int p = 0; p < pages; ++p)
-        EXPECT_TRUE(sheets[p].contains(QStringLiteral("Page %1 of %2").arg(p + 1).arg(pages)));
-
-    show("From: a@example.com\r\nSubject: Short\r\n\r\nOne line.\r\n");
-    EXPECT_EQ(pane.display().printMessage(platform::PrintTarget::Pdf, pdf.toStdString()), 1);
 }
 
 } // namespace

@@ -121,15 +121,7 @@ TEST_F(ScannerScanTest, BlockingASenderRecoloursAllItsLinesWithoutConnecting) {
 
 TEST_F(ScannerScanTest, ADarkPaletteLightensTheVerdictColours) {
     const QPalette light = QApplication::palette();
-    QPalette dark = light;
-    dark.setColor(QPalette::Window, QColor(0x2B, 0x2B, 0x2B));
-    dark.setColor(QPalette::Base, QColor(0x1E, 0x1E, 0x1E));
-    dark.setColor(QPalette::AlternateBase, QColor(0x26, 0x26, 0x26));
-    dark.setColor(QPalette::Text, QColor(0xE0, 0xE0, 0xE0));
-    dark.setColor(QPalette::WindowText, QColor(0xE0, 0xE0, 0xE0));
-    dark.setColor(QPalette::Button, QColor(0x33, 0x33, 0x33));
-    dark.setColor(QPalette::ButtonText, QColor(0xE0, 0xE0, 0xE0));
-    QApplication::setPalette(dark);
+    QApplication::setPalette(darkPalette());
     QApplication::processEvents(); // the change reaches the window as an event
     QColor onDark = colour(rowOf("lunch on friday"));
     // The pictures follow: the scan glass is drawn in the light ink now.
@@ -159,20 +151,7 @@ TEST_F(ScannerScanTest, TheTrayIconFlashesWithoutLosingItsTip) {
     EXPECT_EQ(window->trayTip(), "Corva - Ann - 3 message(s)");
 }
 
-TEST_F(ScannerScanTest, WhileScanningTheToolbarOffersStop) {
-    main->mnuScan_Click();
-    ASSERT_TRUE(main->Checking());
-    EXPECT_TRUE(window->toolbarAction("stop")->isEnabled());
-    EXPECT_EQ(window->toolbarAction("upanddown")->text(), "Stop");
-    model(); // what the next batch shows
-    saveScreenshot(*window, "scanner-scanning");
-    ASSERT_TRUE(
-        platform::current().eventLoop().runUntil([&] { return !main->CycleRunning(); }, 30000));
-    EXPECT_FALSE(window->toolbarAction("stop")->isEnabled());
-    EXPECT_EQ(window->toolbarAction("upanddown")->text(), "Send/Receive");
-}
-
-TEST_F(ScannerScanTest, TheTrayMenuNamesTheAccountsAndScansOne) {
+TEST_F(ScannerScanTest, TheTrayMenuNamesTheAccountsAndScansOneOfferingStop) {
     QMenu* accounts = nullptr;
     for (QMenu* m : window->findChildren<QMenu*>())
         if (m->title() == "Scan Account") accounts = m;
@@ -185,8 +164,15 @@ TEST_F(ScannerScanTest, TheTrayMenuNamesTheAccountsAndScansOne) {
     window->selectRow(rowOf("big sale"));
     window->runLineCommand("Block sender"); // the list now starts with "Rescan"
     accounts->actions()[0]->trigger();
+    // While it scans the toolbar offers Stop.
+    ASSERT_TRUE(main->Checking());
+    EXPECT_TRUE(window->toolbarAction("stop")->isEnabled());
+    EXPECT_EQ(window->toolbarAction("upanddown")->text(), "Stop");
+    saveScreenshot(*window, "scanner-scanning");
     ASSERT_TRUE(
         platform::current().eventLoop().runUntil([&] { return !main->CycleRunning(); }, 30000));
+    EXPECT_FALSE(window->toolbarAction("stop")->isEnabled());
+    EXPECT_EQ(window->toolbarAction("upanddown")->text(), "Send/Receive");
     EXPECT_EQ(model().line(0).Status, "Ann");
     EXPECT_EQ(shown(rowOf("last chance"), 0), "BLOCK");
 }
@@ -214,10 +200,8 @@ TEST_F(ScannerScanTest, SelectingALineShowsItsHeadersAndTailorsTheMenu) {
     EXPECT_EQ(number->text(), "Server");
     window->runLineCommand("Block sender");
     EXPECT_EQ(readFile(dir.file("Blocked.txt")), "spammer@elsewhere.test\r\n");
-}
 
-// What a bounce decides is the logic's; the menu entry only has to reach it.
-TEST_F(ScannerScanTest, BounceFromTheMenuSpoolsANotice) {
+    // What a bounce decides is the logic's; the menu entry only has to reach it.
     window->selectRow(rowOf("cheap watches"));
     window->runLineCommand("Bounce selected message(s)");
     std::vector<std::string> spooled;

@@ -14,9 +14,12 @@
 #include "ui/ScannerListModel.h"
 #include "ui/ScannerWindow.h"
 
+#include <QApplication>
 #include <QBrush>
 #include <QCoreApplication>
 #include <QDir>
+#include <QPainter>
+#include <QPalette>
 #include <QPixmap>
 #include <QWidget>
 #include <gtest/gtest.h>
@@ -29,13 +32,29 @@ namespace corva::test {
 
 using UiPlatform = RecordingPlatform;
 
-// Writes a window's picture to <build>/screenshots/<name>.png for people to look at.
-inline void saveScreenshot(QWidget& widget, const QString& name) {
+// Writes a window's picture to <build>/screenshots/<name>.png for people to look
+// at, with an open menu (a window of its own) drawn where it stands.
+inline void saveScreenshot(QWidget& widget, const QString& name, QWidget* menu = nullptr) {
     // Pending relayouts first, as a paint on screen would have them; nothing else runs.
     QCoreApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest);
+    QPixmap picture = widget.grab();
+    if (menu) QPainter(&picture).drawPixmap(widget.mapFromGlobal(menu->pos()), menu->grab());
     QDir dir(QStringLiteral(CORVA_BINARY_DIR "/screenshots"));
     dir.mkpath(QStringLiteral("."));
-    EXPECT_TRUE(widget.grab().save(dir.filePath(name + QStringLiteral(".png"))));
+    EXPECT_TRUE(picture.save(dir.filePath(name + QStringLiteral(".png"))));
+}
+
+// A dark desktop theme, for the windows' colours under it.
+inline QPalette darkPalette() {
+    QPalette dark = QApplication::palette();
+    dark.setColor(QPalette::Window, QColor(0x2B, 0x2B, 0x2B));
+    dark.setColor(QPalette::Base, QColor(0x1E, 0x1E, 0x1E));
+    dark.setColor(QPalette::AlternateBase, QColor(0x26, 0x26, 0x26));
+    dark.setColor(QPalette::Highlight, QColor(0x3D, 0x6F, 0xB0));
+    for (QPalette::ColorRole text : {QPalette::Text, QPalette::WindowText, QPalette::ButtonText})
+        dark.setColor(text, QColor(0xE0, 0xE0, 0xE0));
+    dark.setColor(QPalette::Button, QColor(0x33, 0x33, 0x33));
+    return dark;
 }
 
 // A message as a server keeps it.
