@@ -238,7 +238,7 @@ TEST_F(DovecotCycleTest, ChangedListsRecolourTheLastScanWithoutAConnection) {
 
 TEST_F(DovecotCycleTest, LoadOfTwentyAccountsScansInOneCycle) {
     constexpr int Accounts = 20;
-    constexpr int PerAccount = 500;
+    constexpr int PerAccount = 100; // twenty busy accounts in one cycle, in seconds
     DovecotServer big;
     for (int a = 0; a < Accounts; ++a) {
         const std::string user = "load" + Str(a);
