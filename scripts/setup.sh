@@ -20,6 +20,7 @@ packages=(
     desktop-file-utils appstream man-db file # the install test validates what it installs
     chromium # the published ticket pages are opened in a headless browser
     tinyproxy # the update check's proxy test goes through it
+    python3-pyftpdlib # the FTP download tests run a private FTP server
     gcovr # line coverage of the tests, to check that trimming them loses none
 )
 

@@ -86,10 +86,14 @@ const CommandRegistration registration({
     "through the proxy settings) and says whether a newer version is available;\n"
     "--json prints the answer as one object. It records the day of the check in\n"
     "LastUpdateCheck, as the window's weekly check does. --download also fetches\n"
-    "the new build into the program folder, or FILE with --to; the file's size is\n"
-    "checked against what the server announced, and when the status file names a\n"
-    "SHA-256 digest a file that does not match it is erased. Nothing downloaded is\n"
-    "opened or run. The exit status is 1 when the check or the download failed.",
+    "the new build into the program folder, or FILE with --to, from the address\n"
+    "the status file names: http://, https://, or ftp:// and \"ftp.\" over FTP\n"
+    "(anonymous unless the address carries user:password, passive mode; through a\n"
+    "manual proxy as a web request to it). The file's size is checked against what\n"
+    "the server announced (Content-Length, or FTP's SIZE), and when the status file\n"
+    "names a SHA-256 digest a file that does not match it is erased. Nothing\n"
+    "downloaded is opened or run. The exit status is 1 when the check or the\n"
+    "download failed.",
     run,
 });
 

@@ -3,9 +3,12 @@
 #include "core/DateTime.h"
 #include "core/ErrorHandler.h"
 #include "core/Strings.h"
+#include "core/mSHAREDLogging.h"
+#include "platform/TimeZone.h"
 
 #include <algorithm>
 #include <charconv>
+#include <set>
 
 namespace corva {
 
@@ -117,10 +120,41 @@ std::vector<Line> splitLines(const std::string& text) {
     return lines;
 }
 
-std::optional<WallMinutes> fromUtc(int y, int mo, int d, int h, int mi, int s) {
-    long long epoch = DaysFromCivil(y, mo, d) * 86400 + h * 3600 + mi * 60 + s;
-    DateTime local = DateTime::fromTimeT(epoch);
+WallMinutes localOf(long long utc) {
+    const DateTime local = DateTime::fromTimeT(utc);
     return WallFromParts(local.year(), local.month(), local.day(), local.hour(), local.minute());
+}
+
+platform::WallTime wallTime(WallMinutes w) {
+    platform::WallTime t;
+    const long long days = w / Day - (w % Day < 0 ? 1 : 0);
+    CivilFromDays(days, t.year, t.month, t.day);
+    t.hour = static_cast<int>((w - days * Day) / 60);
+    t.minute = static_cast<int>((w - days * Day) % 60);
+    return t;
+}
+
+// A wall-clock time in a named zone as local time, and back; nothing when
+// the zone is unknown.
+std::optional<WallMinutes> zoneToLocal(const std::string& zone, WallMinutes w) {
+    const auto utc = platform::timeZones().toUtc(zone, wallTime(w));
+    if (!utc) return {};
+    return localOf(*utc);
+}
+
+std::optional<WallMinutes> localToZone(const std::string& zone, WallMinutes w) {
+    const platform::WallTime t = wallTime(w);
+    const long long utc = DateTime::fromParts(t.year, t.month, t.day, t.hour, t.minute).toTimeT();
+    const auto there = platform::timeZones().fromUtc(zone, utc);
+    if (!there) return {};
+    return WallFromParts(there->year, there->month, there->day, there->hour, there->minute);
+}
+
+// The reminders rescan every minute: an unknown zone is logged once a run.
+void unknownZone(const std::string& zone) {
+    static std::set<std::string> told;
+    if (told.size() < 100 && told.insert(zone).second)
+        LogAction("Unknown time zone " + zone + ": its times are read as local time");
 }
 
 bool utcZone(const std::string& tzid) {
@@ -129,10 +163,11 @@ bool utcZone(const std::string& tzid) {
            z == "UTC+0" || z == "ZULU";
 }
 
-// A DATE or DATE-TIME value. Zones other than UTC are taken as the local
-// zone: calendars exported on this desktop carry its own.
+// A DATE or DATE-TIME value, as local time. A TZID names the zone of the
+// wall-clock time (given back in zone when the zone is known); an unknown
+// one is taken as the local zone, where exported calendars mostly come from.
 std::optional<WallMinutes> parseWhen(const std::string& value, const std::string& params,
-                                     bool& isDate) {
+                                     bool& isDate, std::string* zone = nullptr) {
     int y, mo, d, h = 0, mi = 0, s = 0;
     if (!digits(value, 0, 4, y) || !digits(value, 4, 2, mo) || !digits(value, 6, 2, d)) return {};
     if (y < 1 || mo < 1 || mo > 12 || d < 1 || d > daysInMonth(y, mo)) return {};
@@ -143,7 +178,16 @@ std::optional<WallMinutes> parseWhen(const std::string& value, const std::string
         return {};
     if (h > 23 || mi > 59 || s > 60) return {};
     const bool z = value.size() > 15 && (value[15] == 'Z' || value[15] == 'z');
-    if (z || utcZone(param(params, "TZID"))) return fromUtc(y, mo, d, h, mi, s);
+    const std::string tzid = param(params, "TZID");
+    if (z || utcZone(tzid))
+        return localOf(DaysFromCivil(y, mo, d) * 86400 + h * 3600 + mi * 60 + s);
+    if (!tzid.empty()) {
+        if (auto local = zoneToLocal(tzid, WallFromParts(y, mo, d, h, mi))) {
+            if (zone) *zone = tzid;
+            return local;
+        }
+        unknownZone(tzid);
+    }
     return WallFromParts(y, mo, d, h, mi);
 }
 
@@ -311,7 +355,7 @@ std::optional<CalendarEvent> parseEvent(const std::vector<Line>& lines) {
         else if (l.name == "LOCATION")
             e.location = IcsUnescape(l.value);
         else if (l.name == "DTSTART") {
-            if (auto s = parseWhen(l.value, l.params, isDate)) {
+            if (auto s = parseWhen(l.value, l.params, isDate, &e.zone)) {
                 e.start = *s;
                 e.allDay = isDate;
                 haveStart = true;
@@ -386,16 +430,24 @@ std::string writeEvent(const CalendarEvent& e) {
         long long secs = t - days * 86400;
         out += "DTSTAMP:" + formatWhen(days * Day + secs / 60, false) + "Z\r\n";
     }
-    const char* dateParam = e.allDay ? ";VALUE=DATE:" : ":";
-    out += std::string("DTSTART") + dateParam + formatWhen(e.start, e.allDay) + "\r\n";
-    if (e.end > e.start)
-        out += std::string("DTEND") + dateParam + formatWhen(e.end, e.allDay) + "\r\n";
+    // Times go back in the event's own zone, so its repeats keep that clock.
+    const std::string zoneParam =
+        e.zone.find_first_of(":;,") == std::string::npos ? e.zone : "\"" + e.zone + "\"";
+    auto when = [&](const char* name, WallMinutes w) {
+        if (!e.zone.empty() && !e.allDay)
+            if (auto there = localToZone(e.zone, w))
+                return std::string(name) + ";TZID=" + zoneParam + ":" + formatWhen(*there, false) +
+                       "\r\n";
+        return std::string(name) + (e.allDay ? ";VALUE=DATE:" : ":") + formatWhen(w, e.allDay) +
+               "\r\n";
+    };
+    out += when("DTSTART", e.start);
+    if (e.end > e.start) out += when("DTEND", e.end);
     out += fold("SUMMARY:" + IcsEscape(e.summary));
     if (!e.description.empty()) out += fold("DESCRIPTION:" + IcsEscape(e.description));
     if (!e.location.empty()) out += fold("LOCATION:" + IcsEscape(e.location));
     if (e.rule.freq != Repeat::None && !e.ruleText.empty()) out += fold("RRULE:" + e.ruleText);
-    for (WallMinutes x : e.exceptions)
-        out += std::string("EXDATE") + dateParam + formatWhen(x, e.allDay) + "\r\n";
+    for (WallMinutes x : e.exceptions) out += when("EXDATE", x);
     // What this program does not manage stays as it came.
     int depth = 0;
     for (const Line& l : splitLines(e.raw)) {
@@ -525,7 +577,49 @@ std::string WriteIcs(const Calendar& cal) {
     });
 }
 
+namespace {
+
+// A repeat follows the clock of its event's zone: 09:00 in Berlin stays 09:00
+// there across a daylight saving change, which moves it by an hour here when
+// the two zones change on different days. So the repeat is worked out in that
+// zone and each start turned into local time.
+std::optional<std::vector<WallMinutes>> occurrencesInZone(const CalendarEvent& e, WallMinutes from,
+                                                          WallMinutes to) {
+    CalendarEvent z = e;
+    z.zone.clear();
+    const auto start = localToZone(e.zone, e.start);
+    const auto zoneFrom = localToZone(e.zone, from);
+    const auto zoneTo = localToZone(e.zone, to);
+    if (!start || !zoneFrom || !zoneTo) return {};
+    z.start = *start;
+    z.end = *start + (e.end - e.start);
+    for (WallMinutes& x : z.exceptions) {
+        const auto there = localToZone(e.zone, x);
+        if (!there) return {};
+        x = *there;
+    }
+    if (z.rule.until) {
+        const auto there = localToZone(e.zone, *z.rule.until);
+        if (!there) return {};
+        z.rule.until = *there;
+    }
+    const WallMinutes length = e.end - e.start;
+    std::vector<WallMinutes> found;
+    // A day's margin either side: the zones may be that far apart.
+    for (WallMinutes s : Occurrences(z, *zoneFrom - Day, *zoneTo + Day)) {
+        const auto local = zoneToLocal(e.zone, s);
+        if (!local) return {};
+        if (*local < to && (*local + length > from || (length == 0 && *local >= from)))
+            found.push_back(*local);
+    }
+    return found;
+}
+
+} // namespace
+
 std::vector<WallMinutes> Occurrences(const CalendarEvent& e, WallMinutes from, WallMinutes to) {
+    if (!e.zone.empty() && !e.allDay && e.rule.freq != Repeat::None)
+        if (auto zoned = occurrencesInZone(e, from, to)) return *zoned;
     std::vector<WallMinutes> found;
     const WallMinutes length = e.end - e.start;
     auto overlaps = [&](WallMinutes s) {

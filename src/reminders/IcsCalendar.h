@@ -13,7 +13,8 @@
 namespace corva {
 
 // Local wall-clock minutes since 1 January 1970 00:00; all-day dates are
-// their midnight. Time zones are resolved when the file is read.
+// their midnight. Time zones are resolved when the file is read, through the
+// platform's zone database; an unknown zone counts as the local one.
 using WallMinutes = long long;
 
 WallMinutes WallFromParts(int year, int month, int day, int hour = 0, int minute = 0);
@@ -46,6 +47,10 @@ struct CalendarEvent {
     WallMinutes start = 0;
     WallMinutes end = 0; // equal to start when the event has no length
     bool allDay = false;
+    // The zone (TZID) the start was given in, when the desktop knows it: the
+    // times above are local all the same, but repeats keep that zone's clock
+    // and a rewrite gives the times in it.
+    std::string zone;
     RepeatRule rule;
     std::string ruleText; // the RRULE as read, written back while the repeat is unchanged
     std::vector<WallMinutes> exceptions; // EXDATE

@@ -6,6 +6,9 @@
 #include "core/mSHAREDLogging.h"
 #include "core/mSHAREDSettings.h"
 #include "platform/Platform.h"
+#include "updates/FtpDownload.h"
+#include "updates/FtpReply.h"
+#include "updates/cSHAREDInternet.h"
 #include "updates/fSHAREDProxy.h"
 
 #include <typeinfo>
@@ -20,7 +23,7 @@ std::string kb(long long bytes) {
 }
 } // namespace
 
-fSHAREDInternet::fSHAREDInternet(InternetListener* listener) : listener_(listener) {}
+fSHAREDInternet::fSHAREDInternet(cSHAREDInternet& events) : events_(events) {}
 
 fSHAREDInternet::~fSHAREDInternet() {
     transfer_.reset();
@@ -57,8 +60,12 @@ std::string fSHAREDInternet::proxypassword() const {
     return fSHAREDProxy::Load().password;
 }
 
+void fSHAREDInternet::state(const std::string& text) {
+    events_.RaiseStateChanged(text);
+}
+
 void fSHAREDInternet::status(const std::string& text) {
-    if (listener_) listener_->InternetStatus(text);
+    events_.RaiseStatus(text);
 }
 
 void fSHAREDInternet::run(const std::string& url) {
@@ -74,8 +81,13 @@ void fSHAREDInternet::run(const std::string& url) {
     done_ = false;
     received_ = 0;
     total_ = -1;
-    status("Requesting");
-    transfer_ = platform::http().get(url, applyproxy(), *this);
+    const platform::HttpProxy proxy = applyproxy();
+    if (IsFtpAddress(url)) {
+        transfer_ = StartFtpDownload(url, proxy, *this);
+    } else {
+        state("Requesting");
+        transfer_ = platform::http().get(url, proxy, *this);
+    }
     platform::EventLoop& loop = platform::current().eventLoop();
     while (!done_) {
         const long long before = received_;
@@ -137,7 +149,7 @@ void fSHAREDInternet::cancel() {
 }
 
 void fSHAREDInternet::httpState(const std::string& text) {
-    status(text);
+    state(text);
 }
 
 void fSHAREDInternet::httpData(const std::string& bytes, long long received, long long total) {
@@ -151,7 +163,7 @@ void fSHAREDInternet::httpData(const std::string& bytes, long long received, lon
     } else {
         text_ += bytes;
     }
-    if (listener_) listener_->InternetProgress(received, total);
+    events_.RaiseProgress(received, total);
 }
 
 void fSHAREDInternet::httpFinished(const platform::HttpResult& result) {

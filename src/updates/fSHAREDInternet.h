@@ -1,7 +1,8 @@
 // The one way to the web outside POP3 and SMTP: a GET through the proxy
 // settings, either as text (openurl) or into a file (downloadfile). Both wait
 // on the event loop, as the protocol waits do, and report their states and
-// progress to the listener while they run.
+// progress through the cSHAREDInternet that owns them. An address that begins
+// "FTP://" or "FTP." is fetched over FTP, the rest over HTTP.
 #pragma once
 
 #include "platform/Files.h"
@@ -12,16 +13,7 @@
 
 namespace corva {
 
-class InternetListener {
-public:
-    virtual ~InternetListener() = default;
-    // A state or progress text ("Requesting", "12 kb of 40 kb (30%)", ...).
-    virtual void InternetStatus(const std::string& text) { (void)text; }
-    virtual void InternetProgress(long long received, long long total) {
-        (void)received;
-        (void)total;
-    }
-};
+class cSHAREDInternet;
 
 struct DownloadResult {
     platform::HttpResult http; // how the transfer ended
@@ -31,7 +23,7 @@ struct DownloadResult {
 
 class fSHAREDInternet : private platform::HttpListener {
 public:
-    explicit fSHAREDInternet(InternetListener* listener = nullptr);
+    explicit fSHAREDInternet(cSHAREDInternet& events);
     ~fSHAREDInternet() override;
     fSHAREDInternet(const fSHAREDInternet&) = delete;
     fSHAREDInternet& operator=(const fSHAREDInternet&) = delete;
@@ -68,9 +60,10 @@ private:
     void httpFinished(const platform::HttpResult& result) override;
     // Starts the transfer and waits for its end, or for a pause without data.
     void run(const std::string& url);
+    void state(const std::string& text);
     void status(const std::string& text);
 
-    InternetListener* listener_;
+    cSHAREDInternet& events_;
     std::unique_ptr<platform::HttpTransfer> transfer_;
     platform::HttpResult last_;
     bool done_ = true;

@@ -31,7 +31,13 @@ void storeCheckDate() {
 } // namespace
 
 fSHAREDUpdater::fSHAREDUpdater(fSHAREDUpdaterView* view, UpdaterEvents* events)
-    : view_(view ? view : &noView_), events_(events), internet_(this) {}
+    : view_(view ? view : &noView_), events_(events) {
+    internet_.addListener(this);
+}
+
+fSHAREDUpdater::~fSHAREDUpdater() {
+    internet_.removeListener(this);
+}
 
 std::string fSHAREDUpdater::StatusAddress() {
     return serverFolder() + "QBX_current.txt";
@@ -46,11 +52,16 @@ void fSHAREDUpdater::show(const std::string& text) {
     view_->ShowStatus(text);
 }
 
-void fSHAREDUpdater::InternetStatus(const std::string& text) {
+// States and progress lines alike go to the one status line.
+void fSHAREDUpdater::Internet_StateChanged(const std::string& state) {
+    show(state);
+}
+
+void fSHAREDUpdater::Internet_Status(const std::string& text) {
     show(text);
 }
 
-void fSHAREDUpdater::InternetProgress(long long received, long long total) {
+void fSHAREDUpdater::Internet_Progress(long long received, long long total) {
     view_->ShowProgress(received, total);
 }
 

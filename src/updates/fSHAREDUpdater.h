@@ -6,7 +6,7 @@
 #pragma once
 
 #include "updates/UpdateVersion.h"
-#include "updates/fSHAREDInternet.h"
+#include "updates/cSHAREDInternet.h"
 
 #include <string>
 
@@ -49,9 +49,12 @@ public:
 
 enum class UpdateCheckResult { Failed, Unreadable, NoAddress, UpToDate, Newer };
 
-class fSHAREDUpdater : private InternetListener {
+class fSHAREDUpdater : private cSHAREDInternetEvents {
 public:
     explicit fSHAREDUpdater(fSHAREDUpdaterView* view = nullptr, UpdaterEvents* events = nullptr);
+    ~fSHAREDUpdater() override;
+    fSHAREDUpdater(const fSHAREDUpdater&) = delete;
+    fSHAREDUpdater& operator=(const fSHAREDUpdater&) = delete;
     void setView(fSHAREDUpdaterView* view) { view_ = view ? view : &noView_; }
     void setEvents(UpdaterEvents* events) { events_ = events; }
 
@@ -82,18 +85,19 @@ public:
     bool Busy() const { return busy_; }
     // The last text shown, for the command line and tests.
     const std::string& LastStatus() const { return lastStatus_; }
-    fSHAREDInternet& Internet() { return internet_; }
+    cSHAREDInternet& Internet() { return internet_; }
 
 private:
-    void InternetStatus(const std::string& text) override;
-    void InternetProgress(long long received, long long total) override;
+    void Internet_StateChanged(const std::string& state) override;
+    void Internet_Status(const std::string& text) override;
+    void Internet_Progress(long long received, long long total) override;
     void show(const std::string& text);
     std::string downloadName() const;
 
     fSHAREDUpdaterView noView_;
     fSHAREDUpdaterView* view_;
     UpdaterEvents* events_;
-    fSHAREDInternet internet_;
+    cSHAREDInternet internet_;
     UpdateVersion available_;
     bool busy_ = false;
     std::string lastStatus_;

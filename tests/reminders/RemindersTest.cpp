@@ -10,7 +10,10 @@
 #include "cycle/frmMainReminders.h"
 #include "reminders/clsReminders.h"
 
+#include <cstdlib>
+#include <ctime>
 #include <filesystem>
+#include <optional>
 
 namespace corva::test {
 namespace {
@@ -55,7 +58,28 @@ WallMinutes at(int y, int m, int d, int h = 0, int mi = 0) {
     return WallFromParts(y, m, d, h, mi);
 }
 
+// The desktop's zone (TZ) for one scope.
+class LocalZone {
+public:
+    explicit LocalZone(const char* zone) {
+        if (const char* old = std::getenv("TZ")) before_ = old;
+        ::setenv("TZ", zone, 1);
+        ::tzset();
+    }
+    ~LocalZone() {
+        if (before_)
+            ::setenv("TZ", before_->c_str(), 1);
+        else
+            ::unsetenv("TZ");
+        ::tzset();
+    }
+
+private:
+    std::optional<std::string> before_;
+};
+
 TEST(IcsCalendar, ReadsAnExportAndWritesBackOnlyWhatChanged) {
+    LocalZone berlin("Europe/Berlin");
     Calendar cal = ReadIcs(Exported);
     ASSERT_TRUE(cal.complete);
     ASSERT_EQ(cal.events.size(), 3u);
@@ -153,6 +177,52 @@ TEST(IcsCalendar, RepeatRules) {
                            "END:VCALENDAR\n");
     EXPECT_EQ(Occurrences(cal.events.at(0), at(2026, 1, 1), at(2026, 2, 1)),
               (std::vector<WallMinutes>{at(2026, 1, 1) + nine, at(2026, 1, 3) + nine}));
+}
+
+TEST(IcsCalendar, ZonedTimesShowAtTheirLocalTimeAcrossDaylightSaving) {
+    // Weekly from the Monday before Europe moves its clocks (29 March 2026);
+    // America moved on 8 March.
+    const std::string ics =
+        "BEGIN:VCALENDAR\r\n"
+        "BEGIN:VEVENT\r\nUID:b\r\nDTSTART;TZID=Europe/Berlin:20260323T090000\r\n"
+        "RRULE:FREQ=WEEKLY;COUNT=2\r\nEXDATE;TZID=Europe/Berlin:20260406T090000\r\n"
+        "SUMMARY:Berlin\r\nEND:VEVENT\r\n"
+        "BEGIN:VEVENT\r\nUID:n\r\nDTSTART;TZID=America/New_York:20260323T090000\r\n"
+        "RRULE:FREQ=WEEKLY;COUNT=2\r\nSUMMARY:New York\r\nEND:VEVENT\r\n"
+        "BEGIN:VEVENT\r\nUID:m\r\nDTSTART;TZID=Mars/Olympus:20260323T090000\r\n"
+        "SUMMARY:Unknown zone\r\nEND:VEVENT\r\n"
+        "END:VCALENDAR\r\n";
+    struct Case {
+        const char* tz;
+        std::vector<WallMinutes> berlin, newYork;
+    } cases[] = {
+        {"America/New_York",
+         {at(2026, 3, 23, 4), at(2026, 3, 30, 3)},
+         {at(2026, 3, 23, 9), at(2026, 3, 30, 9)}},
+        {"Europe/Berlin",
+         {at(2026, 3, 23, 9), at(2026, 3, 30, 9)},
+         {at(2026, 3, 23, 14), at(2026, 3, 30, 15)}},
+        {"Asia/Tokyo",
+         {at(2026, 3, 23, 17), at(2026, 3, 30, 16)},
+         {at(2026, 3, 23, 22), at(2026, 3, 30, 22)}},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.tz);
+        LocalZone zone(c.tz);
+        Calendar cal = ReadIcs(ics);
+        ASSERT_EQ(cal.events.size(), 3u);
+        EXPECT_EQ(Occurrences(cal.events[0], at(2026, 3, 1), at(2026, 5, 1)), c.berlin);
+        EXPECT_EQ(Occurrences(cal.events[1], at(2026, 3, 1), at(2026, 5, 1)), c.newYork);
+        EXPECT_EQ(cal.events[2].start, at(2026, 3, 23, 9));
+
+        // An edited event keeps its zone, so its repeat keeps that clock.
+        cal.events[0].summary = "Berlin, moved";
+        cal.events[0].changed = true;
+        const std::string written = WriteIcs(cal);
+        EXPECT_NE(written.find("DTSTART;TZID=Europe/Berlin:20260323T090000"), std::string::npos);
+        EXPECT_EQ(Occurrences(ReadIcs(written).events[0], at(2026, 3, 1), at(2026, 5, 1)),
+                  c.berlin);
+    }
 }
 
 class RecordingReminderView : public ReminderView {

@@ -12,7 +12,7 @@ namespace corva::test {
 
 namespace {
 
-// Neither server says anything first: it is up once it takes a connection.
+// A server is up once it takes a connection.
 bool accepting(int port) {
     for (int i = 0; i < 250; ++i) {
         if (int fd = connectToLoopback(port); fd >= 0) {
@@ -54,6 +54,30 @@ std::string HttpServer::url() const {
 
 void HttpServer::put(const std::string& path, const std::string& bytes) const {
     writeFile(root_.file("www/" + path), bytes);
+}
+
+FtpServer::FtpServer() {
+    const int port = freeLoopbackPort();
+    const std::string script =
+        (std::filesystem::path(CORVA_TEST_DATA).parent_path() / "support" / "ftp_server.py")
+            .string();
+    std::filesystem::create_directories(root_.file("ftp"));
+    port_ =
+        start(pid_, "/usr/bin/python3",
+              {"python3", script, "--folder", root_.file("ftp"), "--port", std::to_string(port)},
+              port, root_.file("errors.log"));
+}
+
+FtpServer::~FtpServer() {
+    stopServerProcess(pid_);
+}
+
+std::string FtpServer::url() const {
+    return "ftp://127.0.0.1:" + std::to_string(port_) + "/";
+}
+
+void FtpServer::put(const std::string& path, const std::string& bytes) const {
+    writeFile(root_.file("ftp/" + path), bytes);
 }
 
 HttpProxy::HttpProxy(const std::string& user, const std::string& password) {

@@ -1,6 +1,7 @@
-// A web server (tests/support/http_server.py) serving a folder of files on
-// 127.0.0.1 and a free port, and an HTTP proxy (tinyproxy) in front of it
-// that logs every request. Each is started by its constructor and stopped by
+// A web server (tests/support/http_server.py) and an FTP server
+// (tests/support/ftp_server.py, pyftpdlib) serving a folder of files on
+// 127.0.0.1 and a free port, and an HTTP proxy (tinyproxy) that logs every
+// request. Each is started by its constructor and stopped by
 // its destructor.
 #pragma once
 
@@ -23,6 +24,25 @@ public:
     // "http://127.0.0.1:port/"
     std::string url() const;
     // Puts a file to serve at path (relative, may have folders).
+    void put(const std::string& path, const std::string& bytes) const;
+
+private:
+    TempDir root_;
+    int port_ = 0;
+    pid_t pid_ = -1;
+};
+
+// Anonymous, or ann with password pw; NAME.short is served as NAME cut short.
+class FtpServer {
+public:
+    FtpServer();
+    ~FtpServer();
+    FtpServer(const FtpServer&) = delete;
+    FtpServer& operator=(const FtpServer&) = delete;
+
+    bool running() const { return port_ > 0; }
+    // "ftp://127.0.0.1:port/"
+    std::string url() const;
     void put(const std::string& path, const std::string& bytes) const;
 
 private:

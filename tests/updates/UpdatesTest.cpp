@@ -1,16 +1,20 @@
 // The update check: the status file, the weekly rule, and checks, details and
-// downloads against a real web server and a real proxy.
+// downloads against a real web server, a real proxy and a real FTP server,
+// with scripted FTP servers for the reply corners.
 #include "core/AppInfo.h"
 #include "core/DateTime.h"
 #include "core/FileSubs.h"
+#include "core/Strings.h"
 #include "core/Variant.h"
 #include "core/mSHAREDSettings.h"
 #include "cycle/UpdateCheckLink.h"
 #include "cycle/frmMainView.h"
 #include "platform/Crypto.h"
+#include "support/FakeServer.h"
 #include "support/HttpServer.h"
 #include "support/RecordingPlatform.h"
 #include "support/TempDir.h"
+#include "updates/FtpReply.h"
 #include "updates/fSHAREDProxy.h"
 #include "updates/fSHAREDUpdater.h"
 
@@ -79,6 +83,60 @@ TEST(UpdateStatus, ChecksWeeklyFromTheLastCheck) {
     for (const Case& c : cases) {
         SCOPED_TRACE(c.last.toText());
         EXPECT_EQ(UpdateCheckLink::UpdateCheckDue(c.last, today), c.due);
+    }
+}
+
+TEST(FtpReplies, AssemblesRepliesAndReadsTheirNumbers) {
+    FtpReplyReader reader;
+    reader.feed("220-Welcome\r\n220-to 220 this\r\n 220 indented\r\n220 ready\r\n230 in");
+    auto first = reader.next();
+    ASSERT_TRUE(first);
+    EXPECT_EQ(first->code, 220);
+    EXPECT_EQ(first->text, "220-Welcome\r\n220-to 220 this\r\n 220 indented\r\n220 ready\r\n");
+    EXPECT_FALSE(reader.next()); // "230 in" has no line end yet
+    reader.feed("\r\nno code\n");
+    EXPECT_EQ(reader.next()->code, 230);
+    EXPECT_EQ(reader.next()->code, 0);
+    reader.feed(std::string(FtpReplyReader::MaxReply + 1, 'x'));
+    EXPECT_EQ(reader.next()->code, 0); // a line without end is cut, not kept forever
+
+    EXPECT_EQ(ParsePasv("227 Entering Passive Mode (10,9,8,7,4,1)")->port, 1025);
+    EXPECT_EQ(ParsePasv("227 =10,9,8,7,0,21")->host, "10.9.8.7");
+    EXPECT_FALSE(ParsePasv("227 (10,9,8,7,4)"));
+    EXPECT_FALSE(ParsePasv("227 (10,9,8,700,4,1)"));
+    EXPECT_EQ(ParseEpsv("229 Extended (|||6446|)"), 6446);
+    EXPECT_FALSE(ParseEpsv("229 Extended (|||99999|)"));
+    EXPECT_EQ(ParseSize("213 300000"), 300000);
+    EXPECT_FALSE(ParseSize("550 no"));
+
+    struct Case {
+        const char* url;
+        bool ok;
+        std::string user, password, host;
+        int port;
+        std::string folder, file;
+    } cases[] = {
+        {"ftp://h/pub/corva/c.deb", true, "anonymous", "corva@", "h", 21, "pub/corva", "c.deb"},
+        {"FTP.example.org/c%20d.deb", true, "anonymous", "corva@", "FTP.example.org", 21, "",
+         "c d.deb"},
+        {"ftp://ann:p%40ss@h:2121//srv/c.deb", true, "ann", "p@ss", "h", 2121, "/srv", "c.deb"},
+        {"ftp://h//c.deb", true, "anonymous", "corva@", "h", 21, "/", "c.deb"},
+        {"ftp://h/pub/", false, "", "", "", 0, "", ""},
+        {"ftp://h:99999/c.deb", false, "", "", "", 0, "", ""},
+        {"ftp://h/c%0d%0aDELE%20x", false, "", "", "", 0, "", ""},
+        {"http://h/c.deb", false, "", "", "", 0, "", ""},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.url);
+        const auto a = ParseFtpAddress(c.url);
+        ASSERT_EQ(a.has_value(), c.ok);
+        if (!a) continue;
+        EXPECT_EQ(a->user, c.user);
+        EXPECT_EQ(a->password, c.password);
+        EXPECT_EQ(a->host, c.host);
+        EXPECT_EQ(a->port, c.port);
+        EXPECT_EQ(a->folder, c.folder);
+        EXPECT_EQ(a->file, c.file);
     }
 }
 
@@ -271,6 +329,146 @@ TEST_F(UpdateServer, GoesThroughTheManualProxyWithItsLogin) {
     EXPECT_EQ(updater_.CheckForUpdate(true), UpdateCheckResult::UpToDate);
     EXPECT_NE(proxy.log().find("GET " + server_.url() + "versions/QBX_current.txt"),
               std::string::npos);
+}
+
+// Every state the transfers raise, in order.
+struct StateLog : cSHAREDInternetEvents {
+    void Internet_StateChanged(const std::string& state) override { states.push_back(state); }
+    std::vector<std::string> states;
+};
+
+TEST_F(UpdateServer, DownloadsOverFtpWithTheChecksOfHttp) {
+    test::FtpServer ftp;
+    ASSERT_TRUE(ftp.running());
+    const std::string build(300000, 'z');
+    ftp.put("pub/corva-900.deb", build);
+    ftp.put("pub/cut.deb.short", build);
+    StateLog log;
+    updater_.Internet().addListener(&log);
+    const std::string local = "127.0.0.1:" + ftp.url().substr(16); // "host:port/"
+    struct Case {
+        std::string url;
+        bool ok;
+        std::string shown;
+    } cases[] = {
+        {ftp.url() + "pub/corva-900.deb", true, "Downloaded 292 kb (100%)"},
+        {"ftp://ann:pw@" + local + "pub/corva-900.deb", true, "Downloaded 292 kb (100%)"},
+        {ftp.url() + "pub/cut.deb", false, "Error - Downloaded file is incomplete. Please retry"},
+        {ftp.url() + "pub/missing.deb", false, "Error - File not found on server."},
+        {ftp.url() + "nofolder/corva-900.deb", false, "Error - File not found on server."},
+        {"ftp://ann:wrong@" + local + "pub/corva-900.deb", false, "Error - Download failed."},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.url);
+        log.states.clear();
+        EXPECT_EQ(updater_.DownloadFile(c.url, view_.target), c.ok);
+        EXPECT_EQ(updater_.LastStatus(), c.shown);
+        EXPECT_EQ(FileExists(view_.target) ? LoadTextFile(view_.target) : "", c.ok ? build : "");
+    }
+    EXPECT_EQ(log.states, (std::vector<std::string>{"Resolving Host", "Host Resolved", "Connected",
+                                                    "Error", "Disconnecting", "Disconnected"}));
+
+    // An address in the status file goes the same way, checked against its digest.
+    log.states.clear();
+    server_.put("versions/QBX_current.txt", "9.0.0\r\n" + ftp.url() + "pub/corva-@@@.deb " +
+                                                platform::sha256Hex(build) + "\r\n");
+    ASSERT_EQ(updater_.CheckForUpdate(true), UpdateCheckResult::Newer);
+    log.states.clear();
+    EXPECT_TRUE(updater_.cmdDownload());
+    EXPECT_EQ(log.states,
+              (std::vector<std::string>{"Resolving Host", "Host Resolved", "Connected",
+                                        "Requesting", "Request Sent", "Receiving Response",
+                                        "Response Completed", "Disconnecting", "Disconnected"}));
+    updater_.Internet().removeListener(&log);
+}
+
+TEST_F(UpdateServer, FollowsTheFtpDialogueThroughItsCorners) {
+    using namespace test;
+    const std::string login = "USER anonymous\r\n";
+    struct Case {
+        const char* name;
+        std::vector<ScriptStep> greeting; // up to USER
+        bool epsv;                        // else PASV, naming another host
+        std::vector<ScriptStep> data;
+        std::vector<ScriptStep> retr; // after RETR, up to QUIT
+        std::string shown, file;
+    } cases[] = {
+        {"multi-line replies, split",
+         {Say("220-Welcome\r\n220-"), Pause(50), Say("mirror\r\n220 ready\r\n")},
+         true,
+         {Say("payload"), Drop()},
+         {Say("150 Opening\r\n"), Pause(50), Say("226-Done\r\n226 Bye\r\n")},
+         "Downloaded 0 kb (100%)",
+         "payload"},
+        {"no such file",
+         {Say("220 ready\r\n")},
+         true,
+         {Silence()},
+         {Say("550 f.bin: No such file or directory\r\n")},
+         "Error - File not found on server.",
+         ""},
+        {"passive reply naming another host",
+         {Say("220 ready\r\n")},
+         false,
+         {Say("payload"), Drop()},
+         {Say("150 Opening\r\n226 Done\r\n")},
+         "Downloaded 0 kb (100%)",
+         "payload"},
+        {"data connection closed early",
+         {Say("220 ready\r\n")},
+         true,
+         {Say("pay"), Drop()},
+         {Say("150 Opening\r\n"), Pause(50), Say("426 Connection closed; transfer aborted\r\n")},
+         "Error - Downloaded file is incomplete. Please retry",
+         ""},
+    };
+    for (Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        FakeServer data(c.data);
+        const std::string port = std::to_string(data.port());
+        std::vector<ScriptStep> script = c.greeting;
+        for (ScriptStep step :
+             {Expect(login), Say("331 Guest login ok\r\n"), Expect("PASS corva@\r\n"),
+              Say("230 Logged in\r\n"), Expect("TYPE I\r\n"), Say("200 Binary\r\n"),
+              Expect("CWD pub\r\n"), Say("250 ok\r\n"), Expect("SIZE f.bin\r\n"), Say("213 7\r\n"),
+              Expect("EPSV\r\n")})
+            script.push_back(step);
+        if (c.epsv) {
+            script.push_back(Say("229 Extended Passive Mode (|||" + port + "|)\r\n"));
+        } else {
+            script.push_back(Say("500 EPSV not understood\r\n"));
+            script.push_back(Expect("PASV\r\n"));
+            // Another loopback address: a client that followed it would find
+            // nobody there, and the test never leaves the machine.
+            script.push_back(Say("227 Passive (127,9,8,7," + std::to_string(data.port() / 256) +
+                                 "," + std::to_string(data.port() % 256) + ")\r\n"));
+        }
+        script.push_back(Expect("RETR f.bin\r\n"));
+        script.insert(script.end(), c.retr.begin(), c.retr.end());
+        script.push_back(Expect("QUIT\r\n"));
+        script.push_back(Say("221 Bye\r\n"));
+        FakeServer control(script);
+        EraseFile(view_.target);
+        EXPECT_EQ(updater_.DownloadFile("ftp://" + control.address() + "/pub/f.bin", view_.target),
+                  !c.file.empty());
+        EXPECT_EQ(updater_.LastStatus(), c.shown);
+        EXPECT_EQ(FileExists(view_.target) ? LoadTextFile(view_.target) : "", c.file);
+        // The client has the goodbye only once the server read its QUIT.
+        EXPECT_TRUE(EndsWith(control.received(), "QUIT\r\n"));
+        EXPECT_EQ(control.problems(), "");
+    }
+
+    // A manual proxy is a web proxy: the address goes to it as a GET.
+    FakeServer proxy({Expect("GET ftp://ftp.example.org/pub/f.bin HTTP/1.0\r\n"
+                             "Host: ftp.example.org\r\n\r\n"),
+                      Say("HTTP/1.0 200 OK\r\nContent-Length: 7\r\n\r\npay"), Pause(50),
+                      Say("load"), Drop()});
+    sset("ProxyType", 2);
+    sset("ProxyServer", "127.0.0.1");
+    sset("ProxyPort", std::to_string(proxy.port()));
+    EXPECT_TRUE(updater_.DownloadFile("ftp.example.org/pub/f.bin", view_.target));
+    EXPECT_EQ(LoadTextFile(view_.target), "payload");
+    EXPECT_EQ(proxy.problems(), "");
 }
 
 } // namespace

@@ -6,6 +6,7 @@
 #include "platform/qt/QtKeyring.h"
 #include "platform/qt/QtLocalChannel.h"
 #include "platform/qt/QtSocket.h"
+#include "platform/qt/QtTimeZone.h"
 
 #include <QApplication>
 #include <QCheckBox>
@@ -297,15 +298,18 @@ struct QtPlatform::Impl {
     QtSound sound;
     QtKeyring keyring;
     QtHttp http;
+    QtTimeZones zones;
 };
 
 QtPlatform::QtPlatform() : impl_(std::make_unique<Impl>()) {
     setKeyring(&impl_->keyring);
     setHttp(&impl_->http);
+    setTimeZones(&impl_->zones);
 }
 QtPlatform::~QtPlatform() {
     setKeyring(nullptr);
     setHttp(nullptr);
+    setTimeZones(nullptr);
 }
 std::unique_ptr<Socket> QtPlatform::createSocket() {
     return std::make_unique<QtSocket>();
