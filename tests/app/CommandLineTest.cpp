@@ -342,6 +342,21 @@ TEST_F(CommandLine, RulesAndThresholdsWithoutAWindow) {
     EXPECT_EQ(run({"thresholds", "--spam", "0"}).status, 2);
 }
 
+// The desktop's language never reaches the numbers of the files: a German
+// locale would otherwise write and read "0,98".
+TEST_F(CommandLine, NumbersKeepTheirPointOnAGermanDesktop) {
+    const std::string locales = home_.file("locales");
+    fs::create_directories(locales);
+    if (std::system(
+            ("localedef -i de_DE -f UTF-8 " + locales + "/de_DE.UTF-8 2>/dev/null").c_str()) != 0)
+        GTEST_SKIP() << "no de_DE locale source to build";
+    const std::vector<std::string> german{"LOCPATH=" + locales, "LC_ALL=de_DE.UTF-8"};
+    settings("DELAY,0\r\n");
+    ASSERT_EQ(run({"thresholds", "--spam", "98"}, german).status, 0);
+    EXPECT_NE(readFile(home_.file("Corva.ini")).find("SPAMMINESS, 0.98 "), std::string::npos);
+    EXPECT_EQ(run({"thresholds"}, german).out.substr(0, 15), "Spamminess\t98%\t");
+}
+
 // Accounts are added, changed and removed with the wizard's tests; a key
 // typed in another case, on the command line or in the file, is the same key.
 TEST_F(CommandLine, AccountsAreSetUpWithoutAWindow) {

@@ -32,6 +32,8 @@
 #include <QUrl>
 #include <QVBoxLayout>
 
+#include <clocale>
+
 namespace corva::platform::qt {
 
 namespace {
@@ -302,6 +304,10 @@ struct QtPlatform::Impl {
 };
 
 QtPlatform::QtPlatform() : impl_(std::make_unique<Impl>()) {
+    // Qt's application object takes the desktop's locale for the C library
+    // too; numbers in files and on the wire keep their point whatever the
+    // desktop's language (a German desktop would write "0,99" to Corva.ini).
+    std::setlocale(LC_NUMERIC, "C");
     setKeyring(&impl_->keyring);
     setHttp(&impl_->http);
     setTimeZones(&impl_->zones);

@@ -5,6 +5,7 @@
 #include <QHostAddress>
 #include <QHostInfo>
 #include <QNetworkInterface>
+#include <QNetworkProxy>
 #include <QPointer>
 #include <QSslCertificate>
 #include <QSslConfiguration>
@@ -120,6 +121,9 @@ QtSocket::QtSocket() = default;
 QSslSocket& QtSocket::socket_() const {
     if (!socketPtr_) {
         socketPtr_ = std::make_unique<QSslSocket>();
+        // Mail servers are reached directly: the update check's "system
+        // proxy" choice sets Qt's proxy for the whole program, not for them.
+        socketPtr_->setProxy(QNetworkProxy::NoProxy);
         wire();
     }
     return *socketPtr_;
