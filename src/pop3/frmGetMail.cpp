@@ -403,7 +403,9 @@ void frmGetMail::send(const std::string& command) {
 //                             else send USER                      -> StUserSent
 //   StStlsSent  STLS reply    start TLS; once secured send USER   -> StUserSent
 //   StUserSent  USER reply    send PASS                           -> StPassSent
-//   StPassSent  PASS reply    send LIST                           -> StListSent
+//   StPassSent  PASS reply    secure: send CAPA                   -> StCapaSent
+//                             else send LIST                      -> StListSent
+//   StCapaSent  CAPA text     note PIPELINING; send LIST          -> StListSent
 //   StListSent  LIST text     gather to the dot line; send STAT   -> StStatSent
 //   StStatSent  STAT reply    count 0: QUIT                       -> StQuitSent
 //                             specific: RETR n (or QUIT if beyond) -> StRetrSent
@@ -417,10 +419,10 @@ void frmGetMail::send(const std::string& command) {
 //   StDeleSent  DELE reply    next: TOP n 1 or QUIT; DeletedSpam  -> StTopSent / StQuitSent
 //   StQuitSent  QUIT reply    status line, clean up, Finished
 //
-// On a secure connection a scan without deletion keeps up to AheadWindow TOP
-// commands on their way, and a retrieve sends TOP n+1 with RETR n (no DELE
-// can come between); that message is handed over once the command after
-// TOP n+1's reply is out. The bytes sent are those of the lock-step dialogue.
+// On a secure connection whose server names PIPELINING, a scan without deletion keeps up to
+// AheadWindow TOP commands on their way, and a retrieve sends TOP n+1 with RETR n (no DELE can come
+// between); that message is handed over once the command after TOP n+1's reply is out. The bytes
+// sent are those of the lock-step dialogue.
 //
 // A reply not starting with "+" fails the dialogue, except in the four
 // multi-line states, where every piece counts as good. "-ERR" once the last
@@ -465,7 +467,7 @@ void frmGetMail::DataArrival(const std::string& data) {
     }
 
     bool good = (!data.empty() && data[0] == '+') || state_ == StListSent || state_ == StStatSent ||
-                state_ == StTopSent || state_ == StRetrSent;
+                state_ == StTopSent || state_ == StRetrSent || state_ == StCapaSent;
     if (!good) {
         InMultiLine_ = false;
         LogAction("POP Error: " + data);
@@ -507,6 +509,9 @@ void frmGetMail::DataArrival(const std::string& data) {
     case StStlsSent:
         onStlsReply();
         break;
+    case StCapaSent:
+        onCapaText(data);
+        break;
     }
 }
 
@@ -517,6 +522,7 @@ void frmGetMail::onGreeting() {
     MessageCount_ = 0;
     MessageNumber_ = 0;
     TopsSent_ = 0;
+    pipelining_ = false;
     events_->Progress(connecting);
     if (security_[account_] == Account::StartTls && !socket_->isSecure()) {
         state_ = StStlsSent;
@@ -546,6 +552,33 @@ void frmGetMail::onUserReply() {
 }
 
 void frmGetMail::onPassReply() {
+    // Only a secure session sends commands ahead, and only to a server that
+    // says it takes them so; a plain session keeps its dialogue as it was.
+    if (socket_->isSecure()) {
+        state_ = StCapaSent;
+        send("CAPA");
+        return;
+    }
+    sendList();
+}
+
+void frmGetMail::onCapaText(const std::string& data) {
+    if (ReplyBuffer_.empty() && (data.empty() || data[0] == '-')) {
+        sendList(); // no capabilities: every command waits for its reply
+        return;
+    }
+    InMultiLine_ = true;
+    size_t from = ReplyBuffer_.size() >= 3 ? ReplyBuffer_.size() - 3 : 0;
+    ReplyBuffer_ += data;
+    if (!holdsTerminator(ReplyBuffer_, from)) return;
+    for (const std::string& line : Split(ReplyBuffer_, "\r\n"))
+        if (UCase(Trim(line)) == "PIPELINING") pipelining_ = true;
+    ReplyBuffer_.clear();
+    InMultiLine_ = false;
+    sendList();
+}
+
+void frmGetMail::sendList() {
     state_ = StListSent;
     LogAction("Sending LIST command");
     send("LIST");
@@ -687,7 +720,7 @@ void frmGetMail::judgeHeader(clsMessage& msg) {
         state_ = StRetrSent;
         // The TOP that follows a stored message can go with its RETR, unless
         // a DELE has to come between or the next is past the count.
-        if (socket_->isSecure() && stopAtLast_[account_] && MessageNumber_ < MessageCount_ &&
+        if (pipelining_ && stopAtLast_[account_] && MessageNumber_ < MessageCount_ &&
             sget("DELETEONRETRIEVE", 0).toNumber() != 1) {
             TopsSent_ = MessageNumber_ + 1;
             send("RETR " + n + "\r\nTOP " + Str(TopsSent_) + " 1");
@@ -710,8 +743,7 @@ void frmGetMail::nextMessage() {
 
 bool frmGetMail::scanAhead() const {
     // Whatever the verdicts, such a scan sends TOP 1 to TOP count, then QUIT.
-    return mode_ == GetHeadersMode && !DeleteBlocked_ && stopAtLast_[account_] &&
-           socket_->isSecure();
+    return mode_ == GetHeadersMode && !DeleteBlocked_ && stopAtLast_[account_] && pipelining_;
 }
 
 void frmGetMail::askTop() {

@@ -81,7 +81,8 @@ public:
         StRetrSent = 6,
         StDeleSent = 7,
         StQuitSent = 8,
-        StStlsSent = 9
+        StStlsSent = 9,
+        StCapaSent = 10
     };
 
     frmGetMail();
@@ -134,6 +135,8 @@ private:
     // One function per state of the dialogue.
     void onGreeting();
     void onStlsReply();
+    void onCapaText(const std::string& data);
+    void sendList();
     void sendUser();
     void onUserReply();
     void onPassReply();
@@ -215,6 +218,8 @@ private:
     bool InMultiLine_ = false;
     // The highest message number whose TOP is on its way (0: none this session).
     int32_t TopsSent_ = 0;
+    // The server named PIPELINING in its capabilities: commands may go ahead.
+    bool pipelining_ = false;
     std::string lastData_;
     bool inDataArrival_ = false;
     std::deque<std::string> deferredData_;

@@ -28,7 +28,11 @@ protected:
 };
 
 TEST_F(TlsScriptTest, StlsOrTlsFromTheFirstByteThenTheUsualDialogue) {
+    // A secure session asks for the capabilities after the login; a refusal
+    // is no failure, it only keeps every command waiting for its reply.
     const Steps emptyBox = listing({}) + quit();
+    const Steps capa = {Expect("CAPA\r\n"), Say("+OK\r\nTOP\r\nUSER\r\n.\r\n")};
+    const Steps noCapa = {Expect("CAPA\r\n"), Say("-ERR unknown command\r\n")};
     const struct {
         int security;
         Steps script;
@@ -36,10 +40,10 @@ TEST_F(TlsScriptTest, StlsOrTlsFromTheFirstByteThenTheUsualDialogue) {
     } cases[] = {
         {2,
          Steps{Say("+OK ready\r\n"), Expect("STLS\r\n"), Say("+OK Begin TLS\r\n"), StartTls()} +
-             credentials() + emptyBox,
+             credentials() + capa + emptyBox,
          {"DoingServer: Test", "NoMail: Test", "Finished"}},
         {1,
-         Steps{StartTls()} + login() + emptyBox,
+         Steps{StartTls()} + login() + noCapa + emptyBox,
          {"DoingServer: Test", "NoMail: Test", "Finished"}},
         {2,
          {Say("+OK ready\r\n"), Expect("STLS\r\n"), Say("-ERR TLS not available\r\n"),
@@ -55,19 +59,26 @@ TEST_F(TlsScriptTest, StlsOrTlsFromTheFirstByteThenTheUsualDialogue) {
     }
 }
 
-// Commands whose turn is certain go out before the replies ahead of them; a
-// data event holding several replies still hands each to its own message.
+// To a server that takes them, commands whose turn is certain go out before
+// the replies ahead of them; a data event holding several replies still hands
+// each to its own message.
 TEST_F(TlsScriptTest, CommandsSentAheadKeepEachReplyWithItsMessage) {
     const auto top = [](const std::string& subject) {
         return "+OK\r\n" + message("a@example.com", subject, "") + ".\r\n";
     };
-    const auto login = [](int count) {
+    const auto login = [](int count, bool pipelining = true) {
         std::string list = "+OK\r\n";
         for (int i = 1; i <= count; ++i) list += std::to_string(i) + " 60\r\n";
-        return Steps{Expect("USER ann\r\n"), Say("+OK\r\n"),
-                     Expect("PASS pw\r\n"),  Say("+OK\r\n"),
-                     Expect("LIST\r\n"),     Say(list + ".\r\n"),
-                     Expect("STAT\r\n"),     Say("+OK " + std::to_string(count) + " 180\r\n")};
+        return Steps{Expect("USER ann\r\n"),
+                     Say("+OK\r\n"),
+                     Expect("PASS pw\r\n"),
+                     Say("+OK\r\n"),
+                     Expect("CAPA\r\n"),
+                     Say(pipelining ? "+OK\r\nTOP\r\nPIPELINING\r\n.\r\n" : "+OK\r\nTOP\r\n.\r\n"),
+                     Expect("LIST\r\n"),
+                     Say(list + ".\r\n"),
+                     Expect("STAT\r\n"),
+                     Say("+OK " + std::to_string(count) + " 180\r\n")};
     };
     const Steps bye = {Expect("QUIT\r\n"), Say("+OK bye\r\n")};
     const struct {
@@ -85,6 +96,13 @@ TEST_F(TlsScriptTest, CommandsSentAheadKeepEachReplyWithItsMessage) {
              bye,
          {"One", "Two", "Three"},
          {"DoingServer: Test", "HeaderReceived", "HeaderReceived", "HeaderReceived", "Finished"}},
+        {"a server that does not name PIPELINING gets one command at a time",
+         false,
+         login(2, false) +
+             Steps{Expect("TOP 1 1\r\n"), Say(top("One")), Expect("TOP 2 1\r\n"), Say(top("Two"))} +
+             bye,
+         {"One", "Two"},
+         {"DoingServer: Test", "HeaderReceived", "HeaderReceived", "Finished"}},
         {"a retrieve sends the next TOP with each RETR",
          true,
          login(2) +
@@ -154,7 +172,9 @@ TEST_F(TlsScriptTest, CertificatesThatFailAreRefusedWithTheirFingerprint) {
 
 TEST_F(TlsScriptTest, TrustedCertificatePassesFromNowOnAndAChangedOneIsRefused) {
     prompts.trustAnswer = true;
-    start(1, Steps{TlsRefused(), NextConnection(), StartTls()} + login() + listing({}) + quit(),
+    start(1,
+          Steps{TlsRefused(), NextConnection(), StartTls()} + login() +
+              Steps{Expect("CAPA\r\n"), Say("-ERR\r\n")} + listing({}) + quit(),
           TestCertificates::get().selfSigned);
     run();
     EXPECT_EQ(log.outline(), (Outline{"DoingServer: Test", "NoMail: Test", "Finished"}));
