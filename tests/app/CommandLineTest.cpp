@@ -281,6 +281,7 @@ TEST_F(CommandLine, BadArgumentsAreRefusedPlainly) {
              {{"scan", "--account", "25"}, "0 to 19"},
              {{"scan", "--account", "3"}, "no account 3"},
              {{"check", "--account", "4", home_.file("m.eml")}, "no account 4"},
+             {{"scan", "--color=sometimes"}, "auto, always or never"},
              {{"list", "No Such Folder"}, "no folder \"No Such Folder\""},
              {{"block", "sender", "notanaddress"}, "\"notanaddress\" is not an address"},
              {{"block", "domain", "two words"}, "is not a domain"},

@@ -70,6 +70,9 @@ TEST_F(PaneTest, ShowsAttachmentsAndOpensLinksOnClick) {
                         Qt::LeftButton, Qt::NoButton, Qt::NoModifier);
     QApplication::sendEvent(box->viewport(), &release);
     EXPECT_EQ(platform_.shell_.opened, std::vector<std::string>{"http://photos.example/trip"});
+
+    // The pane prints what it shows; `corva print` reads the pages back.
+    EXPECT_GE(pane.display().printMessage(platform::PrintTarget::Pdf, dir.file("m.pdf")), 1);
 }
 
 TEST_F(PaneTest, WarnsOfSuspiciousCodeAndDecodesSubjects) {
