@@ -3,6 +3,8 @@
 // are all CRLF.
 #include "instance/MailLink.h"
 
+#include "core/Strings.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>

@@ -51,5 +51,8 @@ std::string EscapeBytes(std::string_view bytes, size_t limit = std::string::npos
 std::string Str(long long n);
 // At least two digits, with a leading zero: "07", "12", "123".
 std::string TwoDigits(int n);
+// Decodes %XY escapes into their bytes. An escape that isn't one stays as it
+// is, and "+" stays a plus, as mail links and FTP addresses have it.
+std::string PercentDecode(std::string_view text);
 
 } // namespace corva

@@ -8,13 +8,6 @@ namespace corva {
 
 namespace {
 
-int hexValue(char c) {
-    if (c >= '0' && c <= '9') return c - '0';
-    if (c >= 'a' && c <= 'f') return c - 'a' + 10;
-    if (c >= 'A' && c <= 'F') return c - 'A' + 10;
-    return -1;
-}
-
 // Control bytes can't stand in an address or a header line.
 std::string oneLine(std::string_view text) {
     std::string line;
@@ -48,21 +41,6 @@ void addAddresses(std::string& list, std::string_view encoded) {
 }
 
 } // namespace
-
-std::string PercentDecode(std::string_view text) {
-    std::string out;
-    out.reserve(text.size());
-    for (size_t i = 0; i < text.size(); ++i) {
-        if (text[i] == '%' && i + 2 < text.size() && hexValue(text[i + 1]) >= 0 &&
-            hexValue(text[i + 2]) >= 0) {
-            out += static_cast<char>(hexValue(text[i + 1]) * 16 + hexValue(text[i + 2]));
-            i += 2;
-        } else {
-            out += text[i];
-        }
-    }
-    return out;
-}
 
 std::optional<MailLink> ParseMailLink(std::string_view text) {
     const size_t at = InStrNoCase(text, "mailto:");

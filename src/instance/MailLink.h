@@ -19,10 +19,6 @@ struct MailLink {
     std::string body;
 };
 
-// Decodes %XY escapes into their bytes. An escape that isn't one stays as it
-// is, and "+" stays a plus, as mail links have it.
-std::string PercentDecode(std::string_view text);
-
 // Reads the link in text: "mailto:..." or the older "/mailto:..." wherever it
 // starts, the scheme in any case. Empty when the text holds no mail link.
 std::optional<MailLink> ParseMailLink(std::string_view text);

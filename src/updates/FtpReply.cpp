@@ -1,5 +1,7 @@
 #include "updates/FtpReply.h"
 
+#include "core/Strings.h"
+
 #include <algorithm>
 #include <cctype>
 #include <charconv>
@@ -36,26 +38,6 @@ std::vector<long long> numbersIn(const std::string& text) {
         found.push_back(n);
     }
     return found;
-}
-
-int hexValue(char c) {
-    if (isDigit(c)) return c - '0';
-    c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-    return c >= 'a' && c <= 'f' ? c - 'a' + 10 : -1;
-}
-
-std::string percentDecoded(const std::string& text) {
-    std::string out;
-    for (size_t i = 0; i < text.size(); ++i) {
-        if (text[i] == '%' && i + 2 < text.size() && hexValue(text[i + 1]) >= 0 &&
-            hexValue(text[i + 2]) >= 0) {
-            out += static_cast<char>(hexValue(text[i + 1]) * 16 + hexValue(text[i + 2]));
-            i += 2;
-        } else {
-            out += text[i];
-        }
-    }
-    return out;
 }
 
 bool startsNoCase(const std::string& text, const std::string& prefix) {
@@ -155,8 +137,8 @@ std::optional<FtpAddress> ParseFtpAddress(const std::string& url) {
     if (atSign != std::string::npos) {
         const std::string login = authority.substr(0, atSign);
         const size_t colon = login.find(':');
-        a.user = percentDecoded(login.substr(0, colon));
-        a.password = colon == std::string::npos ? "" : percentDecoded(login.substr(colon + 1));
+        a.user = PercentDecode(login.substr(0, colon));
+        a.password = colon == std::string::npos ? "" : PercentDecode(login.substr(colon + 1));
         authority = authority.substr(atSign + 1);
     }
     const size_t colon = authority.rfind(':');
@@ -173,10 +155,10 @@ std::optional<FtpAddress> ParseFtpAddress(const std::string& url) {
         authority = authority.substr(1, authority.size() - 2);
     a.host = authority;
     const size_t last = path.rfind('/');
-    a.file = percentDecoded(last == std::string::npos ? path : path.substr(last + 1));
+    a.file = PercentDecode(last == std::string::npos ? path : path.substr(last + 1));
     // "ftp://host//pub/x" names /pub from the root; "ftp://host/pub/x" pub
     // under the login folder.
-    a.folder = last == std::string::npos ? "" : percentDecoded(path.substr(0, last));
+    a.folder = last == std::string::npos ? "" : PercentDecode(path.substr(0, last));
     if (a.folder.empty() && last == 0) a.folder = "/";
     const auto bad = [](const std::string& s) {
         return s.find_first_of(std::string("\r\n\0", 3)) != std::string::npos;
