@@ -32,52 +32,28 @@ int start(pid_t& pid, const std::string& binary, const std::vector<std::string>&
 
 } // namespace
 
-HttpServer::HttpServer() {
+FileServer::FileServer(const std::string& scheme) : scheme_(scheme) {
     const int port = freeLoopbackPort();
     const std::string script =
-        (std::filesystem::path(CORVA_TEST_DATA).parent_path() / "support" / "http_server.py")
+        (std::filesystem::path(CORVA_TEST_DATA).parent_path() / "support" / (scheme + "_server.py"))
             .string();
-    std::filesystem::create_directories(root_.file("www"));
+    std::filesystem::create_directories(root_.file("files"));
     port_ =
         start(pid_, "/usr/bin/python3",
-              {"python3", script, "--folder", root_.file("www"), "--port", std::to_string(port)},
+              {"python3", script, "--folder", root_.file("files"), "--port", std::to_string(port)},
               port, root_.file("errors.log"));
 }
 
-HttpServer::~HttpServer() {
+FileServer::~FileServer() {
     stopServerProcess(pid_);
 }
 
-std::string HttpServer::url() const {
-    return "http://127.0.0.1:" + std::to_string(port_) + "/";
+std::string FileServer::url() const {
+    return scheme_ + "://127.0.0.1:" + std::to_string(port_) + "/";
 }
 
-void HttpServer::put(const std::string& path, const std::string& bytes) const {
-    writeFile(root_.file("www/" + path), bytes);
-}
-
-FtpServer::FtpServer() {
-    const int port = freeLoopbackPort();
-    const std::string script =
-        (std::filesystem::path(CORVA_TEST_DATA).parent_path() / "support" / "ftp_server.py")
-            .string();
-    std::filesystem::create_directories(root_.file("ftp"));
-    port_ =
-        start(pid_, "/usr/bin/python3",
-              {"python3", script, "--folder", root_.file("ftp"), "--port", std::to_string(port)},
-              port, root_.file("errors.log"));
-}
-
-FtpServer::~FtpServer() {
-    stopServerProcess(pid_);
-}
-
-std::string FtpServer::url() const {
-    return "ftp://127.0.0.1:" + std::to_string(port_) + "/";
-}
-
-void FtpServer::put(const std::string& path, const std::string& bytes) const {
-    writeFile(root_.file("ftp/" + path), bytes);
+void FileServer::put(const std::string& path, const std::string& bytes) const {
+    writeFile(root_.file("files/" + path), bytes);
 }
 
 HttpProxy::HttpProxy(const std::string& user, const std::string& password) {

@@ -12,43 +12,37 @@
 
 namespace corva::test {
 
-class HttpServer {
+// Serves a folder of files with tests/support/SCHEME_server.py.
+class FileServer {
 public:
-    HttpServer();
-    ~HttpServer();
-    HttpServer(const HttpServer&) = delete;
-    HttpServer& operator=(const HttpServer&) = delete;
+    explicit FileServer(const std::string& scheme);
+    ~FileServer();
+    FileServer(const FileServer&) = delete;
+    FileServer& operator=(const FileServer&) = delete;
 
     bool running() const { return port_ > 0; }
     int port() const { return port_; }
-    // "http://127.0.0.1:port/"
+    // "SCHEME://127.0.0.1:port/"
     std::string url() const;
     // Puts a file to serve at path (relative, may have folders).
     void put(const std::string& path, const std::string& bytes) const;
 
 private:
+    std::string scheme_;
     TempDir root_;
     int port_ = 0;
     pid_t pid_ = -1;
 };
 
-// Anonymous, or ann with password pw; NAME.short is served as NAME cut short.
-class FtpServer {
+class HttpServer : public FileServer {
 public:
-    FtpServer();
-    ~FtpServer();
-    FtpServer(const FtpServer&) = delete;
-    FtpServer& operator=(const FtpServer&) = delete;
+    HttpServer() : FileServer("http") {}
+};
 
-    bool running() const { return port_ > 0; }
-    // "ftp://127.0.0.1:port/"
-    std::string url() const;
-    void put(const std::string& path, const std::string& bytes) const;
-
-private:
-    TempDir root_;
-    int port_ = 0;
-    pid_t pid_ = -1;
+// Anonymous, or ann with password pw; NAME.short is served as NAME cut short.
+class FtpServer : public FileServer {
+public:
+    FtpServer() : FileServer("ftp") {}
 };
 
 class HttpProxy {
