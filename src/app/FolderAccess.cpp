@@ -1,6 +1,7 @@
 #include "app/FolderAccess.h"
 
 #include "app/Command.h"
+#include "app/HandOver.h"
 #include "core/AppInfo.h"
 #include "core/FileSubs.h"
 #include "platform/Platform.h"
@@ -52,6 +53,21 @@ int FolderAccess::finish(int status) const {
 
 FolderAccess::~FolderAccess() {
     if (readOnly_) platform::current().files().setWritesAllowed(true);
+}
+
+int RunInFolder(const Command& command, const std::vector<std::string>& words,
+                const std::string& home) {
+    if (!CommandOnlyReads(command.name, words)) {
+        const std::string refusal = RunningWindowRefusal(command.name, home);
+        if (!refusal.empty()) {
+            std::cerr << refusal << "\n";
+            return 1;
+        }
+    }
+    FolderAccess access(command.name, words);
+    if (!access.granted()) return 1;
+    CommandArgs args(words, command.name);
+    return access.finish(command.run(args));
 }
 
 } // namespace corva::app

@@ -9,6 +9,8 @@
 
 namespace corva::app {
 
+struct Command;
+
 // The commands the help calls read-only, by their name and remaining words.
 bool CommandOnlyReads(const std::string& command, const std::vector<std::string>& words);
 
@@ -30,5 +32,11 @@ private:
     bool readOnly_;
     FolderClaim claim_;
 };
+
+// Runs a command as both programs do once their platform is installed: one
+// that changes settings or lists is refused while a window runs, and the
+// folder is held for its length. The exit status.
+int RunInFolder(const Command& command, const std::vector<std::string>& words,
+                const std::string& home);
 
 } // namespace corva::app

@@ -5,7 +5,6 @@
 #include "app/Command.h"
 #include "app/CommandLine.h"
 #include "app/FolderAccess.h"
-#include "app/HandOver.h"
 #include "app/Terminal.h"
 #include "platform/ConsolePrompts.h"
 #include "platform/Platform.h"
@@ -127,17 +126,7 @@ int main(int argc, char** argv) {
         if (first != c.name) continue;
         FrontPlatform platform;
         platform::ScopedPlatform installed(platform);
-        if (!app::CommandOnlyReads(first, words)) {
-            const std::string refusal = app::RunningWindowRefusal(first, call.home);
-            if (!refusal.empty()) {
-                std::cerr << refusal << "\n";
-                return 1;
-            }
-        }
-        app::FolderAccess access(first, words);
-        if (!access.granted()) return 1;
-        app::CommandArgs args(words, first);
-        return access.finish(c.run(args));
+        return app::RunInFolder(c, words, call.home);
     }
     return becomeFullProgram(argv);
 }

@@ -123,17 +123,7 @@ int main(int argc, char** argv) {
         corva::platform::ConsolePrompts console;
         platform.setPrompts(&console);
         corva::platform::ScopedPlatform installed(platform);
-        if (!corva::app::CommandOnlyReads(first, words)) {
-            const std::string refusal = corva::app::RunningWindowRefusal(first, call.home);
-            if (!refusal.empty()) {
-                std::cerr << refusal << "\n";
-                return 1;
-            }
-        }
-        corva::app::FolderAccess access(first, words);
-        if (!access.granted()) return 1;
-        corva::app::CommandArgs args(words, first);
-        return access.finish(c.run(args));
+        return corva::app::RunInFolder(c, words, call.home);
     }
     std::cerr << "corva: unknown command '" << first << "'. Try 'corva --help'.\n";
     return 2;
