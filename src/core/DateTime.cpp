@@ -44,11 +44,6 @@ Parts split(double serial) {
     return p;
 }
 
-std::string two(int n) {
-    if (n < 0 || n > 99) return std::to_string(n);
-    return std::string{static_cast<char>('0' + n / 10), static_cast<char>('0' + n % 10)};
-}
-
 } // namespace
 
 long long DaysFromCivil(long long y, int m, int d) {
@@ -160,65 +155,85 @@ long long DateTime::toTimeT() const {
     return static_cast<long long>(std::mktime(&local));
 }
 
+// A token is a run of one letter, taken at the longest length the letter has
+// (a run too long gives a token and then the rest); "yyy" is "yy" and a
+// plain "y". Stores stamp every message they read, so this stays cheap: one
+// pass, digits written by hand, no streams or locale.
 std::string DateTime::format(const std::string& pattern) const {
-    Parts p = split(serial_);
+    const Parts p = split(serial_);
     std::string out;
+    out.reserve(pattern.size() + 8);
+    auto number = [&out](int n, bool padded) {
+        if (n >= 0 && n <= 99) {
+            if (padded || n > 9) out += static_cast<char>('0' + n / 10);
+            out += static_cast<char>('0' + n % 10);
+        } else {
+            out += std::to_string(n);
+        }
+    };
+    auto lowerAt = [&pattern](size_t i) {
+        const char c = pattern[i];
+        return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c;
+    };
     bool afterHour = false;
     size_t i = 0;
-    auto take = [&](const char* token) {
-        size_t n = std::char_traits<char>::length(token);
-        if (i + n <= pattern.size() &&
-            EqualsNoCase(std::string_view(pattern).substr(i, n), token)) {
-            i += n;
-            return true;
-        }
-        return false;
-    };
     while (i < pattern.size()) {
+        const char c = lowerAt(i);
         if (pattern[i] == '\\' && i + 1 < pattern.size()) {
             out += pattern[i + 1];
             i += 2;
-        } else if (take("yyyy")) {
-            out += std::to_string(p.y);
-        } else if (take("yy")) {
-            out += two(p.y % 100);
-        } else if (take("mmmm")) {
-            out += MonthName(p.mo);
-        } else if (take("mmm")) {
-            out += MonthShortName(p.mo);
-        } else if (take("mm")) {
-            out += afterHour ? two(p.mi) : two(p.mo);
-            afterHour = false;
-        } else if (take("m")) {
-            out += std::to_string(afterHour ? p.mi : p.mo);
-            afterHour = false;
-        } else if (take("dddd")) {
-            out += kDays[weekday() - 1];
-        } else if (take("ddd")) {
-            out += kDaysShort[weekday() - 1];
-        } else if (take("dd")) {
-            out += two(p.d);
-        } else if (take("d")) {
-            out += std::to_string(p.d);
-        } else if (take("hh")) {
-            out += two(p.h);
-            afterHour = true;
-        } else if (take("h")) {
-            out += std::to_string(p.h);
-            afterHour = true;
-        } else if (take("nn")) {
-            out += two(p.mi);
-        } else if (take("n")) {
-            out += std::to_string(p.mi);
-        } else if (take("ss")) {
-            out += two(p.s);
-        } else if (take("s")) {
-            out += std::to_string(p.s);
-        } else if (take("AM/PM")) {
-            out += p.h < 12 ? "AM" : "PM";
-        } else {
-            out += pattern[i++];
+            continue;
         }
+        if (c == 'a' && pattern.size() - i >= 5 &&
+            EqualsNoCase(std::string_view(pattern).substr(i, 5), "AM/PM")) {
+            out += p.h < 12 ? "AM" : "PM";
+            i += 5;
+            continue;
+        }
+        size_t run = 1;
+        while (run < 4 && i + run < pattern.size() && lowerAt(i + run) == c) ++run;
+        size_t taken = run;
+        switch (c) {
+        case 'y':
+            if (run == 4) {
+                out += std::to_string(p.y);
+            } else if (run >= 2) {
+                number(p.y % 100, true);
+                taken = 2;
+            } else {
+                out += pattern[i];
+            }
+            break;
+        case 'm':
+            if (run == 4) {
+                out += MonthName(p.mo);
+            } else if (run == 3) {
+                out += MonthShortName(p.mo);
+            } else {
+                number(afterHour ? p.mi : p.mo, run == 2);
+                afterHour = false;
+            }
+            break;
+        case 'd':
+            if (run == 4)
+                out += kDays[weekday() - 1];
+            else if (run == 3)
+                out += kDaysShort[weekday() - 1];
+            else
+                number(p.d, run == 2);
+            break;
+        case 'h':
+        case 'n':
+        case 's':
+            taken = run >= 2 ? 2 : 1;
+            number(c == 'h' ? p.h : c == 'n' ? p.mi : p.s, taken == 2);
+            if (c == 'h') afterHour = true;
+            break;
+        default:
+            out += pattern[i];
+            taken = 1;
+        }
+        i += taken;
     }
     return out;
 }

@@ -220,6 +220,9 @@ TEST(Dates, FormatsAndParsesTheCommonForms) {
     EXPECT_EQ(d.format("yyyy-mm-dd hh:nn:ss"), "2008-06-03 11:05:30");
     EXPECT_EQ(d.format(" (HHMMSS-YYMMDD) "), " (110530-080603) ");
     EXPECT_EQ(d.format("ddd, d mmm yyyy"), "Tue, 3 Jun 2008");
+    // A run too long for its letter is a token and then the rest; minutes follow hours.
+    EXPECT_EQ(d.format("yyy mmmmm dddd h:m \\h AM/PM"), "08y June6 Tuesday 11:5 h AM");
+    EXPECT_EQ(DateTime::fromParts(12345, 7, 8, 23, 4, 5).format("yyyy yy s"), "12345 45 5");
     auto parsed = ParseDate("Tue, 3 Jun 2008 11:05:30 +0200");
     ASSERT_TRUE(parsed);
     EXPECT_EQ(parsed->format("yyyy-mm-dd hh:nn:ss"), "2008-06-03 11:05:30");
