@@ -453,10 +453,13 @@ void FillFiles(const std::string& rawFolder, const std::string& types,
         std::error_code ec;
         int seen = 0;
         for (fs::directory_iterator it(folder, ec), end; !ec && it != end; it.increment(ec)) {
-            std::string name = it->path().filename().string();
+            // The entry's type comes with the listing; only a link (or a file
+            // system that doesn't say) costs a look at the file itself.
             std::error_code statError;
-            fs::file_status st = it->status(statError);
-            if (statError || !fs::exists(st) || fs::is_directory(st)) continue;
+            const bool folderEntry = it->is_directory(statError);
+            if (statError || folderEntry) continue;
+            const std::string& full = it->path().native();
+            std::string name = full.substr(full.rfind('/') + 1);
             size_t dot = name.rfind('.');
             std::string ext = dot == std::string::npos ? "" : name.substr(dot + 1);
             bool counts = ext.empty() ? types.empty() : InStrNoCase(types, ext) > 0;
