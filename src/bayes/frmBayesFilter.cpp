@@ -213,7 +213,7 @@ void frmBayesFilter::GenerateTables(const std::string& label, const std::string&
     size_t read = 0;
     for (size_t i = 0; i < files.size() && !StopRequested; ++i, ++read) {
         guarded("GenerateTables", Module, [&] {
-            auto msg = readfullmessage(files[i]);
+            auto msg = readmessageforwordcount(files[i]);
             if (msg && !(unreadOnly && msg->Read)) hashmessage(table, *msg, false);
         });
         if (listener_) status(label + " - Message " + std::to_string(i + 1) + " of " + total);

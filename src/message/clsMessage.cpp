@@ -170,6 +170,14 @@ void clsMessage::DeleteMimeParts() {
 }
 
 void clsMessage::CreateFromText(const std::string& strMessage, bool vHeaderOnly) {
+    create(strMessage, vHeaderOnly, false);
+}
+
+void clsMessage::CreateForWordCount(const std::string& strMessage) {
+    create(strMessage, false, true);
+}
+
+void clsMessage::create(const std::string& strMessage, bool vHeaderOnly, bool wordCountOnly) {
     unnamedMessages_ = 0;
     StrippedBody.clear();
     HtmlStrippedBody.clear();
@@ -186,7 +194,7 @@ void clsMessage::CreateFromText(const std::string& strMessage, bool vHeaderOnly)
     ContentTypeMain.clear();
 
     bool ok = guarded("createfromtext", Module, [&] {
-        raw_ = strMessage;
+        if (!wordCountOnly) raw_ = strMessage;
         float kb =
             static_cast<float>(std::nearbyint(static_cast<double>(strMessage.size()) / 1024.0));
         Size = kb < 1.0f ? 1.0f : kb;
@@ -208,7 +216,7 @@ void clsMessage::CreateFromText(const std::string& strMessage, bool vHeaderOnly)
     ok = guarded("createfromtext", Module, [&] {
         Headers.assign(strMessage, 0, position - 1);
         MessageBody.assign(strMessage, position + 3);
-        Messagetext = strMessage;
+        if (!wordCountOnly) Messagetext = strMessage;
     });
     if (!ok) return;
 
@@ -216,7 +224,7 @@ void clsMessage::CreateFromText(const std::string& strMessage, bool vHeaderOnly)
 
     if (!HeaderOnly) {
         guarded("createfromtext", Module, [&] { NewDecodePart(strMessage); });
-        CreateStripped();
+        strip(wordCountOnly);
     }
 }
 
@@ -397,15 +405,25 @@ void clsMessage::TagAsSpam() {
 }
 
 void clsMessage::CreateStripped() {
+    strip(false);
+}
+
+// For the word counts only the body they read is made, and the parts give up
+// their text rather than copy it.
+void clsMessage::strip(bool wordCountOnly) {
     guarded("CreateStripped", Module, [&] {
+        auto take = [wordCountOnly](std::string& content) -> std::string {
+            if (wordCountOnly) return std::move(content);
+            return content;
+        };
         std::string text;
         std::string contentType;
         if (!parts_.empty()) {
-            text = parts_[0].Content;
+            text = take(parts_[0].Content);
             contentType = parts_[0].ContentType;
             if (ts::trimView(text).empty()) {
                 for (size_t i = 1; i < parts_.size(); ++i) {
-                    text = parts_[i].Content;
+                    text = take(parts_[i].Content);
                     contentType = parts_[i].ContentType;
                     if (!text.empty() && parts_[i].Encoding == "base64")
                         text = vbDecodeMime64(text);
@@ -420,24 +438,28 @@ void clsMessage::CreateStripped() {
         // Decoded whatever the part claims: a plain "=41" comes out as "A".
         if (text.find('=') != std::string::npos) text = quotedprintabledecode(text);
 
-        StrippedBody = text;
-        if (!StrippedBody.empty()) {
+        auto plainBody = [this](std::string body) {
+            StrippedBody = std::move(body);
+            if (StrippedBody.empty()) return;
             ts::lineEndsInPlace(StrippedBody, true);
             htmlconsttochar(StrippedBody);
             htmltochar(StrippedBody);
-        }
-
+        };
         std::string lowerType = ts::lowerCopy(contentType);
         if (text.empty() ||
             (!ts::contains(lowerType, "html") && !ts::contains(lowerType, "text"))) {
+            plainBody(std::move(text));
             HtmlStrippedBody.clear();
             return;
         }
-        HtmlStrippedBody = std::move(text);
+        if (!wordCountOnly) plainBody(text);
+        HtmlStrippedBody = wordCountOnly ? text : std::move(text);
         ts::lineEndsInPlace(HtmlStrippedBody, false);
         htmlconsttochar(HtmlStrippedBody);
         htmltochar(HtmlStrippedBody);
         striphtml(HtmlStrippedBody);
+        // The word counts fall back on the plain body only when this one is empty.
+        if (wordCountOnly && HtmlStrippedBody.empty()) plainBody(std::move(text));
     });
 }
 

@@ -89,6 +89,11 @@ public:
     // ---- Operations ----
     // Fills the object from raw text; may be called again on the same object.
     void CreateFromText(const std::string& strMessage, bool vHeaderOnly);
+    // Fills only what the word counts read: the header fields, Headers, Read and
+    // the stripped body the tokens come from (HtmlStrippedBody when it has
+    // text, else StrippedBody). Nothing is kept for saving or showing. For a
+    // new object.
+    void CreateForWordCount(const std::string& strMessage);
     void AddAttachment(const std::string& name);
     void ClearAttachments();
     void DeleteMimeParts();
@@ -116,6 +121,8 @@ public:
                      const std::string& sectionName, const std::string& encoding);
 
 private:
+    void create(const std::string& strMessage, bool headerOnly, bool wordCountOnly);
+    void strip(bool wordCountOnly);
     void parseHeaderLines();
     void decodePart(const std::string& text, int depth);
     void decodeMultipart(const std::string& body, const std::string& boundary, int depth);

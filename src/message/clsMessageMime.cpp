@@ -94,13 +94,12 @@ void clsMessage::decodeheader(const std::string& header, std::string& contentTyp
 
 std::string clsMessage::extractfilename(const std::string& header, const std::string& contentType) {
     return guardedValue("extractfilename", Module, std::string(), [&]() -> std::string {
-        std::string lower = ts::lowerCopy(header);
-        size_t pos = lower.find("name="); // filename= matches too
+        size_t pos = ts::findNoCase(header, "name="); // filename= matches too
         size_t start = std::string::npos;
         if (pos != std::string::npos) {
             start = pos + 5;
         } else {
-            pos = lower.find("name*1=");
+            pos = ts::findNoCase(header, "name*1=");
             if (pos != std::string::npos) start = pos + 7;
         }
         if (pos == std::string::npos) {

@@ -121,6 +121,25 @@ std::shared_ptr<clsMessage> readfullmessage(const std::string& path) {
     return readmessage(path, false);
 }
 
+std::shared_ptr<clsMessage> readmessageforwordcount(const std::string& path) {
+    // A backslash reads as a folder step in the full reader.
+    platform::FileContents contents;
+    if (path.find('\\') != std::string::npos ||
+        !platform::current().files().readFile(path, -1, contents))
+        return readfullmessage(path);
+    auto message = std::make_shared<clsMessage>();
+    guarded("readmessage", kModule, [&] {
+        if (contents.length == 0) {
+            RecordAction("Empty message file " + path, "readmessage", kModule);
+            return;
+        }
+        std::string& text = contents.bytes;
+        if (text.find("\r\n") == std::string::npos) text = Replace(text, "\n", "\r\n");
+        message->CreateForWordCount(text);
+    });
+    return message;
+}
+
 namespace {
 
 // What saving one message means on disk: the text for its name, and the

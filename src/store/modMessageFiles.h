@@ -25,6 +25,10 @@ std::shared_ptr<clsMessage> readfullmessage(const std::string& path);
 // The whole text with only the header parsed: enough to change the store's
 // flag lines and save it again, without decoding the body.
 std::shared_ptr<clsMessage> readmessageforsaving(const std::string& path);
+// What training counts (clsMessage::CreateForWordCount), for a name exactly as a
+// folder listing gives it: one open, no look for its other spellings, no
+// dates. A name that doesn't open as given reads as readfullmessage reads it.
+std::shared_ptr<clsMessage> readmessageforwordcount(const std::string& path);
 
 // Writes the message under its Filename, whose case follows Read, and removes
 // the file's other spelling: marking read or unread renames the file. An empty

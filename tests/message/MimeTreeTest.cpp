@@ -178,12 +178,21 @@ TEST_F(MimeTree, StrippedBodiesForWordTests) {
                "Content-Transfer-Encoding: base64", "", test::encode64("<i>found</i>"), "--b--",
                ""}),
          "<i>found</i>", "found"},
+        // Nothing but tags: the word tests fall back on the body with its tags.
+        {crlf({"Content-Type: text/html", "", "<p></p>"}), "<p></p>", ""},
+        {crlf({"Content-Type: image/gif", "", "GIF89a"}), "GIF89a", ""},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.text);
         clsMessage m = parse(c.text);
         EXPECT_EQ(m.StrippedBody, c.stripped);
         EXPECT_EQ(m.HtmlStrippedBody, c.htmlStripped);
+        // Training builds only the body the word tests read.
+        clsMessage counted;
+        counted.CreateForWordCount(c.text);
+        EXPECT_EQ(counted.HtmlStrippedBody.empty() ? counted.StrippedBody
+                                                   : counted.HtmlStrippedBody,
+                  c.htmlStripped.empty() ? c.stripped : c.htmlStripped);
     }
 }
 

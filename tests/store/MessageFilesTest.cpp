@@ -135,3 +135,37 @@ TEST_F(StoreTest, FilesThatCannotBeMessagesGiveEmptyMessagesAndARecord) {
     EXPECT_TRUE(readmessageheader(inbox() + "NOPE.EML")->Filename().empty());
     EXPECT_TRUE(LastActionEntries().empty());
 }
+
+// Training's read gives every field the word counts use as the full read does,
+// including for the names and files only the full reader's fallbacks handle.
+TEST_F(StoreTest, WordCountReadAgreesWithTheFullRead) {
+    MessageSpec html;
+    html.body = "<p>Visit <a href=\"http://x.example/\">us</a></p>\r\n";
+    const std::string htmlText =
+        Replace(messageText(html), "Subject: Hello", "Subject: Hello\r\nContent-Type: text/html");
+    writeFile(inbox() + "HTML.EML", htmlText);
+    writeFile(inbox() + "LF.EML", "Subject: unix\nX-Message-Read: 1\n\nline 1\nline 2\n");
+    writeFile(inbox() + "EMPTY.EML", "");
+    writeFile(inbox() + "BACK\\SLASH.EML", messageText({}));
+    ASSERT_EQ(::mkfifo((inbox() + "PIPE.EML").c_str(), 0600), 0);
+    addMessage("Inbox/", "UPPER.EML", {});
+    auto wordBody = [](const clsMessage& m) {
+        return m.HtmlStrippedBody.empty() ? m.StrippedBody : m.HtmlStrippedBody;
+    };
+    for (const std::string name : {"HTML.EML", "LF.EML", "EMPTY.EML", "BACK\\SLASH.EML", "PIPE.EML",
+                                   "upper.eml", "NOPE.EML"}) {
+        SCOPED_TRACE(name);
+        ResetLastActions();
+        auto full = readfullmessage(inbox() + name);
+        const auto fullRecord = LastActionEntries().size();
+        ResetLastActions();
+        auto counted = readmessageforwordcount(inbox() + name);
+        EXPECT_EQ(LastActionEntries().size(), fullRecord);
+        EXPECT_EQ(counted->Headers, full->Headers);
+        EXPECT_EQ(counted->Subject, full->Subject);
+        EXPECT_EQ(counted->Read, full->Read);
+        EXPECT_EQ(counted->ContentTypeMain, full->ContentTypeMain);
+        EXPECT_EQ(wordBody(*counted), wordBody(*full));
+    }
+    EXPECT_EQ(readmessageforwordcount(inbox() + "HTML.EML")->HtmlStrippedBody, "Visit us");
+}
