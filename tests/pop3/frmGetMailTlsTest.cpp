@@ -153,7 +153,6 @@ TEST_F(TlsScriptTest, CommandsSentAheadKeepEachReplyWithItsMessage) {
 TEST_F(TlsScriptTest, PipelinedRetrieveMatchesEveryReplyToItsCommand) {
     SubjectRules rules;
     pop.setRuleChecks(&rules, nullptr);
-    sset("MailTimeout", 1);
     const auto tops = [](const std::vector<std::string>& subjects) {
         std::string commands, replies;
         for (size_t i = 0; i < subjects.size(); ++i) {
@@ -202,7 +201,7 @@ TEST_F(TlsScriptTest, PipelinedRetrieveMatchesEveryReplyToItsCommand) {
              Steps{Expect("RETR 1\r\nRETR 2\r\n"), Say(one + "+OK\r\nFrom: a@example.com\r\n"),
                    Expect("DELE 1\r\n"), Drop()},
          {"DoingServer: Test", "MessageReceived", "Cancelled", "DeletionsUnconfirmed: 0",
-          "Finished", "TimedOut: 1"},
+          "Finished", "TimedOut: 2"},
          "DELE 2"},
         {"Stop with commands on their way sends nothing more",
          DeleteBlocked,
@@ -221,6 +220,9 @@ TEST_F(TlsScriptTest, PipelinedRetrieveMatchesEveryReplyToItsCommand) {
             if (m.Subject == "Stop") pop.CancelMail();
         };
         sset("DELETEONRETRIEVE", c.options & DeleteOnRetrieve ? 1 : 0);
+        // Only the dropped connection waits out its time-out; a handshake on a busy machine is
+        // slow.
+        sset("MailTimeout", c.outline.back() == "TimedOut: 2" ? 2 : 30);
         EraseFile(frmGetMail::tempFilePath(1));
         start(1, Steps{StartTls(), Say("+OK ready\r\n")} + c.steps);
         pop.GetMessages(0, c.options & DeleteBlocked, false);
@@ -230,7 +232,7 @@ TEST_F(TlsScriptTest, PipelinedRetrieveMatchesEveryReplyToItsCommand) {
         EXPECT_EQ(server->received().find(c.neverSent), std::string::npos);
         // Half a message is of no use: its temporary file goes.
         EXPECT_EQ(FileExists(frmGetMail::tempFilePath(1)),
-                  log.saw("MessageReceived") && !log.saw("TimedOut: 1"));
+                  log.saw("MessageReceived") && !log.saw("TimedOut: 2"));
     }
 }
 
