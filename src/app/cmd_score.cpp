@@ -35,6 +35,8 @@ int run(CommandArgs& args) {
     frmBayesFilter& filter = StartBayesFilter();
     if (filter.WordTable().MaxIndex == 0)
         std::cerr << "No word table yet: run 'corva train' first.\n";
+    // The breakdown text is made only when it is printed.
+    filter.KeepBreakdown(breakdown);
     int status = 0;
     for (const std::string& file : files) {
         clsMessage msg;
@@ -66,6 +68,7 @@ int run(CommandArgs& args) {
             std::cout << "No breakdown: fewer than " << corva::HeaderWords << " tokens.\n";
         for (const auto& line : lines) std::cout << terminalLine(line) << "\n";
     }
+    filter.KeepBreakdown(true);
     return status;
 }
 

@@ -16,6 +16,8 @@ namespace corva {
 
 // The hash of a key (up to its first NUL) into 0 .. size - 1.
 int32_t cHash(std::string_view key, int32_t size);
+// The whole hash a table keeps for a key (FullHashAt), to look it up with RecIndexHashed.
+uint64_t KeyHash(std::string_view key);
 
 class clsHashTable {
 public:

@@ -4,6 +4,7 @@
 // holds the choices of where training mail comes from.
 #pragma once
 
+#include "bayes/TokenSet.h"
 #include "bayes/clsHashTable.h"
 #include "filters/BayesScore.h"
 
@@ -57,6 +58,9 @@ public:
     // ---- Public interface ----
     // The next score loads the word table again.
     void ForceRefresh() { wordLoaded_ = false; }
+    // Whether a score writes its breakdown into the message's SpamSplit (it
+    // does unless told otherwise); a caller that never shows it saves the text.
+    void KeepBreakdown(bool keep) { keepSplit_ = keep; }
     // Loads HashTable.dat on top of what the word table holds.
     void LoadWordHash();
     // Adds the unread mail of the SpamBayes folder to the bad counts and rebuilds.
@@ -112,12 +116,12 @@ public:
 
 private:
     float score(clsMessage& msg, bool headersOnly);
+    void sortRanked();
     void status(const std::string& text);
     bool stopped();
     void loadFilled(clsHashTable& table, const std::string& path);
 
     clsHashTable word_;
-    clsHashTable test_;
     clsHashTable good_;
     clsHashTable bad_;
     bool wordLoaded_ = false;
@@ -125,7 +129,9 @@ private:
     bool badLoaded_ = false;
     frmBayesFilterListener* listener_ = nullptr;
     clsContacts* contacts_ = nullptr;
+    bool keepSplit_ = true;
     // Scratch space of the score, kept between messages to spare allocations.
+    TokenSet tokens_;
     std::vector<std::pair<float, int32_t>> ranked_;
 };
 
