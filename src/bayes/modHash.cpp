@@ -106,14 +106,6 @@ std::string_view trimBlanks(std::string_view s) {
     return s;
 }
 
-// Punctuation that separates words outside the whole-header and subject-line tokens.
-constexpr std::array<char, 256> breakPunctuation = [] {
-    std::array<char, 256> t{};
-    for (int c = 0; c < 256; ++c) t[static_cast<size_t>(c)] = static_cast<char>(c);
-    for (unsigned char c : std::string_view("=,*-()")) t[c] = ' ';
-    return t;
-}();
-
 bool containsNoCase(std::string_view hay, std::string_view lowerNeedle) {
     return findNoCase(hay, lowerNeedle) != 0;
 }
@@ -165,23 +157,28 @@ private:
 // What a word holds, gathered while its end is looked for, so that each test
 // below is a bit rather than another pass over the word.
 enum : uint16_t {
-    Delimiter = 1, // a blank or ">"
-    Cleaned = 2,   // cleaned away
-    Dot = 4,
-    Slash = 8,
-    Colon = 16,
-    At = 32,
-    Semicolon = 64,
-    NotNumeric = 128, // not a digit, "-" or "+"
-    LetterB = 256,    // for "boundary"
-    LetterW = 512,    // for "www."
+    Blank = 1,       // a blank, or a tab or line end (which read as blanks)
+    Closing = 2,     // ">", which ends a word and stays on it
+    Cleaned = 4,     // cleaned away
+    Punctuation = 8, // "=,*-()", blanks outside the whole-header and subject-line tokens
+    Dot = 16,
+    Slash = 32,
+    Colon = 64,
+    At = 128,
+    Semicolon = 256,
+    NotNumeric = 512, // not a digit, "-" or "+"
+    LetterB = 1024,   // for "boundary"
+    LetterW = 2048,   // for "www."
 };
 
 constexpr std::array<uint16_t, 256> byteClass = [] {
     std::array<uint16_t, 256> t{};
     for (int c = 0; c < 256; ++c) {
         uint16_t bits = 0;
-        if (c == ' ' || c == '>') bits |= Delimiter;
+        if (c == ' ' || c == '\t' || c == '\r' || c == '\n') bits |= Blank;
+        if (c == '>') bits |= Closing;
+        if (std::string_view("=,*-()").find(static_cast<char>(c)) != std::string_view::npos)
+            bits |= Punctuation;
         if (cleanedAway[static_cast<size_t>(c)]) bits |= Cleaned;
         if (c == '.') bits |= Dot;
         if (c == '/') bits |= Slash;
@@ -294,68 +291,68 @@ struct Tokeniser {
         if (keepPrevious) previous.assign(w);
     }
 
-    // Line ends and tabs become one blank each, CR LF included. Eight bytes
-    // at a time while none of them is a control byte below 14.
-    void flatten(std::string_view input) {
-        text.resize(input.size());
-        char* o = text.data();
-        const char* in = input.data();
-        const size_t n = input.size();
-        size_t i = 0;
-        while (i < n) {
-            while (i + 8 <= n) {
-                uint64_t block;
-                std::memcpy(&block, in + i, 8);
-                if ((block - 0x0E0E0E0E0E0E0E0EULL) & ~block & 0x8080808080808080ULL) break;
-                std::memcpy(o, in + i, 8);
-                o += 8;
-                i += 8;
-            }
-            if (i >= n) break;
-            char c = in[i];
-            if (c == '\r' || c == '\n' || c == '\t') {
-                if (c == '\r' && i + 1 < n && in[i + 1] == '\n') ++i;
-                c = ' ';
-            }
-            *o++ = c;
-            ++i;
+    // Whether the text with each line end (CR LF included) and tab made one
+    // blank is at most 50 long and holds a blank: a short phrase.
+    static bool isPhrase(std::string_view input) {
+        if (input.size() > 100) return false;
+        size_t length = input.size();
+        bool blank = false;
+        for (size_t i = 0; i < input.size(); ++i) {
+            const char c = input[i];
+            if (c == '\r' && i + 1 < input.size() && input[i + 1] == '\n') --length;
+            if (c == ' ' || c == '\t' || c == '\r' || c == '\n') blank = true;
         }
-        text.resize(static_cast<size_t>(o - text.data()));
+        return blank && length <= 50;
+    }
+
+    void phrase(std::string_view input, std::string_view prefix) {
+        text.clear();
+        for (size_t i = 0; i < input.size(); ++i) {
+            const char c = input[i];
+            if (c == '\r' && i + 1 < input.size() && input[i + 1] == '\n') continue;
+            text += c == '\r' || c == '\n' || c == '\t' ? ' ' : c;
+        }
+        sink->add(prefix, text);
     }
 
     void breakAndHash(std::string_view input, std::string_view prefix) {
         if (input.empty()) return;
-        flatten(input);
         // The whole of a short phrase is a token of its own.
-        if (text.size() <= 50 && text.find(' ') != std::string::npos) sink->add(prefix, text);
-        if (prefix != "HDR*" && prefix != "SB-LN*" && prefix != "SB-ND*")
-            for (char& c : text) c = breakPunctuation[static_cast<unsigned char>(c)];
+        if (isPhrase(input)) phrase(input, prefix);
 
         // A word runs from the delimiter before it (a blank or ">") to the
         // first one after its first character, both included, until trimming
-        // and cleaning take them away; the first word starts the text. No
-        // blank is left inside, so trimming takes at most one from each end.
+        // and cleaning take them away; the first word starts the text. A run
+        // of blanks (a CR LF, say) only makes empty words, so the text is read
+        // as it is, with tabs, line ends and, outside the whole-header and
+        // subject-line tokens, "=,*-()" read as blanks. No blank is left
+        // inside a word, so trimming takes at most one from each end.
+        const bool punctuationBlank = prefix != "HDR*" && prefix != "SB-LN*" && prefix != "SB-ND*";
+        const uint16_t blank = punctuationBlank ? Blank | Punctuation : Blank;
+        const uint16_t stop = blank | Closing;
         const Field field = fieldOf(prefix);
-        const char* all = text.data();
-        const size_t n = text.size();
+        const char* all = input.data();
+        const size_t n = input.size();
         previous.clear();
         for (size_t start = 0;;) {
             uint16_t bits = 0;
             size_t end = start + 1;
             for (; end < n; ++end) {
                 const uint16_t c = classOf(all[end]);
-                if (c & Delimiter) break;
+                if (c & stop) break;
                 bits |= c;
             }
             size_t from = start, to = end < n ? end + 1 : n;
-            if (all[from] == ' ')
+            if (const uint16_t first = classOf(all[from]); first & blank)
                 ++from;
             else
-                bits |= classOf(all[from]);
-            if (to > from && all[to - 1] == ' ')
-                --to;
-            else if (end < n)
-                bits |= classOf(all[end]);
+                bits |= first;
+            if (end < n && to > from) {
+                if (const uint16_t last = classOf(all[end]); last & blank)
+                    --to;
+                else
+                    bits |= last;
+            }
             if (to - from >= 3)
                 addWord(std::string_view(all + from, to - from), bits, prefix, field);
             if (end >= n) break;
