@@ -33,8 +33,7 @@ int run(CommandArgs& args) {
 
     HeadlessSession session;
     frmBayesFilter& filter = StartBayesFilter();
-    if (filter.WordTable().MaxIndex == 0)
-        std::cerr << "No word table yet: run 'corva train' first.\n";
+    if (filter.WordCount() == 0) std::cerr << "No word table yet: run 'corva train' first.\n";
     // The breakdown text is made only when it is printed.
     filter.KeepBreakdown(breakdown);
     int status = 0;

@@ -154,7 +154,41 @@ void frmBayesFilter::loadFilled(clsHashTable& table, const std::string& rawPath)
 
 void frmBayesFilter::LoadWordHash() {
     wordLoaded_ = true;
+    // Into an empty table (a program's first score) the file goes to the
+    // score's index alone: the table's nodes cost more to make than scoring
+    // hundreds of messages, and only training and marking need them.
+    if (!wordPending_ && word_.MaxIndex == 0) {
+        wordPending_ = index_.Load(ResolvePath(wordfilename()));
+        return;
+    }
+    fillWordTable();
     loadFilled(word_, wordfilename());
+}
+
+void frmBayesFilter::fillWordTable() {
+    if (!wordPending_) return;
+    wordPending_ = false;
+    // Sized as loadFilled sizes a table for a file of this length.
+    const size_t bytes = index_.Text().size();
+    if (!word_.Initialised()) {
+        if (bytes > 2'000'000)
+            word_.InitHuge();
+        else if (bytes > 800'000)
+            word_.InitBig();
+    }
+    word_.LoadText(index_.Text());
+    index_.Clear();
+}
+
+void frmBayesFilter::clearWordTable() {
+    word_.HashClear();
+    wordPending_ = false;
+    index_.Clear();
+}
+
+clsHashTable& frmBayesFilter::WordTable() {
+    fillWordTable();
+    return word_;
 }
 
 void frmBayesFilter::LoadGood() {
@@ -225,7 +259,7 @@ void frmBayesFilter::GenerateTables(const std::string& label, const std::string&
 
 void frmBayesFilter::GenerateWordHash(clsHashTable& good, clsHashTable& bad, int minCount) {
     guarded("GenerateWordHash", Module, [&] {
-        word_.HashClear();
+        clearWordTable();
         word_.InitHuge();
         const double G = good.Count == 0 ? 1 : good.Count;
         const double B = bad.Count == 0 ? 1 : bad.Count;
@@ -276,7 +310,7 @@ bool frmBayesFilter::stopped() {
 bool frmBayesFilter::generatefilters() {
     busymouse();
     savelocalsettings();
-    word_.HashClear();
+    clearWordTable();
     wordLoaded_ = false;
 
     if (GoodSource == GoodMailSource::Folder) {
@@ -357,7 +391,7 @@ float frmBayesFilter::score(clsMessage& msg, bool headersOnly) {
     if (!wordLoaded_) LoadWordHash();
     // No filters yet: nothing below applies, the clamps included. A table file
     // that holds no words is no filters either.
-    if (word_.Size == 0 || word_.MaxIndex == 0) return 0.01f;
+    if (wordPending_ ? index_.Records() == 0 : word_.Size == 0 || word_.MaxIndex == 0) return 0.01f;
 
     tokens_.clear();
     hashmessage(tokens_, msg, headersOnly);
@@ -365,8 +399,12 @@ float frmBayesFilter::score(clsMessage& msg, bool headersOnly) {
     if (tokens_.size() > 0) {
         ranked_.clear();
         for (size_t i = 0; i < tokens_.size(); ++i) {
-            int32_t known = word_.RecIndexHashed(tokens_.key(i), tokens_.hash(i));
-            float p = known != 0 ? word_.ValueAt(known) : 0.4f;
+            float p = 0.4f;
+            if (wordPending_) {
+                if (const float* known = index_.Find(tokens_.key(i), tokens_.hash(i))) p = *known;
+            } else if (int32_t known = word_.RecIndexHashed(tokens_.key(i), tokens_.hash(i))) {
+                p = word_.ValueAt(known);
+            }
             ranked_.emplace_back(p, static_cast<int32_t>(i));
         }
         const long n = static_cast<long>(ranked_.size());

@@ -5,6 +5,7 @@
 #pragma once
 
 #include "bayes/TokenSet.h"
+#include "bayes/WordIndex.h"
 #include "bayes/clsHashTable.h"
 #include "filters/BayesScore.h"
 
@@ -101,7 +102,10 @@ public:
     void GenerateWordHash(clsHashTable& good, clsHashTable& bad, int minCount);
 
     // ---- Tables and files ----
-    clsHashTable& WordTable() { return word_; }
+    // The word table; one read straight into the score's index is filled in first.
+    clsHashTable& WordTable();
+    // The words of the table (its MaxIndex), without filling it in.
+    int32_t WordCount() const { return wordPending_ ? index_.Records() : word_.MaxIndex; }
     clsHashTable& GoodTable() { return good_; }
     clsHashTable& BadTable() { return bad_; }
     bool WordLoaded() const { return wordLoaded_; }
@@ -120,8 +124,14 @@ private:
     void status(const std::string& text);
     bool stopped();
     void loadFilled(clsHashTable& table, const std::string& path);
+    void fillWordTable();
+    void clearWordTable();
 
     clsHashTable word_;
+    // A first load reads HashTable.dat into index_ only, for the score; word_
+    // is filled from the same text when something else asks for it.
+    WordIndex index_;
+    bool wordPending_ = false;
     clsHashTable good_;
     clsHashTable bad_;
     bool wordLoaded_ = false;
