@@ -380,9 +380,10 @@ void frmSendMail::socketError(int number, const std::string& description) {
 }
 
 void frmSendMail::socketSendProgress(long long bytesSent, long long bytesRemaining) {
-    (void)bytesRemaining;
-    // A slow transfer that is still moving must not run into the time-out.
-    deadline_ += 5;
+    // A slow transfer that is still moving must not run into the time-out. A
+    // command written out whole is no such transfer: moving the deadline then
+    // made a silent server's one-second wait last six.
+    if (bytesRemaining > 0) deadline_ += 5;
     long long delta = bytesSent >= socketProgress_ ? bytesSent - socketProgress_ : bytesSent;
     socketProgress_ = bytesSent;
     bytesSent_ += delta;

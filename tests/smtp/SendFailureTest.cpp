@@ -70,6 +70,21 @@ TEST_F(LoginTest, RefusedLoginTriesTheStandardExchangeOnceMore) {
               std::vector<std::string>{"Login refused: 5.7.8 Authentication credentials invalid"});
 }
 
+// A server that takes the connection and never speaks is given up after the
+// time-out set, and the two seconds QUIT is given, on either road in.
+TEST_F(LoginTest, SilentServerIsGivenUpInTime) {
+    sset("ConnectTimeout", 1);
+    for (int security : {0, 2}) {
+        SCOPED_TRACE(security);
+        const auto begun = std::chrono::steady_clock::now();
+        EXPECT_FALSE(connectAndQuit({Silence()}, security));
+        EXPECT_LT(std::chrono::steady_clock::now() - begun, std::chrono::milliseconds(4500));
+        EXPECT_EQ(events.failures,
+                  std::vector<std::string>{
+                      "Timeout occurred: The SMTP Host did not respond to the request"});
+    }
+}
+
 // The dialogue up to MAIL FROM for a spooled message of account 0.
 Steps greeting(const Steps& rest) {
     return Steps{Say("220 fake ESMTP\r\n"), Expect("HELO example.com\r\n"), Say("250 fake\r\n"),
