@@ -188,13 +188,4 @@ bool FolderCaches::AddNewMessage(const std::string& path, const std::string& fol
     });
 }
 
-FolderCaches& MailerCaches() {
-    static FolderCaches caches;
-    return caches;
-}
-
-bool AddNewMessage(const std::string& path, const std::string& folder, clsMessage& message) {
-    return MailerCaches().AddNewMessage(path, folder, message);
-}
-
 } // namespace corva

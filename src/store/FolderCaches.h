@@ -54,9 +54,4 @@ private:
     std::array<clsCache, CacheCount> caches_;
 };
 
-// The caches of the one mailer of the program.
-FolderCaches& MailerCaches();
-// What the scan calls for each saved message.
-bool AddNewMessage(const std::string& path, const std::string& folder, clsMessage& message);
-
 } // namespace corva
