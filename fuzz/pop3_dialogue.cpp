@@ -1,6 +1,7 @@
 // The POP3 session against a server whose every reply is the fuzzer's. The
-// first byte picks the mode and the switches; the rest, cut at each NUL, is
-// what the server says, one data event per piece.
+// first byte picks the mode and the switches (a retrieve's own: TLS,
+// deleting); the rest, cut at each NUL, is what the server says, one data
+// event per piece.
 #include "FuzzFilters.h"
 #include "FuzzSupport.h"
 #include "ScriptedNet.h"
@@ -37,6 +38,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     (void)ready;
     const uint8_t switches = data[0];
     sset("STOPATLAST0", (switches & 8) != 0);
+    // A retrieve over TLS (to a server naming PIPELINING) sends commands ahead.
+    const bool retrieving = (switches & 3) == 2;
+    sset("POPSECURITY0", retrieving && (switches & 0x10) ? 1 : 0);
+    sset("DELETEONRETRIEVE", retrieving && (switches & 0x20) ? 1 : 0);
     std::vector<std::string> replies;
     for (std::string_view piece :
          fuzz::split(fuzz::asText(data + 1, size - 1), std::string_view("\0", 1)))

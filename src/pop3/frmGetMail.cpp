@@ -2,8 +2,9 @@
 // data event is one reply, or one more piece of a multi-line reply: there is
 // no line assembly underneath, and the decisions below rely on that. On a
 // secure connection every wait for a reply costs the server's TLS hop, so
-// commands whose turn is certain go out ahead of the replies before them; a
-// reply that ends inside a data event hands what follows on as the next event.
+// commands whose turn is certain go out ahead of the replies before them: a
+// scan's reply that ends inside a data event hands what follows on as the next
+// event, and a retrieve matches each reply to its command from a ReplyQueue.
 #include "pop3/frmGetMail.h"
 
 #include "core/Account.h"
@@ -228,6 +229,7 @@ void frmGetMail::connectToServer(int account) {
     // leak into this one: a stale tail would shift the LIST lines, and a stale
     // temporary file would be continued by the next message.
     ReplyBuffer_.clear();
+    forgetAhead();
     if (TempFileHandle_ != 0 || tempFile_) closeTempFile(true);
     // A session abandoned without its end still keeps what it stored.
     endSession();
@@ -261,11 +263,11 @@ void frmGetMail::startTimer1() {
 }
 
 void frmGetMail::cleanupandexit() {
-    handOverHeldBack();
     Timer1_->setEnabled(false);
     socket_->close();
     // Whatever the closed connection still had to say is of no use now.
     deferredData_.clear();
+    forgetAhead();
     if (TempFileHandle_ != 0) closeTempFile(true);
     ListLines_.clear();
     progressValue_ = 0;
@@ -276,7 +278,7 @@ void frmGetMail::cleanupandexit() {
 }
 
 void frmGetMail::endSession() {
-    handOverHeldBack();
+    ++ends_;
     if (!SessionOpen_) return;
     SessionOpen_ = false;
     if (DelesSent_ > 0 && !QuitConfirmed_) {
@@ -392,7 +394,6 @@ void frmGetMail::send(const std::string& command) {
     socket_->sendData(command + "\r\n");
     // The reply can't come before the command leaves: don't wait for the next event pass.
     socket_->flush();
-    handOverHeldBack();
 }
 
 // ---------------------------------------------------------------------------
@@ -420,9 +421,25 @@ void frmGetMail::send(const std::string& command) {
 //   StQuitSent  QUIT reply    status line, clean up, Finished
 //
 // On a secure connection whose server names PIPELINING, a scan without deletion keeps up to
-// AheadWindow TOP commands on their way, and a retrieve sends TOP n+1 with RETR n (no DELE can come
-// between); that message is handed over once the command after TOP n+1's reply is out. The bytes
-// sent are those of the lock-step dialogue.
+// AheadWindow TOP commands on their way; its bytes are those of the lock-step dialogue. A
+// retrieve that stops at the last message runs in one state instead, StPipelined:
+//
+//   state        reply matched to   on a complete good reply
+//   StStatSent   STAT               TOP 1 1 ... TOP w 1 (w: AheadWindow) -> StPipelined
+//   StPipelined  TOP n              judge; refill the TOP window when half of it is answered
+//                                     delete: DELE n         (its reply: DeletedSpam)
+//                                     retrieve: RETR n       (its reply: hand the message over)
+//                                     else: HeaderReceived   (once the messages before are done)
+//                RETR n             the next commands leave, then the message is checked and
+//                                   handed over; with DELETEONRETRIEVE, DELE n once it is stored
+//                DELE n             DeletedSpam, or nothing for a stored message's DELE
+//                nothing in flight, every TOP judged: QUIT                -> StQuitSent
+//                any refusal: QUIT, POPError, clean up
+//
+// Replies come in the order the commands went, so a message's last reply comes after those of
+// every message before it; only the events of a header that needs no further command wait, so
+// each message's events come in the order of the messages, as in the lock-step dialogue. QUIT
+// waits for every reply, so Stop still takes back every deletion.
 //
 // A reply not starting with "+" fails the dialogue, except in the four
 // multi-line states, where every piece counts as good. "-ERR" once the last
@@ -449,6 +466,10 @@ void frmGetMail::DataArrival(const std::string& data) {
     SecondsWaited_ = 0;
     startTimer1();
     lastData_ = data;
+    if (state_ == StPipelined) {
+        onPipelinedData(data);
+        return;
+    }
 
     // Replies of the login and the deletions are logged; message text is not.
     if (state_ == StNew || state_ == StDeleSent || state_ == StQuitSent || !InMultiLine_)
@@ -512,6 +533,8 @@ void frmGetMail::DataArrival(const std::string& data) {
     case StCapaSent:
         onCapaText(data);
         break;
+    case StPipelined:
+        break; // taken above
     }
 }
 
@@ -653,7 +676,10 @@ void frmGetMail::onStatReply(std::string data) {
     events_->Progress(Str(MessageCount_) + " message(s) on " + title() + "   (" +
                       numberText(round2(totalSize / 1024)) + " kb)");
     MessageNumber_ = 1;
-    askTop();
+    if (retrieveAhead())
+        startRetrieveAhead();
+    else
+        askTop();
 }
 
 void frmGetMail::onTopText(const std::string& data) {
@@ -718,15 +744,7 @@ void frmGetMail::judgeHeader(clsMessage& msg) {
     } else if (mode_ == GetMessagesMode) {
         LogAction("Sending RETR " + n);
         state_ = StRetrSent;
-        // The TOP that follows a stored message can go with its RETR, unless
-        // a DELE has to come between or the next is past the count.
-        if (pipelining_ && stopAtLast_[account_] && MessageNumber_ < MessageCount_ &&
-            sget("DELETEONRETRIEVE", 0).toNumber() != 1) {
-            TopsSent_ = MessageNumber_ + 1;
-            send("RETR " + n + "\r\nTOP " + Str(TopsSent_) + " 1");
-        } else {
-            send("RETR " + n);
-        }
+        send("RETR " + n);
     }
 }
 
@@ -795,35 +813,24 @@ float frmGetMail::listedSize(long number) const {
     return static_cast<float>(round2(Val(Mid(line, blank + 1)) / 1024));
 }
 
-void frmGetMail::onRetrText(const std::string& received) {
-    std::string_view data = received;
-    if (TopsSent_ > MessageNumber_) {
-        // The reply to the TOP sent ahead may follow the dot line: it is not
-        // part of the message, and waits for the next data event.
-        const std::string seam = Right(ReplyBuffer_, 3) + received.substr(0, 3);
-        size_t end = terminatorEnd(seam, 0);
-        if (end != std::string::npos)
-            end -= std::min<size_t>(ReplyBuffer_.size(), 3);
-        else
-            end = terminatorEnd(received, 0);
-        if (end != std::string::npos && end < received.size()) {
-            deferredData_.push_front(received.substr(end));
-            data = data.substr(0, end);
-        }
-    }
+void frmGetMail::cannotWriteMessage(const char* procedure) {
+    // With nowhere to put the message, waiting on would only end in the
+    // time-out: say why now, and leave the message on the server.
+    const std::string text = title() + ": cannot write the message to " + MessageFolder;
+    RecordAction(text, procedure, Module);
+    InMultiLine_ = false;
+    state_ = StQuitSent;
+    send("QUIT");
+    events_->POPError(text);
+    cleanupandexit();
+}
+
+void frmGetMail::onRetrText(const std::string& data) {
     try {
         if (TempFileHandle_ == 0) openTempFile();
         if (!data.empty() && !tempFile_->write(data)) throw RunError(Err::DeviceIO);
     } catch (const RunError&) {
-        // With nowhere to put the message, waiting on would only end in the
-        // time-out: say why now, and leave the message on the server.
-        const std::string text = title() + ": cannot write the message to " + MessageFolder;
-        RecordAction(text, "onRetrText", Module);
-        InMultiLine_ = false;
-        state_ = StQuitSent;
-        send("QUIT");
-        events_->POPError(text);
-        cleanupandexit();
+        cannotWriteMessage("onRetrText");
         return;
     }
     BytesReceived_ += static_cast<int64_t>(data.size());
@@ -856,32 +863,28 @@ void frmGetMail::onRetrText(const std::string& received) {
     const bool deleting = sget("DELETEONRETRIEVE", 0).toNumber() == 1;
     // A count that overflows stops the dialogue before anything more is sent.
     const int16_t handled = add16(MessagesHandled_, 1);
-    const bool nextAsked = TopsSent_ > number;
     if (mode_ != GetSpecificMode && !deleting) askAfterRetrieve();
     // The temporary file stays: the next message with the same number overwrites it.
-    std::string text = LoadTextFile(path);
+    const std::string text = LoadTextFile(path);
     ReplyBuffer_.clear();
     MessagesHandled_ = handled;
-    if (nextAsked) {
-        // Its TOP went with the RETR and its reply may be here already: the
-        // message waits until the command after that TOP is out (see send),
-        // so that the server works on it while we check and store this one.
-        heldBack_ = Retrieved{std::move(text), number, count, handled};
-        return;
-    }
     handOver(text, number, count, handled, deleting);
-}
-
-void frmGetMail::handOverHeldBack() {
-    if (!heldBack_) return;
-    const Retrieved held = std::move(*heldBack_);
-    heldBack_.reset();
-    guarded("handOver", Module,
-            [&] { handOver(held.text, held.number, held.count, held.handled, false); });
 }
 
 void frmGetMail::handOver(const std::string& text, int32_t number, const std::string& count,
                           int16_t handled, bool deleting) {
+    const bool deletable = deliver(text, number, count, handled);
+    if (mode_ == GetSpecificMode || !deleting) return;
+    // No reply is awaited: the next command follows at once, and the server's
+    // answer to DELE arrives at the front of the next reply.
+    if (deletable) sendDele(Str(number));
+    RepliesBeforeQuit_ = deletable ? 1 : 0;
+    askAfterRetrieve();
+    if (state_ != StQuitSent) RepliesBeforeQuit_ = 0;
+}
+
+bool frmGetMail::deliver(const std::string& text, int32_t number, const std::string& count,
+                         int16_t handled) {
     clsMessage msg;
     msg.CreateFromText(replyText(text), false);
     msg.RemoveReceiveDate();
@@ -895,7 +898,7 @@ void frmGetMail::handOver(const std::string& text, int32_t number, const std::st
         MessagesHandled_ = SpecificNumber_;
         events_->SpecificMessage(msg);
         quit();
-        return;
+        return false;
     }
 
     const std::string n = Str(number);
@@ -917,14 +920,199 @@ void frmGetMail::handOver(const std::string& text, int32_t number, const std::st
     }
     progressValue_ = number;
     progressMax_ = std::max(MessageCount_, number);
-    if (!deleting) return;
+    return !msg.Ignored;
+}
 
-    // No reply is awaited: the next command follows at once, and the server's
-    // answer to DELE arrives at the front of the next reply.
-    if (!msg.Ignored) sendDele(n);
-    RepliesBeforeQuit_ = msg.Ignored ? 0 : 1;
-    askAfterRetrieve();
-    if (state_ != StQuitSent) RepliesBeforeQuit_ = 0;
+// ---------------------------------------------------------------------------
+// The retrieve with commands on their way
+
+bool frmGetMail::retrieveAhead() const {
+    // Without STOPATLAST the dialogue ends by the server's refusal of a TOP
+    // past the count, which a window would reach early.
+    return mode_ == GetMessagesMode && pipelining_ && stopAtLast_[account_];
+}
+
+void frmGetMail::startRetrieveAhead() {
+    state_ = StPipelined;
+    forgetAhead();
+    topUpAhead();
+    flushAhead();
+}
+
+void frmGetMail::forgetAhead() {
+    replies_.clear();
+    outgoing_.clear();
+    unsentDeles_ = 0;
+    awaiting_.clear();
+    judged_.clear();
+}
+
+void frmGetMail::topUpAhead() {
+    // MessageNumber_ is the next header to judge; refilled half a window at a
+    // time, for fewer and fuller writes on both sides.
+    if (TopsSent_ - MessageNumber_ + 1 > AheadWindow / 2) return;
+    while (TopsSent_ < MessageCount_ && TopsSent_ - MessageNumber_ + 1 < AheadWindow) {
+        ++TopsSent_;
+        sendAhead({ReplyQueue::Kind::Top, TopsSent_, 0}, "TOP " + Str(TopsSent_) + " 1");
+    }
+}
+
+void frmGetMail::sendAhead(const ReplyQueue::Command& command, const std::string& text) {
+    replies_.sent(command);
+    if (command.kind == ReplyQueue::Kind::Dele || command.kind == ReplyQueue::Kind::DeleStored)
+        ++unsentDeles_;
+    if (!outgoing_.empty()) outgoing_ += "\r\n";
+    outgoing_ += text;
+}
+
+void frmGetMail::flushAhead() {
+    if (outgoing_.empty()) return;
+    std::string commands;
+    commands.swap(outgoing_);
+    DelesSent_ += unsentDeles_;
+    unsentDeles_ = 0;
+    send(commands);
+}
+
+void frmGetMail::onPipelinedData(const std::string& data) {
+    const unsigned ends = ends_;
+    replies_.feed(data, [&](const ReplyQueue::Piece& piece) {
+        return onPipelinedPiece(piece) && ends_ == ends;
+    });
+    if (ends_ != ends) return;
+    flushAhead();
+    if (MessageNumber_ > MessageCount_ && replies_.empty() && judged_.empty()) {
+        LogAction("Got last message. Sending QUIT");
+        RepliesBeforeQuit_ = 0;
+        quit();
+    }
+}
+
+bool frmGetMail::onPipelinedPiece(const ReplyQueue::Piece& piece) {
+    if (piece.first) ReplyBuffer_.clear();
+    const ReplyQueue::Command& command = piece.command;
+    if (command.kind == ReplyQueue::Kind::Retr && !piece.refused) return takeRetrPiece(piece);
+    ReplyBuffer_.append(piece.bytes);
+    if (!piece.last) return true;
+    if (piece.refused) {
+        refuseAhead(ReplyBuffer_);
+        return false;
+    }
+    switch (command.kind) {
+    case ReplyQueue::Kind::Top:
+        return judgeAhead(command.number);
+    case ReplyQueue::Kind::Dele: {
+        LogAction(title() + ": " + ReplyBuffer_);
+        awaiting_.pop_front();
+        const unsigned ends = ends_;
+        events_->Progress("Deleting message " + Str(command.number) + " of " + Str(MessageCount_));
+        ++DelesCounted_;
+        events_->DeletedSpam(1);
+        return ends_ == ends && releaseHeaders();
+    }
+    case ReplyQueue::Kind::DeleStored:
+        LogAction(title() + ": " + ReplyBuffer_);
+        return true;
+    case ReplyQueue::Kind::Retr:
+        break;
+    }
+    return true;
+}
+
+bool frmGetMail::judgeAhead(int32_t number) {
+    clsMessage msg;
+    msg.CreateFromText(replyText(ReplyBuffer_), true);
+    ReplyBuffer_.clear();
+    msg.FromAccount = account_;
+    const float listed = listedSize(number);
+    if (listed >= 0) msg.Size = listed;
+    MessagesHandled_ = add16(MessagesHandled_, 1);
+    msg.MessageNumThisAcc = MessagesHandled_;
+    if (ledger_.isOpen()) ledger_.seen(RetrieveLedger::keyFor(msg, listedOctets(number)));
+    if (serverRules_) serverRules_->CheckMessage(msg, true);
+    MessageNumber_ = number + 1;
+
+    const std::string n = Str(number);
+    const std::string ofCount = " of " + Str(MessageCount_);
+    std::string progress;
+    if (msg.Deleted || msg.BlockedSender || msg.BlockedRecip) {
+        if (DeleteBlocked_) {
+            sendAhead({ReplyQueue::Kind::Dele, number, 0}, "DELE " + n);
+            awaiting_.push_back(number);
+        } else {
+            progress = "Skipping message " + n + ofCount + " (" + msg.FilterReason + ")";
+        }
+    } else if (msg.Ignored) {
+        progress = "Ignoring message " + n + ofCount;
+    } else {
+        LogAction("Sending RETR " + n);
+        // The count a lock-step retrieve would have reached at this RETR's reply.
+        MessagesHandled_ = add16(MessagesHandled_, 1);
+        sendAhead({ReplyQueue::Kind::Retr, number, MessagesHandled_}, "RETR " + n);
+        awaiting_.push_back(number);
+    }
+    topUpAhead();
+    if (!progress.empty())
+        judged_.push_back({number, std::make_unique<clsMessage>(std::move(msg)), progress});
+    return releaseHeaders();
+}
+
+bool frmGetMail::releaseHeaders() {
+    const unsigned ends = ends_;
+    while (!judged_.empty() && (awaiting_.empty() || judged_.front().number < awaiting_.front())) {
+        const Judged header = std::move(judged_.front());
+        judged_.pop_front();
+        events_->Progress(header.progress);
+        if (ends_ != ends) return false;
+        events_->HeaderReceived(*header.msg);
+        if (ends_ != ends) return false;
+    }
+    return true;
+}
+
+bool frmGetMail::takeRetrPiece(const ReplyQueue::Piece& piece) {
+    try {
+        if (TempFileHandle_ == 0) openTempFile();
+        if (!piece.bytes.empty() && !tempFile_->write(piece.bytes)) throw RunError(Err::DeviceIO);
+    } catch (const RunError&) {
+        cannotWriteMessage("takeRetrPiece");
+        return false;
+    }
+    BytesReceived_ += static_cast<int64_t>(piece.bytes.size());
+    if (!piece.last) {
+        const float now = SecondsOfDay();
+        if (BytesReceived_ > 10000 && now > NextProgressTime_) {
+            events_->Progress("Receiving message (" + Str(BytesReceived_) + " bytes)");
+            NextProgressTime_ = now + 0.5f;
+        }
+        return true;
+    }
+    const std::string path = tempFilePath(TempFileHandle_);
+    closeTempFile(false);
+    const std::string text = LoadTextFile(path);
+    // The server works on what follows while this message is checked and stored.
+    flushAhead();
+    awaiting_.pop_front();
+    const unsigned ends = ends_;
+    const int32_t number = piece.command.number;
+    const bool deletable = deliver(text, number, Str(MessageCount_), piece.command.handled);
+    if (ends_ != ends) return false;
+    // Only now is the message stored, and only now may it leave the server.
+    if (deletable && sget("DELETEONRETRIEVE", 0).toNumber() == 1)
+        sendAhead({ReplyQueue::Kind::DeleStored, number, 0}, "DELE " + Str(number));
+    return releaseHeaders();
+}
+
+void frmGetMail::refuseAhead(const std::string& reply) {
+    // Commands decided but not yet written stay unwritten: the session ends here.
+    outgoing_.clear();
+    unsentDeles_ = 0;
+    InMultiLine_ = false;
+    LogAction("POP Error: " + reply);
+    state_ = StQuitSent;
+    send("QUIT");
+    events_->POPError(reply);
+    cleanupandexit();
 }
 
 void frmGetMail::askAfterRetrieve() {

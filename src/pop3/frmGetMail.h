@@ -5,6 +5,7 @@
 
 #include "core/Account.h"
 #include "platform/Platform.h"
+#include "pop3/ReplyQueue.h"
 #include "pop3/RetrieveLedger.h"
 
 #include <array>
@@ -12,7 +13,6 @@
 #include <cstdio>
 #include <deque>
 #include <memory>
-#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -82,7 +82,9 @@ public:
         StDeleSent = 7,
         StQuitSent = 8,
         StStlsSent = 9,
-        StCapaSent = 10
+        StCapaSent = 10,
+        // A retrieve with commands on their way: replies matched from ReplyQueue.
+        StPipelined = 11
     };
 
     frmGetMail();
@@ -170,7 +172,27 @@ private:
     // deleting, its DELE and the next command follow.
     void handOver(const std::string& text, int32_t number, const std::string& count,
                   int16_t handled, bool deleting);
-    void handOverHeldBack();
+    // handOver without what follows: true when the message may be deleted.
+    bool deliver(const std::string& text, int32_t number, const std::string& count,
+                 int16_t handled);
+
+    // The retrieve with commands on their way (StPipelined).
+    bool retrieveAhead() const;
+    void startRetrieveAhead();
+    // Drops every command and header of a retrieve that ended.
+    void forgetAhead();
+    void onPipelinedData(const std::string& data);
+    // False once the session has ended.
+    bool onPipelinedPiece(const ReplyQueue::Piece& piece);
+    bool takeRetrPiece(const ReplyQueue::Piece& piece);
+    bool judgeAhead(int32_t number);
+    void topUpAhead();
+    void sendAhead(const ReplyQueue::Command& command, const std::string& text);
+    void flushAhead();
+    // Raises the events of judged headers whose turn has come; false once the session has ended.
+    bool releaseHeaders();
+    void refuseAhead(const std::string& reply);
+    void cannotWriteMessage(const char* procedure);
     void openTempFile();
     void closeTempFile(bool remove);
     // The text between the status line and the dot line of a complete reply.
@@ -223,15 +245,22 @@ private:
     std::string lastData_;
     bool inDataArrival_ = false;
     std::deque<std::string> deferredData_;
-    // A retrieved message whose next TOP went out with its RETR, until the
-    // command after that TOP is out.
-    struct Retrieved {
-        std::string text;
+    // The retrieve with commands on their way: what was sent and not yet
+    // answered, commands decided but not yet written, the messages whose RETR
+    // or DELE is unanswered, and headers judged meanwhile, whose events wait
+    // so that every message's events come in the order of the messages.
+    ReplyQueue replies_;
+    std::string outgoing_;
+    int unsentDeles_ = 0;
+    std::deque<int32_t> awaiting_;
+    struct Judged {
         int32_t number = 0;
-        std::string count;
-        int16_t handled = 0;
+        std::unique_ptr<clsMessage> msg;
+        std::string progress;
     };
-    std::optional<Retrieved> heldBack_;
+    std::deque<Judged> judged_;
+    // Counts the ends of sessions, so a handler sees that an event ended its own.
+    unsigned ends_ = 0;
 
     // What the end of a session has to know: DELE commands sent and how many
     // of them DeletedSpam counted, and whether the server answered QUIT.
