@@ -33,8 +33,9 @@ int run(CommandArgs& args) {
 
     HeadlessSession session;
     frmBayesFilter& filter = StartBayesFilter();
-    if (filter.WordTable().MaxIndex == 0)
-        std::cerr << "No word table yet: run 'corva train' first.\n";
+    if (filter.WordCount() == 0) std::cerr << "No word table yet: run 'corva train' first.\n";
+    // The breakdown text is made only when it is printed.
+    filter.KeepBreakdown(breakdown);
     int status = 0;
     for (const std::string& file : files) {
         clsMessage msg;
@@ -66,6 +67,7 @@ int run(CommandArgs& args) {
             std::cout << "No breakdown: fewer than " << corva::HeaderWords << " tokens.\n";
         for (const auto& line : lines) std::cout << terminalLine(line) << "\n";
     }
+    filter.KeepBreakdown(true);
     return status;
 }
 

@@ -2,6 +2,8 @@
 // grown by a factor, a free list for deleted nodes, and the .dat text format.
 #include "bayes/clsHashTable.h"
 
+#include "bayes/TableText.h"
+
 #include "core/ErrorHandler.h"
 #include "core/FileSubs.h"
 #include "core/Strings.h"
@@ -10,6 +12,7 @@
 #include <cfloat>
 #include <charconv>
 #include <cmath>
+#include <cstring>
 
 namespace corva {
 
@@ -18,15 +21,52 @@ namespace {
 constexpr const char* Module = "clsHashTable";
 constexpr int32_t ErrorBase = static_cast<int32_t>(0x80040000u + 512u);
 
-// FNV-1a over the bytes up to the first NUL (the key is handed over as a C
-// string), then a 64-bit finaliser so that the low bits mix well for modulo.
+constexpr uint64_t Lows = 0x0101010101010101ULL, Highs = 0x8080808080808080ULL;
+
+// The high bit of each zero byte, exact up to the first one.
+inline uint64_t zeroBytes(uint64_t w) {
+    return (w - Lows) & ~w & Highs;
+}
+
+inline uint64_t mixWord(uint64_t h, uint64_t w) {
+    h = (h ^ w) * 0x9E3779B97F4A7C15ULL;
+    return h ^ (h >> 32);
+}
+
+// The bytes up to the first NUL (the key is handed over as a C string), eight
+// at a time, then a 64-bit finaliser so that the low bits mix well for modulo.
 uint64_t fullHashOf(std::string_view key) {
+    const char* p = key.data();
+    size_t n = key.size();
     uint64_t h = 0xcbf29ce484222325ULL;
-    for (unsigned char c : key) {
-        if (c == 0) break;
-        h ^= c;
-        h *= 0x100000001b3ULL;
+    size_t i = 0;
+    for (; i + 8 <= n; i += 8) {
+        uint64_t w;
+        std::memcpy(&w, p + i, 8);
+        if (const uint64_t z = zeroBytes(w)) {
+            n = i + static_cast<size_t>(__builtin_ctzll(z) / 8);
+            break;
+        }
+        h = mixWord(h, w);
     }
+    if (size_t rest = n - i) {
+        uint64_t w = 0;
+        if (n >= 8) {
+            // The last eight bytes, shifted down to the ones not mixed in yet.
+            std::memcpy(&w, p + n - 8, 8);
+            w >>= 8 * (8 - rest);
+        } else {
+            for (size_t k = 0; k < rest; ++k)
+                w |= static_cast<uint64_t>(static_cast<unsigned char>(p[i + k])) << (8 * k);
+        }
+        if (const uint64_t z = zeroBytes(w | (~0ULL << (8 * rest)))) {
+            rest = static_cast<size_t>(__builtin_ctzll(z) / 8);
+            w &= rest == 0 ? 0 : ~0ULL >> (64 - 8 * rest);
+            n = i + rest;
+        }
+        if (rest > 0) h = mixWord(h, w);
+    }
+    h ^= n;
     h ^= h >> 33;
     h *= 0xff51afd7ed558ccdULL;
     h ^= h >> 33;
@@ -45,54 +85,6 @@ bool holdsBoundary(std::string_view key) {
         if (eq >= word.size() && EqualsNoCase(key.substr(eq - word.size(), word.size()), word))
             return true;
     return false;
-}
-
-std::string_view trimBlanks(std::string_view s) {
-    while (!s.empty() && s.front() == ' ') s.remove_prefix(1);
-    while (!s.empty() && s.back() == ' ') s.remove_suffix(1);
-    return s;
-}
-
-// The number before the comma. Plain decimals are read directly; anything else
-// goes through Val so that odd lines read as they always have.
-double readNumber(std::string_view text) {
-    std::string_view t = trimBlanks(text);
-    // Digits, a point, digits: fifteen digits or fewer are exact as a whole
-    // number, and one division by an exact power of ten rounds as the general
-    // reading does.
-    static constexpr double powers[] = {1e0, 1e1, 1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
-                                        1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
-    uint64_t mantissa = 0;
-    int digits = 0, decimals = -1;
-    bool plain = !t.empty();
-    for (char c : t) {
-        if (c >= '0' && c <= '9') {
-            mantissa = mantissa * 10 + static_cast<uint64_t>(c - '0');
-            ++digits;
-            if (decimals >= 0) ++decimals;
-        } else if (c == '.' && decimals < 0) {
-            decimals = 0;
-        } else {
-            plain = false;
-            break;
-        }
-    }
-    if (plain && digits > 0 && digits <= 15 && t.front() != '.')
-        return static_cast<double>(mantissa) / powers[decimals < 0 ? 0 : decimals];
-    size_t i = 0;
-    if (i < t.size() && (t[i] == '-' || t[i] == '+')) ++i;
-    size_t digitsFrom = i;
-    while (i < t.size() && t[i] >= '0' && t[i] <= '9') ++i;
-    if (i < t.size() && t[i] == '.') {
-        ++i;
-        while (i < t.size() && t[i] >= '0' && t[i] <= '9') ++i;
-    }
-    if (i == t.size() && i > digitsFrom && t.front() != '+') {
-        double v = 0;
-        auto [end, ec] = std::from_chars(t.data(), t.data() + t.size(), v);
-        if (ec == std::errc() && end == t.data() + t.size()) return v;
-    }
-    return Val(text);
 }
 
 // Counts are whole numbers and probabilities whole hundredths, nearly always;
@@ -143,6 +135,10 @@ void appendValue(std::string& out, float value) {
 
 int32_t cHash(std::string_view key, int32_t size) {
     return reduce(fullHashOf(key), size);
+}
+
+uint64_t KeyHash(std::string_view key) {
+    return fullHashOf(key);
 }
 
 void clsHashTable::raise(int code, const std::string& source) const {
@@ -473,48 +469,22 @@ bool clsHashTable::LoadTable(const std::string& path) {
     return guarded("LoadTable", Module, [&] {
         std::string text;
         if (!LoadTextFile(path, text)) throw RunError(Err::PathFileAccess, path);
-        ensureInitialised();
-        std::string_view all(text);
-        size_t pos = 0;
-        int line = 0;
-        long outOfRange = 0;
-        while (pos < all.size()) {
-            size_t end = pos;
-            while (end < all.size() && all[end] != '\r' && all[end] != '\n') ++end;
-            std::string_view current = all.substr(pos, end - pos);
-            pos = end;
-            if (pos < all.size() && all[pos] == '\r') ++pos;
-            if (pos < all.size() && all[pos] == '\n') ++pos;
-            ++line;
-            if (line == 1) continue;
-            if (line == 2) {
-                double count = std::nearbyint(Val(current));
-                if (count > 2147483647.0 || count < -2147483648.0) {
-                    ++outOfRange;
-                    count = 0;
-                }
-                Count = count == 0 ? 1 : static_cast<int32_t>(count);
-                continue;
-            }
-            size_t comma = current.find(',');
-            if (comma == std::string_view::npos) continue;
-            std::string_view key = trimBlanks(current.substr(comma + 1));
-            // An empty key would be a node no scan can see.
-            if (key.empty()) continue;
-            double value = readNumber(current.substr(0, comma));
-            if (!(std::fabs(value) <= FLT_MAX)) {
-                ++outOfRange;
-                continue;
-            }
-            uint64_t h = fullHashOf(key);
-            add(key, h, reduce(h, bucketCount_), static_cast<float>(value));
-        }
-        if (line < 2) Count = 1;
-        if (outOfRange > 0)
-            HandleError(RunError(Err::Overflow, "Overflow: " + std::to_string(outOfRange) +
-                                                    " value(s) out of range in " + path),
-                        "LoadTable", Module);
+        loadText(text, path, true);
     });
+}
+
+bool clsHashTable::LoadText(std::string_view text) {
+    return guarded("LoadTable", Module, [&] { loadText(text, "", false); });
+}
+
+void clsHashTable::loadText(std::string_view text, const std::string& path, bool report) {
+    ensureInitialised();
+    const TableTextRead read = readTableText(text, [this](std::string_view key, float value) {
+        uint64_t h = fullHashOf(key);
+        add(key, h, reduce(h, bucketCount_), value);
+    });
+    Count = read.count;
+    if (report) reportOutOfRange(read.outOfRange, path);
 }
 
 } // namespace corva

@@ -16,6 +16,8 @@ namespace corva {
 
 // The hash of a key (up to its first NUL) into 0 .. size - 1.
 int32_t cHash(std::string_view key, int32_t size);
+// The whole hash a table keeps for a key (FullHashAt), to look it up with RecIndexHashed.
+uint64_t KeyHash(std::string_view key);
 
 class clsHashTable {
 public:
@@ -31,6 +33,8 @@ public:
     bool WriteHashTable(const std::string& path);
     // Adds the records of a file to what is there; a missing file adds nothing.
     bool LoadTable(const std::string& path);
+    // The same for a file's text read before (its out-of-range values reported then).
+    bool LoadText(std::string_view text);
     // A new node, without looking for the key first.
     void InsertRecord(std::string_view key, float value);
     // The same for a key whose full hash is known (FullHashAt of another table).
@@ -90,6 +94,7 @@ private:
     bool reuse(int32_t buckets, int32_t nodes, size_t indexCapacity);
 
     void init(int32_t buckets, int32_t nodes);
+    void loadText(std::string_view text, const std::string& path, bool report);
     // Makes the node arrays reach a node number within Size.
     void reach(int32_t index);
     void ensureInitialised();

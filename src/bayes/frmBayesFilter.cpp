@@ -154,7 +154,41 @@ void frmBayesFilter::loadFilled(clsHashTable& table, const std::string& rawPath)
 
 void frmBayesFilter::LoadWordHash() {
     wordLoaded_ = true;
+    // Into an empty table (a program's first score) the file goes to the
+    // score's index alone: the table's nodes cost more to make than scoring
+    // hundreds of messages, and only training and marking need them.
+    if (!wordPending_ && word_.MaxIndex == 0) {
+        wordPending_ = index_.Load(ResolvePath(wordfilename()));
+        return;
+    }
+    fillWordTable();
     loadFilled(word_, wordfilename());
+}
+
+void frmBayesFilter::fillWordTable() {
+    if (!wordPending_) return;
+    wordPending_ = false;
+    // Sized as loadFilled sizes a table for a file of this length.
+    const size_t bytes = index_.Text().size();
+    if (!word_.Initialised()) {
+        if (bytes > 2'000'000)
+            word_.InitHuge();
+        else if (bytes > 800'000)
+            word_.InitBig();
+    }
+    word_.LoadText(index_.Text());
+    index_.Clear();
+}
+
+void frmBayesFilter::clearWordTable() {
+    word_.HashClear();
+    wordPending_ = false;
+    index_.Clear();
+}
+
+clsHashTable& frmBayesFilter::WordTable() {
+    fillWordTable();
+    return word_;
 }
 
 void frmBayesFilter::LoadGood() {
@@ -225,7 +259,7 @@ void frmBayesFilter::GenerateTables(const std::string& label, const std::string&
 
 void frmBayesFilter::GenerateWordHash(clsHashTable& good, clsHashTable& bad, int minCount) {
     guarded("GenerateWordHash", Module, [&] {
-        word_.HashClear();
+        clearWordTable();
         word_.InitHuge();
         const double G = good.Count == 0 ? 1 : good.Count;
         const double B = bad.Count == 0 ? 1 : bad.Count;
@@ -276,7 +310,7 @@ bool frmBayesFilter::stopped() {
 bool frmBayesFilter::generatefilters() {
     busymouse();
     savelocalsettings();
-    word_.HashClear();
+    clearWordTable();
     wordLoaded_ = false;
 
     if (GoodSource == GoodMailSource::Folder) {
@@ -354,23 +388,24 @@ float frmBayesFilter::score(clsMessage& msg, bool headersOnly) {
             return 0.99f;
         }
     }
-    test_.InitSmall();
     if (!wordLoaded_) LoadWordHash();
     // No filters yet: nothing below applies, the clamps included. A table file
     // that holds no words is no filters either.
-    if (word_.Size == 0 || word_.MaxIndex == 0) return 0.01f;
+    if (wordPending_ ? index_.Records() == 0 : word_.Size == 0 || word_.MaxIndex == 0) return 0.01f;
 
-    hashmessage(test_, msg, headersOnly);
+    tokens_.clear();
+    hashmessage(tokens_, msg, headersOnly);
     float s = 0.01f;
-    if (test_.MaxIndex > 0) {
+    if (tokens_.size() > 0) {
         ranked_.clear();
-        for (int32_t i = 1; i <= test_.MaxIndex; ++i) {
-            const std::string& w = test_.KeyAt(i);
-            if (w.empty()) continue;
-            int32_t known = word_.RecIndexHashed(w, test_.FullHashAt(i));
-            float p = known != 0 ? word_.ValueAt(known) : 0.4f;
-            test_.ChangeValue(i, p);
-            ranked_.emplace_back(p, i);
+        for (size_t i = 0; i < tokens_.size(); ++i) {
+            float p = 0.4f;
+            if (wordPending_) {
+                if (const float* known = index_.Find(tokens_.key(i), tokens_.hash(i))) p = *known;
+            } else if (int32_t known = word_.RecIndexHashed(tokens_.key(i), tokens_.hash(i))) {
+                p = word_.ValueAt(known);
+            }
+            ranked_.emplace_back(p, static_cast<int32_t>(i));
         }
         const long n = static_cast<long>(ranked_.size());
         const int H = corva::HeaderWords;
@@ -381,18 +416,19 @@ float frmBayesFilter::score(clsMessage& msg, bool headersOnly) {
         } else {
             // Stable, so equal probabilities keep the order in which their
             // tokens were found: which of them the pick below takes depends on it.
-            std::stable_sort(ranked_.begin(), ranked_.end(),
-                             [](const auto& a, const auto& b) { return a.first < b.first; });
-            std::string split;
-            split.reserve(ranked_.size() * 32);
-            for (const auto& r : ranked_) {
-                split += '(';
-                appendFloat(split, r.first);
-                split += ") \t";
-                split += test_.KeyAt(r.second);
-                split += "\r\n";
+            sortRanked();
+            if (keepSplit_) {
+                std::string split;
+                split.reserve(ranked_.size() * 32);
+                for (const auto& r : ranked_) {
+                    split += '(';
+                    appendFloat(split, r.first);
+                    split += ") \t";
+                    split += tokens_.key(static_cast<size_t>(r.second));
+                    split += "\r\n";
+                }
+                msg.SpamSplit = std::move(split);
             }
-            msg.SpamSplit = std::move(split);
             // The H most extreme, from whichever end lies further from 0.5;
             // a tie goes to the spam end.
             long lo = 0, hi = n - 1;
@@ -434,6 +470,22 @@ float frmBayesFilter::score(clsMessage& msg, bool headersOnly) {
     if (s < 0) s = 0.01f;
     if (s > 0.99) s = 0.99f;
     return s;
+}
+
+// Insertion sort for the few tokens of a header (no buffer to allocate), the
+// library's merge sort for a long body; both stable.
+void frmBayesFilter::sortRanked() {
+    auto lower = [](const auto& a, const auto& b) { return a.first < b.first; };
+    if (ranked_.size() > 64) {
+        std::stable_sort(ranked_.begin(), ranked_.end(), lower);
+        return;
+    }
+    for (size_t i = 1; i < ranked_.size(); ++i) {
+        const auto item = ranked_[i];
+        size_t j = i;
+        for (; j > 0 && lower(item, ranked_[j - 1]); --j) ranked_[j] = ranked_[j - 1];
+        ranked_[j] = item;
+    }
 }
 
 void frmBayesFilter::SwapStatus(clsMessage& msg, bool toJunk) {
@@ -485,7 +537,10 @@ void frmBayesFilter::MarkMessagesJunkOrNot(clsMessages& messages, bool asJunk) {
 
 std::vector<std::string> frmBayesFilter::ShowBayesBreakdown(clsMessage& msg) {
     float s = 0;
+    const bool keep = keepSplit_;
+    keepSplit_ = true;
     Spamminess(msg, false, s);
+    keepSplit_ = keep;
     std::vector<std::string> lines = Split(msg.SpamSplit, "\r\n");
     if (!lines.empty()) lines.pop_back();
     return lines;

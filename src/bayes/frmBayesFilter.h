@@ -4,6 +4,8 @@
 // holds the choices of where training mail comes from.
 #pragma once
 
+#include "bayes/TokenSet.h"
+#include "bayes/WordIndex.h"
 #include "bayes/clsHashTable.h"
 #include "filters/BayesScore.h"
 
@@ -57,6 +59,9 @@ public:
     // ---- Public interface ----
     // The next score loads the word table again.
     void ForceRefresh() { wordLoaded_ = false; }
+    // Whether a score writes its breakdown into the message's SpamSplit (it
+    // does unless told otherwise); a caller that never shows it saves the text.
+    void KeepBreakdown(bool keep) { keepSplit_ = keep; }
     // Loads HashTable.dat on top of what the word table holds.
     void LoadWordHash();
     // Adds the unread mail of the SpamBayes folder to the bad counts and rebuilds.
@@ -97,7 +102,10 @@ public:
     void GenerateWordHash(clsHashTable& good, clsHashTable& bad, int minCount);
 
     // ---- Tables and files ----
-    clsHashTable& WordTable() { return word_; }
+    // The word table; one read straight into the score's index is filled in first.
+    clsHashTable& WordTable();
+    // The words of the table (its MaxIndex), without filling it in.
+    int32_t WordCount() const { return wordPending_ ? index_.Records() : word_.MaxIndex; }
     clsHashTable& GoodTable() { return good_; }
     clsHashTable& BadTable() { return bad_; }
     bool WordLoaded() const { return wordLoaded_; }
@@ -112,12 +120,18 @@ public:
 
 private:
     float score(clsMessage& msg, bool headersOnly);
+    void sortRanked();
     void status(const std::string& text);
     bool stopped();
     void loadFilled(clsHashTable& table, const std::string& path);
+    void fillWordTable();
+    void clearWordTable();
 
     clsHashTable word_;
-    clsHashTable test_;
+    // A first load reads HashTable.dat into index_ only, for the score; word_
+    // is filled from the same text when something else asks for it.
+    WordIndex index_;
+    bool wordPending_ = false;
     clsHashTable good_;
     clsHashTable bad_;
     bool wordLoaded_ = false;
@@ -125,7 +139,9 @@ private:
     bool badLoaded_ = false;
     frmBayesFilterListener* listener_ = nullptr;
     clsContacts* contacts_ = nullptr;
+    bool keepSplit_ = true;
     // Scratch space of the score, kept between messages to spare allocations.
+    TokenSet tokens_;
     std::vector<std::pair<float, int32_t>> ranked_;
 };
 

@@ -106,55 +106,28 @@ std::string_view trimBlanks(std::string_view s) {
     return s;
 }
 
-// Punctuation that separates words outside the whole-header and subject-line tokens.
-constexpr std::array<char, 256> breakPunctuation = [] {
-    std::array<char, 256> t{};
-    for (int c = 0; c < 256; ++c) t[static_cast<size_t>(c)] = static_cast<char>(c);
-    for (unsigned char c : std::string_view("=,*-()")) t[c] = ' ';
-    return t;
-}();
-
 bool containsNoCase(std::string_view hay, std::string_view lowerNeedle) {
     return findNoCase(hay, lowerNeedle) != 0;
 }
 
-void cleanInto(std::string& out, std::string_view word) {
-    size_t kept = 0;
-    while (kept < word.size() && !isCleanedAway(static_cast<unsigned char>(word[kept]))) ++kept;
-    // Most words have nothing to clean and no blank at either end.
-    if (kept == word.size() && (word.empty() || (word.front() != ' ' && word.back() != ' '))) {
-        out.assign(word);
-        return;
-    }
-    out.resize(word.size());
-    char* o = out.data();
-    for (char c : word)
-        if (!isCleanedAway(static_cast<unsigned char>(c))) *o++ = c;
-    out.resize(static_cast<size_t>(o - out.data()));
-    size_t b = 0;
-    while (b < out.size() && out[b] == ' ') ++b;
-    size_t e = out.size();
-    while (e > b && out[e - 1] == ' ') --e;
-    if (e < out.size()) out.resize(e);
-    if (b > 0) out.erase(0, b);
+// extractifurl without copies: each step keeps a piece of the word.
+std::string_view cutLink(std::string_view word, std::string_view marker, size_t pathFrom) {
+    size_t p = findNoCase(word, marker);
+    if (p == 0) return word;
+    word.remove_prefix(p - 1);
+    if (pathFrom > word.size() + 1) return word;
+    size_t slash = word.find('/', pathFrom - 1);
+    if (slash == npos) return word;
+    word = word.substr(0, slash);
+    size_t at = word.find('@');
+    if (at != npos) word.remove_prefix(at + 1);
+    return word;
 }
 
-// extractifurl on a buffer of its own.
-void cutLinks(std::string& word) {
-    auto cutLink = [&word](std::string_view marker, size_t pathFrom) {
-        size_t p = findNoCase(word, marker);
-        if (p == 0) return;
-        word.erase(0, p - 1);
-        if (pathFrom > word.size() + 1) return;
-        size_t slash = word.find('/', pathFrom - 1);
-        if (slash == npos) return;
-        word.resize(slash);
-        size_t at = word.find('@');
-        if (at != std::string::npos) word.erase(0, at + 1);
-    };
+std::string_view cutLinks(std::string_view word) {
     // "http://" holds a slash; most words with a dot have none.
-    if (word.find('/') != npos) cutLink("http://", 8);
-    cutLink("www.", 5);
+    if (word.find('/') != npos) word = cutLink(word, "http://", 8);
+    return cutLink(word, "www.", 5);
 }
 
 enum class Field { Received, ContentType, Headers, Subject, Other };
@@ -167,127 +140,224 @@ Field fieldOf(std::string_view prefix) {
     return Field::Other;
 }
 
+class TableSink final : public TokenSink {
+public:
+    explicit TableSink(clsHashTable& table) : table_(table) {}
+    void add(std::string_view prefix, std::string_view word) override {
+        key_.assign(prefix);
+        key_.append(word);
+        table_.Insert(key_);
+    }
+
+private:
+    clsHashTable& table_;
+    std::string key_;
+};
+
+// What a word holds, gathered while its end is looked for, so that each test
+// below is a bit rather than another pass over the word.
+enum : uint16_t {
+    Blank = 1,       // a blank, or a tab or line end (which read as blanks)
+    Closing = 2,     // ">", which ends a word and stays on it
+    Cleaned = 4,     // cleaned away
+    Punctuation = 8, // "=,*-()", blanks outside the whole-header and subject-line tokens
+    Dot = 16,
+    Slash = 32,
+    Colon = 64,
+    At = 128,
+    Semicolon = 256,
+    NotNumeric = 512, // not a digit, "-" or "+"
+    LetterB = 1024,   // for "boundary"
+    LetterW = 2048,   // for "www."
+};
+
+constexpr std::array<uint16_t, 256> byteClass = [] {
+    std::array<uint16_t, 256> t{};
+    for (int c = 0; c < 256; ++c) {
+        uint16_t bits = 0;
+        if (c == ' ' || c == '\t' || c == '\r' || c == '\n') bits |= Blank;
+        if (c == '>') bits |= Closing;
+        if (std::string_view("=,*-()").find(static_cast<char>(c)) != std::string_view::npos)
+            bits |= Punctuation;
+        if (cleanedAway[static_cast<size_t>(c)]) bits |= Cleaned;
+        if (c == '.') bits |= Dot;
+        if (c == '/') bits |= Slash;
+        if (c == ':') bits |= Colon;
+        if (c == '@') bits |= At;
+        if (c == ';') bits |= Semicolon;
+        if (!((c >= '0' && c <= '9') || c == '-' || c == '+')) bits |= NotNumeric;
+        if (c == 'b' || c == 'B') bits |= LetterB;
+        if (c == 'w' || c == 'W') bits |= LetterW;
+        t[static_cast<size_t>(c)] = bits;
+    }
+    return t;
+}();
+
+inline uint16_t classOf(char c) {
+    return byteClass[static_cast<unsigned char>(c)];
+}
+
+uint16_t classOf(std::string_view word) {
+    uint16_t bits = 0;
+    for (char c : word) bits |= classOf(c);
+    return bits;
+}
+
 // The buffers of the tokeniser, kept from word to word and message to message
 // so that a message costs no allocations once they have grown.
 struct Tokeniser {
-    std::string text, word, previous, key, lowered;
+    TokenSink* sink = nullptr;
+    std::string text, word, previous, key, lowered, scratch, joined, noDigits;
 
-    void add(clsHashTable& table, std::string_view prefix, std::string_view token) {
-        key.assign(prefix);
-        key.append(token);
-        table.Insert(key);
+    // The word without the punctuation cleaned away (the slow way: most
+    // words have none).
+    std::string_view cleaned(std::string_view raw) {
+        word.clear();
+        for (char c : raw)
+            if (!isCleanedAway(static_cast<unsigned char>(c))) word += c;
+        return trimBlanks(word);
     }
 
-    void addWord(clsHashTable& table, std::string_view rawWord, std::string_view prefix,
-                 Field field) {
+    // bits: classOf(rawWord).
+    void addWord(std::string_view rawWord, uint16_t bits, std::string_view prefix, Field field) {
         // Only a Received header reads the word before; elsewhere it isn't kept.
         const bool keepPrevious = field == Field::Received;
         if (rawWord.size() > 35) {
             if (keepPrevious) previous.assign(rawWord);
             return;
         }
-        if (rawWord.size() >= 2 && rawWord[0] == '<' && rawWord[1] == '!')
-            word.assign("HTMLCOMMENT");
-        else
-            cleanInto(word, rawWord);
-        if (prefix.empty() && word.find('@') == npos && !containsNoCase(word, "http"))
-            word.erase(std::remove(word.begin(), word.end(), '.'), word.end());
-        if (word.find('.') != npos) cutLinks(word);
+        std::string_view w = rawWord;
+        if (rawWord.size() >= 2 && rawWord[0] == '<' && rawWord[1] == '!') {
+            w = "HTMLCOMMENT";
+            bits = classOf(w);
+        } else if (bits & Cleaned) {
+            w = cleaned(rawWord);
+            bits = classOf(w);
+        }
+        if (prefix.empty() && !(bits & At) && !containsNoCase(w, "http")) {
+            scratch.assign(w);
+            scratch.erase(std::remove(scratch.begin(), scratch.end(), '.'), scratch.end());
+            w = scratch;
+            bits = classOf(w);
+        }
+        // Only "http://" (which holds a slash) and "www." cut a word with a dot.
+        if ((bits & Dot) && (bits & (Slash | LetterW))) {
+            const std::string_view cut = cutLinks(w);
+            if (cut.size() != w.size()) bits = classOf(cut);
+            w = cut;
+        }
 
         switch (field) {
         case Field::Received:
             // A Received header gives only the HELO name and the "from" host, unprefixed.
             if (EqualsNoCase(previous, "HELO")) {
-                if (!word.empty()) table.Insert(word);
-            } else if (EqualsNoCase(previous, "FROM") && word != "network;") {
+                if (!w.empty()) sink->add({}, w);
+            } else if (EqualsNoCase(previous, "FROM") && w != "network;") {
                 key.assign(previous);
                 key += ' ';
-                key += word;
-                table.Insert(key);
+                sink->add(key, w);
             }
             break;
         case Field::ContentType:
-            if (word.find('/') != npos) {
-                key.assign(prefix);
-                for (char c : word)
-                    if (c != ';') key += c;
-                table.Insert(key);
+            if (bits & Slash) {
+                if (bits & Semicolon) {
+                    key.clear();
+                    for (char c : w)
+                        if (c != ';') key += c;
+                    sink->add(prefix, key);
+                } else {
+                    sink->add(prefix, w);
+                }
             }
             break;
         case Field::Headers:
-            if (word.find(':') == npos && !containsNoCase(word, "boundary") && !allnumerics(word))
-                add(table, prefix, word);
+            if (!(bits & Colon) && (bits & NotNumeric) &&
+                !((bits & LetterB) && containsNoCase(w, "boundary")))
+                sink->add(prefix, w);
             break;
         case Field::Subject:
-            add(table, prefix, word);
+            sink->add(prefix, w);
             break;
         case Field::Other:
-            if (!allnumerics(word)) {
-                add(table, prefix, word);
-                size_t at = word.find('@');
-                if (at != npos && at + 1 < word.size())
-                    add(table, prefix, std::string_view(word).substr(at + 1));
+            if (bits & NotNumeric) {
+                sink->add(prefix, w);
+                if (bits & At) {
+                    size_t at = w.find('@');
+                    if (at + 1 < w.size()) sink->add(prefix, w.substr(at + 1));
+                }
             }
             break;
         }
-        if (keepPrevious) previous.swap(word);
+        if (keepPrevious) previous.assign(w);
     }
 
-    // Line ends and tabs become one blank each, CR LF included. Eight bytes
-    // at a time while none of them is a control byte below 14.
-    void flatten(std::string_view input) {
-        text.resize(input.size());
-        char* o = text.data();
-        const char* in = input.data();
-        const size_t n = input.size();
-        size_t i = 0;
-        while (i < n) {
-            while (i + 8 <= n) {
-                uint64_t block;
-                std::memcpy(&block, in + i, 8);
-                if ((block - 0x0E0E0E0E0E0E0E0EULL) & ~block & 0x8080808080808080ULL) break;
-                std::memcpy(o, in + i, 8);
-                o += 8;
-                i += 8;
-            }
-            if (i >= n) break;
-            char c = in[i];
-            if (c == '\r' || c == '\n' || c == '\t') {
-                if (c == '\r' && i + 1 < n && in[i + 1] == '\n') ++i;
-                c = ' ';
-            }
-            *o++ = c;
-            ++i;
+    // Whether the text with each line end (CR LF included) and tab made one
+    // blank is at most 50 long and holds a blank: a short phrase.
+    static bool isPhrase(std::string_view input) {
+        if (input.size() > 100) return false;
+        size_t length = input.size();
+        bool blank = false;
+        for (size_t i = 0; i < input.size(); ++i) {
+            const char c = input[i];
+            if (c == '\r' && i + 1 < input.size() && input[i + 1] == '\n') --length;
+            if (c == ' ' || c == '\t' || c == '\r' || c == '\n') blank = true;
         }
-        text.resize(static_cast<size_t>(o - text.data()));
+        return blank && length <= 50;
     }
 
-    void breakAndHash(clsHashTable& table, std::string_view input, std::string_view prefix) {
-        if (input.empty()) return;
-        flatten(input);
-        // The whole of a short phrase is a token of its own.
-        if (text.size() <= 50 && text.find(' ') != std::string::npos) add(table, prefix, text);
-        if (prefix != "HDR*" && prefix != "SB-LN*" && prefix != "SB-ND*")
-            for (char& c : text) c = breakPunctuation[static_cast<unsigned char>(c)];
+    void phrase(std::string_view input, std::string_view prefix) {
+        text.clear();
+        for (size_t i = 0; i < input.size(); ++i) {
+            const char c = input[i];
+            if (c == '\r' && i + 1 < input.size() && input[i + 1] == '\n') continue;
+            text += c == '\r' || c == '\n' || c == '\t' ? ' ' : c;
+        }
+        sink->add(prefix, text);
+    }
 
-        // Positions from 1; a word runs from the delimiter before it to the one
-        // after it, both included, until trimming and cleaning take them away.
+    void breakAndHash(std::string_view input, std::string_view prefix) {
+        if (input.empty()) return;
+        // The whole of a short phrase is a token of its own.
+        if (isPhrase(input)) phrase(input, prefix);
+
+        // A word runs from the delimiter before it (a blank or ">") to the
+        // first one after its first character, both included, until trimming
+        // and cleaning take them away; the first word starts the text. A run
+        // of blanks (a CR LF, say) only makes empty words, so the text is read
+        // as it is, with tabs, line ends and, outside the whole-header and
+        // subject-line tokens, "=,*-()" read as blanks. No blank is left
+        // inside a word, so trimming takes at most one from each end.
+        const bool punctuationBlank = prefix != "HDR*" && prefix != "SB-LN*" && prefix != "SB-ND*";
+        const uint16_t blank = punctuationBlank ? Blank | Punctuation : Blank;
+        const uint16_t stop = blank | Closing;
         const Field field = fieldOf(prefix);
-        std::string_view all(text);
+        const char* all = input.data();
+        const size_t n = input.size();
         previous.clear();
-        size_t closing = all.find('>'); // 0-based, the first at or after the word's start
-        size_t next = 1;
-        do {
-            size_t start = next;
-            size_t blank = start < all.size() ? all.find(' ', start) : npos;
-            next = blank == npos ? 0 : blank + 1;
-            if (closing != npos && closing < start) closing = all.find('>', start);
-            if (closing != npos && (next == 0 || closing + 1 < next)) next = closing + 1;
-            std::string_view w =
-                next > 0 ? all.substr(start - 1, next - start + 1) : all.substr(start - 1);
-            w = trimBlanks(w);
-            if (w.size() >= 3) addWord(table, w, prefix, field);
-        } while (next != 0);
+        for (size_t start = 0;;) {
+            uint16_t bits = 0;
+            size_t end = start + 1;
+            for (; end < n; ++end) {
+                const uint16_t c = classOf(all[end]);
+                if (c & stop) break;
+                bits |= c;
+            }
+            size_t from = start, to = end < n ? end + 1 : n;
+            if (const uint16_t first = classOf(all[from]); first & blank)
+                ++from;
+            else
+                bits |= first;
+            if (end < n && to > from) {
+                if (const uint16_t last = classOf(all[end]); last & blank)
+                    --to;
+                else
+                    bits |= last;
+            }
+            if (to - from >= 3)
+                addWord(std::string_view(all + from, to - from), bits, prefix, field);
+            if (end >= n) break;
+            start = end;
+        }
     }
 };
 
@@ -344,12 +414,32 @@ std::string extractifurl(std::string_view input) {
 }
 
 void BreakAndHash(clsHashTable& table, std::string_view input, std::string_view prefix) {
-    tokeniser().breakAndHash(table, input, prefix);
+    TableSink sink(table);
+    Tokeniser& t = tokeniser();
+    t.sink = &sink;
+    t.breakAndHash(input, prefix);
 }
 
-void HashUrls(clsHashTable& table, std::string_view input) {
+namespace {
+
+// Replace(text, needle, "") in place: one pass, left to right.
+void eraseAll(std::string& text, std::string_view needle) {
+    size_t hit = text.find(needle);
+    if (hit == npos) return;
+    size_t out = hit;
+    for (size_t in = hit; in < text.size();) {
+        if (text.compare(in, needle.size(), needle) == 0) {
+            in += needle.size();
+            continue;
+        }
+        text[out++] = text[in++];
+    }
+    text.resize(out);
+}
+
+void hashUrls(Tokeniser& t, std::string_view input) {
     if (input.empty()) return;
-    std::string& text = tokeniser().lowered;
+    std::string& text = t.lowered;
     lowerInto(text, input);
     std::string_view all(text);
     if (all.find("www.") == npos && all.find("http://") == npos && all.find("https://") == npos)
@@ -357,6 +447,7 @@ void HashUrls(clsHashTable& table, std::string_view input) {
     NextFinder http(all, "http://"), https(all, "https://"), www(all, "www.");
     NextFinder slash(all, "/"), quote(all, "\""), blank(all, " "), com(all, ".com"),
         biz(all, ".biz"), info(all, ".info");
+    std::string& url = t.scratch;
     size_t found = 0;
     do {
         size_t start = found;
@@ -364,7 +455,7 @@ void HashUrls(clsHashTable& table, std::string_view input) {
         found = p == npos ? 0 : p + 1;
         lowest(https, start + 1, 8, found);
         lowest(www, start + 1, 4, found);
-        std::string url;
+        url.clear();
         if (found > 0) {
             size_t from = found + 8;
             size_t s = slash.at(from - 1);
@@ -374,50 +465,70 @@ void HashUrls(clsHashTable& table, std::string_view input) {
             lowest(com, from, 4, end);
             lowest(biz, from, 4, end);
             lowest(info, from, 5, end);
-            if (end != 0) url = Trim(all.substr(found - 1, end - found + 1));
+            if (end != 0) url.assign(trimBlanks(all.substr(found - 1, end - found + 1)));
         }
         if (url.size() < 3 || url.size() > 50) continue;
-        url = Replace(url, "http://", "");
-        url = Replace(url, "https://", "");
-        url = Replace(url, "/", "");
-        size_t at = url.find('@');
-        if (at != std::string::npos) url = url.substr(at + 1);
-        size_t q = url.find('"');
-        if (q != std::string::npos) url = url.substr(0, q);
-        size_t gt = url.find('>');
-        if (gt != std::string::npos) url = url.substr(0, gt);
-        if (!url.empty() && url.back() == '.') url.pop_back();
-        tokeniser().add(table, "URL*", url);
+        eraseAll(url, "http://");
+        eraseAll(url, "https://");
+        eraseAll(url, "/");
+        std::string_view host(url);
+        size_t at = host.find('@');
+        if (at != npos) host.remove_prefix(at + 1);
+        host = host.substr(0, host.find('"'));
+        host = host.substr(0, host.find('>'));
+        if (!host.empty() && host.back() == '.') host.remove_suffix(1);
+        t.sink->add("URL*", host);
     } while (found != 0);
 }
 
+} // namespace
+
+void HashUrls(clsHashTable& table, std::string_view input) {
+    TableSink sink(table);
+    Tokeniser& t = tokeniser();
+    t.sink = &sink;
+    hashUrls(t, input);
+}
+
 void hashmessage(clsHashTable& table, const clsMessage& msg, bool headersOnly) {
-    BreakAndHash(table, msg.Subject, "SUB*");
+    TableSink sink(table);
+    hashmessage(sink, msg, headersOnly);
+}
+
+void hashmessage(TokenSink& sink, const clsMessage& msg, bool headersOnly) {
+    Tokeniser& t = tokeniser();
+    t.sink = &sink;
+    t.breakAndHash(msg.Subject, "SUB*");
     // The subject in one piece catches mail sent many times over; without its
     // digits it catches the same mail with a changing number in it.
-    std::string joined = Replace(msg.Subject, " ", "_");
-    BreakAndHash(table, joined, "SB-LN*");
-    std::string noDigits = CleanNumbers(joined);
-    if (!EqualsNoCase(Trim(noDigits), Trim(joined))) BreakAndHash(table, noDigits, "SB-ND*");
-    auto address = [&table](const std::string& field, std::string_view prefix) {
-        BreakAndHash(table, extractname(field), prefix);
-        BreakAndHash(table, extractemail(field), prefix);
+    t.joined.assign(msg.Subject);
+    std::replace(t.joined.begin(), t.joined.end(), ' ', '_');
+    t.breakAndHash(t.joined, "SB-LN*");
+    t.noDigits.clear();
+    for (char c : t.joined)
+        if (c < '0' || c > '9') t.noDigits += c;
+    if (!EqualsNoCase(trimBlanks(t.noDigits), trimBlanks(t.joined)))
+        t.breakAndHash(t.noDigits, "SB-ND*");
+    auto address = [&t](const std::string& field, std::string_view prefix) {
+        if (field.empty()) return;
+        t.breakAndHash(extractname(field), prefix);
+        t.breakAndHash(extractemail(field), prefix);
     };
     address(msg.To_Email, "TO*");
     address(msg.Sender, "SNDR*");
     address(msg.From, "FRM*");
     address(msg.ReplyTo, "RPLYTO*");
-    BreakAndHash(table, msg.XEnvelopeTo, "XTO*");
-    BreakAndHash(table, msg.ContentTypeMain, "CT*");
-    BreakAndHash(table, msg.BCC, "BCC*");
-    BreakAndHash(table, msg.CC, "CC*");
-    BreakAndHash(table, msg.Received, "RCT*");
-    BreakAndHash(table, msg.UserAgent, "UA*");
-    BreakAndHash(table, msg.OrigIP, "IP*");
-    BreakAndHash(table, msg.XMailer, "XMLR*");
-    BreakAndHash(table, msg.Headers, "HDR*");
+    t.breakAndHash(msg.XEnvelopeTo, "XTO*");
+    t.breakAndHash(msg.ContentTypeMain, "CT*");
+    t.breakAndHash(msg.BCC, "BCC*");
+    t.breakAndHash(msg.CC, "CC*");
+    t.breakAndHash(msg.Received, "RCT*");
+    t.breakAndHash(msg.UserAgent, "UA*");
+    t.breakAndHash(msg.OrigIP, "IP*");
+    t.breakAndHash(msg.XMailer, "XMLR*");
+    t.breakAndHash(msg.Headers, "HDR*");
     if (!headersOnly)
-        HashUrls(table, msg.HtmlStrippedBody.empty() ? msg.StrippedBody : msg.HtmlStrippedBody);
+        hashUrls(t, msg.HtmlStrippedBody.empty() ? msg.StrippedBody : msg.HtmlStrippedBody);
 }
 
 } // namespace corva

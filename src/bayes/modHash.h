@@ -11,8 +11,19 @@ namespace corva {
 
 class clsMessage;
 
+// Where the tokeniser puts what it finds: every token, once per occurrence,
+// as two pieces (usually its header's prefix and the word) to be joined.
+class TokenSink {
+public:
+    virtual void add(std::string_view prefix, std::string_view word) = 0;
+
+protected:
+    ~TokenSink() = default;
+};
+
 // Adds every token of a message; headersOnly leaves out the link tokens.
 void hashmessage(clsHashTable& table, const clsMessage& msg, bool headersOnly);
+void hashmessage(TokenSink& sink, const clsMessage& msg, bool headersOnly);
 // Splits a text into tokens and adds them under a prefix.
 void BreakAndHash(clsHashTable& table, std::string_view text, std::string_view prefix);
 // Adds the host of each link in a text as "URL*host".
