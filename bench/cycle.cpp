@@ -16,6 +16,7 @@
 // folder set up for it, and the benchmark waits for a line on its input, so
 // that a fetch can be run by hand (under strace, say).
 #include "BenchSupport.h"
+#include "BlockingPop3.h"
 #include "Corpus.h"
 #include "core/AppInfo.h"
 #include "core/FileSubs.h"
@@ -23,7 +24,6 @@
 #include "core/Strings.h"
 #include "core/mSHAREDLogging.h"
 #include "core/mSHAREDSettings.h"
-#include "cycle/BlockingPop3.h"
 #include "cycle/frmMain.h"
 #include "platform/qt/QtPlatform.h"
 #include "support/DovecotServer.h"

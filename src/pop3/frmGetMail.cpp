@@ -422,7 +422,8 @@ void frmGetMail::send(const std::string& command) {
 //
 // On a secure connection whose server names PIPELINING, a scan without deletion keeps up to
 // AheadWindow TOP commands on their way; its bytes are those of the lock-step dialogue. A
-// retrieve that stops at the last message runs in one state instead, StPipelined:
+// retrieve, or a scan that deletes, that stops at the last message runs in one state instead,
+// StPipelined:
 //
 //   state        reply matched to   on a complete good reply
 //   StStatSent   STAT               TOP 1 1 ... TOP w 1 (w: AheadWindow) -> StPipelined
@@ -676,8 +677,8 @@ void frmGetMail::onStatReply(std::string data) {
     events_->Progress(Str(MessageCount_) + " message(s) on " + title() + "   (" +
                       numberText(round2(totalSize / 1024)) + " kb)");
     MessageNumber_ = 1;
-    if (retrieveAhead())
-        startRetrieveAhead();
+    if (pipelinedSession())
+        startPipelined();
     else
         askTop();
 }
@@ -924,15 +925,16 @@ bool frmGetMail::deliver(const std::string& text, int32_t number, const std::str
 }
 
 // ---------------------------------------------------------------------------
-// The retrieve with commands on their way
+// A retrieve, or a scan that deletes, with commands on their way
 
-bool frmGetMail::retrieveAhead() const {
+bool frmGetMail::pipelinedSession() const {
     // Without STOPATLAST the dialogue ends by the server's refusal of a TOP
     // past the count, which a window would reach early.
-    return mode_ == GetMessagesMode && pipelining_ && stopAtLast_[account_];
+    return (mode_ == GetMessagesMode || (mode_ == GetHeadersMode && DeleteBlocked_)) &&
+           pipelining_ && stopAtLast_[account_];
 }
 
-void frmGetMail::startRetrieveAhead() {
+void frmGetMail::startPipelined() {
     state_ = StPipelined;
     forgetAhead();
     topUpAhead();
@@ -1044,6 +1046,8 @@ bool frmGetMail::judgeAhead(int32_t number) {
         }
     } else if (msg.Ignored) {
         progress = "Ignoring message " + n + ofCount;
+    } else if (mode_ == GetHeadersMode) {
+        progress = "Passed message " + n + ofCount;
     } else {
         LogAction("Sending RETR " + n);
         // The count a lock-step retrieve would have reached at this RETR's reply.

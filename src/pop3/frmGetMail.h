@@ -83,7 +83,7 @@ public:
         StQuitSent = 8,
         StStlsSent = 9,
         StCapaSent = 10,
-        // A retrieve with commands on their way: replies matched from ReplyQueue.
+        // Commands on their way (a retrieve, a scan that deletes): replies matched from ReplyQueue.
         StPipelined = 11
     };
 
@@ -176,9 +176,9 @@ private:
     bool deliver(const std::string& text, int32_t number, const std::string& count,
                  int16_t handled);
 
-    // The retrieve with commands on their way (StPipelined).
-    bool retrieveAhead() const;
-    void startRetrieveAhead();
+    // A retrieve, or a scan that deletes, with commands on their way (StPipelined).
+    bool pipelinedSession() const;
+    void startPipelined();
     // Drops every command and header of a retrieve that ended.
     void forgetAhead();
     void onPipelinedData(const std::string& data);
@@ -245,7 +245,7 @@ private:
     std::string lastData_;
     bool inDataArrival_ = false;
     std::deque<std::string> deferredData_;
-    // The retrieve with commands on their way: what was sent and not yet
+    // A session with commands on their way: what was sent and not yet
     // answered, commands decided but not yet written, the messages whose RETR
     // or DELE is unanswered, and headers judged meanwhile, whose events wait
     // so that every message's events come in the order of the messages.

@@ -445,23 +445,17 @@ TEST_F(CommandLine, BulkCommandsNeedNoFullProgram) {
     writeFile(home_.file("Messages/Inbox/A.EML"), mail("Ann <ann@example.org>", "Lunch"));
     writeFile(home_.file("m.eml"), mail("Ann <ann@example.org>", "Lunch"));
     auto shell = [&](const std::string& args) {
-        const std::string line = exe + " --home '" + home_.path() + "' " + args + " 2>&1";
-        std::string out;
-        FILE* pipe = ::popen(line.c_str(), "r");
-        char buffer[512];
-        while (pipe && std::fgets(buffer, sizeof buffer, pipe)) out += buffer;
-        const int status = pipe ? ::pclose(pipe) : -1;
-        return std::make_pair(WIFEXITED(status) ? WEXITSTATUS(status) : -1, out);
+        return runShell(exe + " --home '" + home_.path() + "' " + args, true);
     };
-    auto [trained, said] = shell("-q train");
-    EXPECT_EQ(trained, 0) << said;
-    auto [scored, score] = shell("score " + home_.file("m.eml"));
-    EXPECT_EQ(scored, 0) << score;
-    EXPECT_EQ(score.substr(0, 7), "Score: ") << score;
+    const Outcome trained = shell("-q train");
+    EXPECT_EQ(trained.status, 0) << trained.out;
+    const Outcome scored = shell("score " + home_.file("m.eml"));
+    EXPECT_EQ(scored.status, 0) << scored.out;
+    EXPECT_EQ(scored.out.substr(0, 7), "Score: ") << scored.out;
     for (const char* args : {"scan", "--help", "score --help", ""}) {
-        auto [status, out] = shell(args);
-        EXPECT_EQ(status, 1) << args;
-        EXPECT_NE(out.find("corva-qt is missing); reinstall Corva."), std::string::npos) << out;
+        const Outcome o = shell(args);
+        EXPECT_EQ(o.status, 1) << args;
+        EXPECT_NE(o.out.find("corva-qt is missing); reinstall Corva."), std::string::npos) << o.out;
     }
 }
 

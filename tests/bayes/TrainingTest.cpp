@@ -161,18 +161,28 @@ TEST_F(BayesTest, UpdateFromUnreadAddsOnlyUnreadSpam) {
     EXPECT_TRUE(FileExists(frmBayesFilter::wordfilename()));
 }
 
-// Marking by the user, with the question answered Yes unless a test says otherwise.
+// Marking by the user, with the question answered as the test says.
 class MarkingTest : public BayesTest {
 protected:
-    void SetUp() override {
-        BayesTest::SetUp();
-        fake.prompts_.answer = platform::Answer::Yes;
-    }
     test::RecordingPlatform fake;
     platform::ScopedPlatform installed{fake};
 };
 
-TEST_F(MarkingTest, MarkingTwiceCountsTwiceAndWritesAllThreeFiles) {
+// Each distinct token counts once per marking, marking good never takes a
+// spam count back, and a refusal or an empty selection changes nothing.
+TEST_F(MarkingTest, MarkingCountsEachTimeAndARefusalChangesNothing) {
+    fake.prompts_.answer = platform::Answer::No;
+    clsMessages refused;
+    refused.Add(parsed(SpamText));
+    filter_.MarkMessagesJunkOrNot(refused, true);
+    EXPECT_EQ(refused.Count(), 1);
+    EXPECT_EQ(filter_.BadTable().MaxIndex, 0);
+    EXPECT_FALSE(FileExists(frmBayesFilter::badfilename()));
+    clsMessages none;
+    filter_.MarkMessagesJunkOrNot(none, true);
+    EXPECT_EQ(fake.prompts_.messages.size(), 1u) << "nothing to mark, nothing asked";
+
+    fake.prompts_.answer = platform::Answer::Yes;
     auto msg = parsed(SpamText);
     for (int round = 0; round < 2; ++round) {
         clsMessages selection;
@@ -180,7 +190,7 @@ TEST_F(MarkingTest, MarkingTwiceCountsTwiceAndWritesAllThreeFiles) {
         filter_.MarkMessagesJunkOrNot(selection, true);
         EXPECT_EQ(selection.Count(), 0);
     }
-    ASSERT_EQ(fake.prompts_.messages.size(), 2u);
+    EXPECT_EQ(fake.prompts_.messages.size(), 3u);
     EXPECT_TRUE(FileExists(frmBayesFilter::goodfilename()));
     clsHashTable word, bad;
     word.LoadTable(frmBayesFilter::wordfilename());
@@ -189,33 +199,16 @@ TEST_F(MarkingTest, MarkingTwiceCountsTwiceAndWritesAllThreeFiles) {
     EXPECT_EQ(bad.Count, 2);
     EXPECT_FLOAT_EQ(bad.HashFind("SUB*Cheap").Value, 2.0f);
     EXPECT_EQ(bad.HashFind("URL*pills.example").Index, 0) << "marking never takes link tokens";
-}
 
-TEST_F(MarkingTest, MarkingEachDistinctTokenOnceAndNeverUnmarking) {
-    auto msg = parsed("Subject: spam spam spam\r\n\r\nx");
-    clsMessages junk;
-    junk.Add(msg);
-    filter_.MarkMessagesJunkOrNot(junk, true);
-    clsMessages good;
-    good.Add(msg);
-    filter_.MarkMessagesJunkOrNot(good, false);
+    auto repeated = parsed("Subject: spam spam spam\r\n\r\nx");
+    for (bool junk : {true, false}) {
+        clsMessages selection;
+        selection.Add(repeated);
+        filter_.MarkMessagesJunkOrNot(selection, junk);
+    }
     EXPECT_FLOAT_EQ(filter_.BadTable().HashFind("SUB*spam").Value, 1.0f);
     EXPECT_FLOAT_EQ(filter_.GoodTable().HashFind("SUB*spam").Value, 1.0f)
         << "marking good leaves the spam count";
-}
-
-TEST_F(MarkingTest, RefusedMarkingChangesNothing) {
-    fake.prompts_.answer = platform::Answer::No;
-    clsMessages selection;
-    selection.Add(parsed(SpamText));
-    filter_.MarkMessagesJunkOrNot(selection, true);
-    EXPECT_EQ(selection.Count(), 1);
-    EXPECT_EQ(filter_.BadTable().MaxIndex, 0);
-    EXPECT_FALSE(FileExists(frmBayesFilter::badfilename()));
-
-    clsMessages none;
-    filter_.MarkMessagesJunkOrNot(none, true);
-    EXPECT_EQ(fake.prompts_.messages.size(), 1u) << "nothing to mark, nothing asked";
 }
 
 TEST(ConfirmMarkAs, TextsForOneAndMany) {

@@ -141,17 +141,3 @@ TEST_F(SettingsFile, SetsCloseTheirGapsOnDelete) {
     ASSERT_TRUE(s.ReadIDFromSet("RECENT", id, id));
     EXPECT_EQ(id, "RECENT_2");
 }
-
-TEST_F(SettingsFile, BisectionFindsEveryKeyAndPlacesNewOnes) {
-    cSHAREDSettings s;
-    for (int i = 99; i >= 0; --i) s.StoreSetting("K" + std::to_string(1000 + i * 7), i);
-    for (int i = 0; i < 100; ++i) {
-        int position = 0;
-        int found = s.SettingPresent("K" + std::to_string(1000 + i * 7), position);
-        ASSERT_GT(found, 0);
-        EXPECT_EQ(position, found + 1);
-    }
-    int position = 0;
-    EXPECT_EQ(s.SettingPresent("K1001", position), -1);
-    EXPECT_EQ(s.SettingNameByIndex(position - 1), "K1000");
-}

@@ -1,7 +1,6 @@
 // The cycle against real servers: three accounts on two Dovecot servers, with
 // a block list, a domain block, an ignore entry, a delete rule and a folder
 // rule (which keeps its folder only by stopping the check before the score).
-#include "cycle/BlockingPop3.h"
 #include "cycle/CycleFixture.h"
 
 #include "support/EmlFiles.h"
@@ -66,15 +65,6 @@ protected:
         setAccount(2, serverB->address(), "cat", "Cat");
     }
 
-    // What a separate login finds on the server now.
-    static std::vector<std::string> onServer(DovecotServer& server, const std::string& user) {
-        BlockingPop3 pop;
-        EXPECT_TRUE(pop.open(server.port(), user, "secret"));
-        std::vector<std::string> subjects = pop.subjects();
-        pop.quit();
-        return subjects;
-    }
-
     std::vector<std::string> emlFiles(const std::string& folder) {
         return emlFilesIn(MessageFolder + folder);
     }
@@ -125,7 +115,7 @@ TEST_F(DovecotCycleTest, ScanListsEveryMessageWithItsVerdict) {
     EXPECT_EQ(view.toolbarImage, "sendreceive");
     // A scan stores nothing and leaves the servers as they were.
     EXPECT_TRUE(emlFiles(InboxFolder).empty());
-    EXPECT_EQ(onServer(*serverA, "ann").size(), 4u);
+    EXPECT_EQ(serverA->subjects("ann").size(), 4u);
 
     // New mail is told once: the next scan finds the same messages.
     const std::vector<std::string> told{"Corva - New mail: 5 new message(s) on the server"};
@@ -146,10 +136,10 @@ TEST_F(DovecotCycleTest, ScanWithDeleteRemovesExactlyTheBlockedMessages) {
     EXPECT_EQ(main->TotalDeleted(), 3);
     EXPECT_EQ(Trim(sget("SpamCount", 0).toText()), "3");
 
-    EXPECT_EQ(onServer(*serverA, "ann"),
+    EXPECT_EQ(serverA->subjects("ann"),
               (std::vector<std::string>{"lunch on friday", "weekly digest"}));
-    EXPECT_EQ(onServer(*serverA, "bob"), (std::vector<std::string>{"project notes"}));
-    EXPECT_EQ(onServer(*serverB, "cat"),
+    EXPECT_EQ(serverA->subjects("bob"), (std::vector<std::string>{"project notes"}));
+    EXPECT_EQ(serverB->subjects("cat"),
               (std::vector<std::string>{"holiday photos", "next match", "digest 42"}));
 }
 
@@ -185,7 +175,7 @@ TEST_F(DovecotCycleTest, RetrieveStoresEachPassingMessageOnceEvenWhenRetrievedAg
     EXPECT_EQ(view.notifications,
               std::vector<std::string>{"Corva - New mail: 5 new message(s) downloaded"});
     // Nothing was deleted: the servers still hold everything.
-    EXPECT_EQ(onServer(*serverA, "ann").size(), 4u);
+    EXPECT_EQ(serverA->subjects("ann").size(), 4u);
 
     // Retrieved again, what is stored already is not stored a second time.
     ASSERT_TRUE(cycle(false, true));
@@ -202,11 +192,11 @@ TEST_F(DovecotCycleTest, DeleteOnRetrieveRemovesOnlyWhatWasStored) {
 
     EXPECT_EQ(emlFiles(InboxFolder).size(), 4u);
     EXPECT_EQ(emlFiles("Lists").size(), 1u);
-    EXPECT_EQ(onServer(*serverA, "ann"),
+    EXPECT_EQ(serverA->subjects("ann"),
               (std::vector<std::string>{"cheap watches", "buy viagra now"}));
-    EXPECT_EQ(onServer(*serverA, "bob"), (std::vector<std::string>{"hello again"}));
+    EXPECT_EQ(serverA->subjects("bob"), (std::vector<std::string>{"hello again"}));
     // The ignored message is left on the server, not fetched.
-    EXPECT_EQ(onServer(*serverB, "cat"), (std::vector<std::string>{"digest 42"}));
+    EXPECT_EQ(serverB->subjects("cat"), (std::vector<std::string>{"digest 42"}));
 }
 
 TEST_F(DovecotCycleTest, OneAccountCycleVisitsOnlyThatAccount) {

@@ -103,30 +103,5 @@ TEST_F(RulesFileTest, MergingKeepsWhatIsThereAndMissingFilesChangeNothing) {
     EXPECT_TRUE(filterSet.empty());
 }
 
-TEST_F(RulesFileTest, ReloadChoosesTheServerOrLocalRulesAndReadsTheLists) {
-    writeFile(dir.file("Rules.txt"), "Filtername, Server\r\n");
-    writeFile(dir.file("LocalRules.txt"), "Filtername, Local\r\nFilterAction, 2\r\n");
-    writeFile(dir.file("Blocked.txt"), "Spam@Bad.Example\r\n");
-    filters.ReloadFilters(true);
-    ASSERT_EQ(filters.Filters().size(), 1u);
-    EXPECT_EQ(filters.Filters()[0].FilterName, "Local");
-    EXPECT_EQ(filters.CurrentRulesPath(), dir.file("LocalRules.txt"));
-    EXPECT_TRUE(filters.Blocked("spam@bad.example"));
-    EXPECT_EQ(filters.BlockedList().Items()[0], "spam@bad.example");
-    filters.ReloadFilters(false);
-    EXPECT_EQ(filters.Filters()[0].FilterName, "Server");
-}
-
-TEST_F(RulesFileTest, TheEditorShowsTheSizeLimitOnlyForServerFilters) {
-    sset("MaxMailSize", 250);
-    FilterViewSetup server = filters.DisplayFilters(false);
-    EXPECT_EQ(server.maxMailSize, 250.0f);
-    EXPECT_FALSE(server.folderListOn);
-    FilterViewSetup local = filters.DisplayFilters(true);
-    EXPECT_EQ(local.maxMailSize, 0.0f);
-    EXPECT_EQ(filters.MaxMailSize, 0.0f);
-    EXPECT_TRUE(local.folderListOn);
-}
-
 } // namespace
 } // namespace corva::test

@@ -140,21 +140,6 @@ protected:
 
 } // namespace
 
-TEST(MailerRows, IconKeyTakesTheFirstThatFits) {
-    struct Case {
-        bool high, unread, replied;
-        const char* key;
-    };
-    for (const Case& c :
-         {Case{true, true, true, "exclaimunreadreply"}, Case{true, true, false, "exclaimunread"},
-          Case{true, false, true, "exclaimreply"},
-          Case{true, false, false, "blank"}, // high priority alone
-          Case{false, true, true, "unreadreply"}, Case{false, true, false, "unread"},
-          Case{false, false, true, "reply"}, Case{false, false, false, "blank"}})
-        EXPECT_EQ(frmMailer::IconKey(c.high, c.unread, c.replied), c.key)
-            << c.high << c.unread << c.replied;
-}
-
 TEST_F(MailerTest, OpeningShowsTheTreeAndListsTheInbox) {
     add("Inbox/", "a.eml", "alpha", false);
     add("Inbox/", "b.eml", "beta", true);
@@ -257,6 +242,13 @@ TEST_F(MailerTest, MarksRewriteFilesIconsAndCounts) {
     mailer_->ClickedRescanFolders();
     EXPECT_EQ(mailer_->Row(rowOf("alpha")).Icon, "exclaimreply");
     EXPECT_EQ(mailer_->Row(rowOf("beta")).Icon, "unread");
+    // High priority alone, on a read message, shows no mark.
+    select({rowOf("alpha")});
+    mailer_->markselectedRepliedOrNot(false);
+    EXPECT_EQ(mailer_->Row(rowOf("alpha")).Icon, "blank");
+    select({rowOf("beta")});
+    mailer_->MarkPriority(true);
+    EXPECT_EQ(mailer_->Row(rowOf("beta")).Icon, "exclaimunread");
 }
 
 TEST_F(MailerTest, SeldupesSelectsOnlyEqualNeighbours) {

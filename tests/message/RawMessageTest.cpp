@@ -41,32 +41,32 @@ TEST_F(RawText, NewLinesStandLastInHeaderInFixedOrder) {
     EXPECT_EQ(m.Messagetext, crlf({"Subject: a", "", "body"}));
 }
 
-TEST_F(RawText, PresentLineIsNotDoubledAndDateIsKept) {
-    clsMessage m =
-        parse(crlf({"X-Message-Read: 1", "X-Receive-Date: 2001-02-03 04:05:06", "", "b"}));
-    ASSERT_TRUE(m.Read);
-    std::string raw = m.RawMessage();
-    EXPECT_EQ(occurrences(raw, "X-Message-Read: 1"), 1u);
-    EXPECT_EQ(occurrences(raw, "X-Receive-Date"), 1u);
-    EXPECT_EQ(raw, m.Messagetext);
-}
-
-TEST_F(RawText, ClearedFlagRemovesTheLineEvenFromTheBody) {
-    clsMessage m = parse(crlf(
-        {"X-Message-Replied: 1", "X-Receive-Date: d", "", "quoted: X-Message-Replied: 1 here"}));
-    m.Replied = false;
-    std::string raw = m.RawMessage();
-    EXPECT_EQ(raw, crlf({"X-Receive-Date: d", "", "quoted:  here"}));
-}
-
-TEST_F(RawText, TextWithoutBlankLineGetsNoLinesAndNoParts) {
-    clsMessage m = parse("just one line\r\n");
-    m.Read = true;
-    m.HighPriority = true;
-    EXPECT_EQ(m.RawMessage(), "just one line\r\n");
-    EXPECT_EQ(m.MimePart(0).Content, "");
-    EXPECT_EQ(m.MimePart(5).ContentType, "");
-    EXPECT_TRUE(m.AttachmentNames().empty());
+// Lines already there are not doubled, a cleared flag takes its line out even
+// from the body, and a text without a blank line gets no lines at all.
+TEST_F(RawText, FlagLinesAreWrittenOnlyWhereTheyChangeSomething) {
+    const struct {
+        std::string text;
+        bool read, replied, priority;
+        std::string raw; // empty: the text as it was
+    } cases[] = {
+        {crlf({"X-Message-Read: 1", "X-Receive-Date: 2001-02-03 04:05:06", "", "b"}), true, false,
+         false, ""},
+        {crlf({"X-Message-Replied: 1", "X-Receive-Date: d", "",
+               "quoted: X-Message-Replied: 1 here"}),
+         false, false, false, crlf({"X-Receive-Date: d", "", "quoted:  here"})},
+        {"just one line\r\n", true, false, true, ""},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.text);
+        clsMessage m = parse(c.text);
+        m.Read = c.read;
+        m.Replied = c.replied;
+        m.HighPriority = c.priority;
+        EXPECT_EQ(m.RawMessage(), c.raw.empty() ? c.text : c.raw);
+    }
+    clsMessage none = parse("just one line\r\n");
+    EXPECT_EQ(none.MimePart(5).ContentType, "");
+    EXPECT_TRUE(none.AttachmentNames().empty());
 }
 
 TEST_F(RawText, TagAsSpamTagsEverySubjectLineOnce) {

@@ -12,6 +12,7 @@
 #include "pop3/frmGetMail.h"
 #include "support/FakeServer.h"
 #include "support/LastActions.h"
+#include "support/RecordingPlatform.h"
 #include "support/TempDir.h"
 
 #include <algorithm>
@@ -23,34 +24,7 @@
 
 namespace corva::test {
 
-class ScriptedPrompts : public platform::Prompts {
-public:
-    platform::Answer messageBox(const std::string& text, platform::Buttons, platform::Icon,
-                                const std::string&) override {
-        messages.push_back(text);
-        return platform::Answer::Ok;
-    }
-    platform::PasswordReply askPassword(const std::string& prompt) override {
-        passwordPrompts.push_back(prompt);
-        return passwordReply;
-    }
-    std::optional<std::string> inputBox(const std::string&, const std::string&,
-                                        const std::string&) override {
-        return std::nullopt;
-    }
-    void setCursor(platform::Cursor) override {}
-    bool trustCertificate(const std::string& server,
-                          const platform::CertificateInfo& certificate) override {
-        trustQuestions.push_back(server + " " + certificate.fingerprint);
-        return trustAnswer;
-    }
-
-    platform::PasswordReply passwordReply{"", true, false};
-    bool trustAnswer = false;
-    std::vector<std::string> trustQuestions;
-    std::vector<std::string> messages;
-    std::vector<std::string> passwordPrompts;
-};
+using ScriptedPrompts = RecordingPrompts;
 
 struct Header {
     long number;

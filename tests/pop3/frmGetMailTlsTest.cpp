@@ -147,8 +147,8 @@ TEST_F(TlsScriptTest, CommandsSentAheadKeepEachReplyWithItsMessage) {
     }
 }
 
-// A retrieve keeps a window of TOP commands on their way and sends each
-// message's RETR or DELE as its verdict comes; a DELE of a retrieved message
+// A retrieve, or a scan that deletes, keeps a window of TOP commands on their
+// way and sends each message's RETR or DELE as its verdict comes; a DELE of a retrieved message
 // leaves only once the message is stored, and QUIT only once all is answered.
 TEST_F(TlsScriptTest, PipelinedRetrieveMatchesEveryReplyToItsCommand) {
     SubjectRules rules;
@@ -163,7 +163,7 @@ TEST_F(TlsScriptTest, PipelinedRetrieveMatchesEveryReplyToItsCommand) {
     };
     const Steps bye = {Expect("QUIT\r\n"), Say("+OK bye\r\n")};
     const std::string one = messageReply("One");
-    enum { DeleteBlocked = 1, DeleteOnRetrieve = 2 };
+    enum { DeleteBlocked = 1, DeleteOnRetrieve = 2, Scan = 4 };
     // The owner fails to store an "Unstored" message, and Stop comes with a "Stop" one.
     const struct {
         const char* name;
@@ -180,6 +180,12 @@ TEST_F(TlsScriptTest, PipelinedRetrieveMatchesEveryReplyToItsCommand) {
              bye,
          {"DoingServer: Test", "MessageReceived", "HeaderReceived", "DeletedSpam: 1", "Finished"},
          "RETR 2"},
+        {"a scan that deletes sends each DELE as its verdict comes",
+         Scan | DeleteBlocked,
+         pipelinedLogin(3) + tops({"[delete] One", "Two", "[delete] Three"}) +
+             Steps{Expect("DELE 1\r\nDELE 3\r\n"), Say("+OK\r\n+OK\r\n")} + bye,
+         {"DoingServer: Test", "DeletedSpam: 1", "HeaderReceived", "DeletedSpam: 1", "Finished"},
+         "RETR"},
         {"a retrieved message is deleted only once stored",
          DeleteOnRetrieve,
          pipelinedLogin(2) + tops({"One", "Unstored"}) +
@@ -225,7 +231,10 @@ TEST_F(TlsScriptTest, PipelinedRetrieveMatchesEveryReplyToItsCommand) {
         sset("MailTimeout", c.outline.back() == "TimedOut: 2" ? 2 : 30);
         EraseFile(frmGetMail::tempFilePath(1));
         start(1, Steps{StartTls(), Say("+OK ready\r\n")} + c.steps);
-        pop.GetMessages(0, c.options & DeleteBlocked, false);
+        if (c.options & Scan)
+            pop.GetHeaders(0, c.options & DeleteBlocked, false);
+        else
+            pop.GetMessages(0, c.options & DeleteBlocked, false);
         ASSERT_TRUE(waitFinished(log, 8000));
         expectKeptToScript();
         EXPECT_EQ(log.outline(), c.outline);

@@ -10,6 +10,7 @@
 #include "platform/Platform.h"
 #include "smtp/frmSendMail.h"
 #include "smtp/frmSendMailWrapper.h"
+#include "support/EmlFiles.h"
 #include "support/FakeServer.h"
 #include "support/TempDir.h"
 #include "support/TestCertificates.h"
@@ -101,11 +102,8 @@ protected:
         return m;
     }
 
-    std::vector<std::string> filesIn(const std::string& folder) const {
-        std::vector<std::string> files;
-        FillFiles(folder, "EML", files);
-        std::sort(files.begin(), files.end());
-        return files;
+    static std::vector<std::string> filesIn(const std::string& folder) {
+        return emlFilesIn(folder);
     }
 
     // Runs an upload to its end (or the time limit); true when it ended.

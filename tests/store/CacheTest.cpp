@@ -25,11 +25,14 @@ std::set<std::string> subjects(const clsCache& c) {
     return s;
 }
 
-// Opens the inbox as the mailer does; what it lists.
-std::set<std::string> openInbox() {
+// The inbox's cache as an open of the folder leaves it, and what that lists.
+clsCache opened() {
     clsCache c;
     c.fillcache(nullptr, MessageFolder + "Inbox/", "Inbox");
-    return subjects(c);
+    return c;
+}
+std::set<std::string> openInbox() {
+    return subjects(opened());
 }
 
 MessageSpec sample(const std::string& subject, const std::string& id, bool read = false) {
@@ -61,8 +64,7 @@ TEST_F(StoreTest, CachedOpenReadsOnlyTheCacheAndFollowsFilesThatCameAndWent) {
     std::string b = addMessage("Inbox/", "B.EML", sample("Beta", "<b@x>", true));
     addMessage("Inbox/", "C.EML", sample("Gamma", "<c@x>"));
 
-    clsCache first;
-    first.fillcache(nullptr, inbox(), "Inbox");
+    clsCache first = opened();
     EXPECT_TRUE(first.CacheFilled());
     EXPECT_FALSE(first.CacheFilling());
     EXPECT_EQ(subjects(first), (std::set<std::string>{"Alpha", "Beta", "Gamma"}));
@@ -87,16 +89,14 @@ TEST_F(StoreTest, CacheRowsKeepTheirColumnsAndProtectOnlyTheSubject) {
     MessageSpec s = sample("Split |-| here", "<s@x>", true);
     s.from = "Ann <ann@example.com>";
     addMessage("Inbox/", "ROW.EML", s);
-    clsCache c;
-    c.fillcache(nullptr, inbox(), "Inbox");
+    clsCache c = opened();
     std::vector<std::string> lines = cacheLines(inbox());
     ASSERT_GE(lines.size(), 2u);
     EXPECT_EQ(lines[1], "-1|-|0|-|1|-|Ann <ann@example.com>|-|bob@example.com|-|"
                         "Tue, 3 Jun 2008 11:05:30 +0200|-|2024-03-01 10:00:00|-|0|-|0|-|" +
                             inbox() + "row.eml|-|<s@x>|-|Split -- here");
 
-    clsCache back;
-    back.fillcache(nullptr, inbox(), "Inbox");
+    clsCache back = opened();
     ASSERT_EQ(back.Count(), 1);
     auto m = back.Item(1);
     EXPECT_EQ(m->Subject, "Split -- here");
@@ -109,8 +109,7 @@ TEST_F(StoreTest, CacheRowsKeepTheirColumnsAndProtectOnlyTheSubject) {
               "Subject|-|Id|-|Filename|-|Read|-|Replied|-|Size|-|From|-|To|-|SendDate|-|"
               "ReceiveDate|-|Bayes\r\nReordered|-|<s@x>|-|" +
                   inbox() + "ROW.EML|-|0|-|-1|-|2.5|-|f|-|t|-|s|-|2024-03-01 10:00:00|-|0.25\r\n");
-    clsCache reordered;
-    reordered.fillcache(nullptr, inbox(), "Inbox");
+    clsCache reordered = opened();
     ASSERT_EQ(reordered.Count(), 1);
     m = reordered.Item(1);
     EXPECT_EQ(m->Subject, "Reordered");
@@ -140,16 +139,14 @@ TEST_F(StoreTest, HostileHeadersNeitherSplitNorShiftTheirRow) {
         fs::remove_all(inbox());
         fs::create_directories(inbox());
         addMessage("Inbox/", "ROW.EML", sample("Plain", "<row@x>"));
-        clsCache first;
-        first.fillcache(nullptr, inbox(), "Inbox");
+        clsCache first = opened();
         ASSERT_EQ(first.Count(), 1);
         auto m = first.Item(1);
         m->From = m->To_Email = m->SendDate = m->Subject = c.text;
         first.WriteCache();
         ASSERT_EQ(cacheLines(inbox()).size(), 3u) << "header, one row, and the last line end";
 
-        clsCache back;
-        back.fillcache(nullptr, inbox(), "Inbox");
+        clsCache back = opened();
         ASSERT_EQ(back.Count(), 1);
         auto r = back.Item(1);
         EXPECT_EQ(r->Subject, c.readBack) << "the row was taken as written, not read again";
@@ -167,8 +164,7 @@ TEST_F(StoreTest, OneEntryPerMessageIdAndMadeUpIdsStayOutOfTheFiles) {
 
     for (int open = 0; open < 2; ++open) {
         ResetLastActions();
-        clsCache c;
-        c.fillcache(nullptr, inbox(), "Inbox");
+        clsCache c = opened();
         EXPECT_EQ(c.Count(), 2) << "open " << open;
         EXPECT_TRUE(lastActionsHold("in addmsg")) << "open " << open << ": the duplicate is logged";
     }
@@ -178,8 +174,7 @@ TEST_F(StoreTest, OneEntryPerMessageIdAndMadeUpIdsStayOutOfTheFiles) {
     std::string id = csv.substr(made, csv.find('>', made) - made + 1);
     EXPECT_EQ(readFile(noId).find("Corva."), std::string::npos);
 
-    clsCache cached;
-    cached.fillcache(nullptr, inbox(), "Inbox");
+    clsCache cached = opened();
     bool kept = false;
     for (const auto& m : cached) kept = kept || m->MessageID == id;
     EXPECT_TRUE(kept) << "the cache keeps the identifier it made up";
@@ -225,8 +220,7 @@ TEST_F(StoreTest, DamagedFolderStillOpensWithEverythingReadable) {
     writeFile(inbox() + "notes.txt", "not mail");
 
     ResetLastActions();
-    clsCache c;
-    c.fillcache(nullptr, inbox(), "Inbox");
+    clsCache c = opened();
     std::set<std::string> s = subjects(c);
     EXPECT_TRUE(s.count("Good one") && s.count("Good two"));
     for (const auto& m : c) EXPECT_NE(m->Subject, "not mail");
@@ -250,8 +244,7 @@ TEST_F(StoreTest, CopiedStoreFindsItsRowsAndReadsNothing) {
     changeSubject(inbox() + "A.EML", "Read again");
     changeSubject(inbox() + "b.eml", "Read again");
 
-    clsCache moved;
-    moved.fillcache(nullptr, inbox(), "Inbox");
+    clsCache moved = opened();
     EXPECT_EQ(subjects(moved), (std::set<std::string>{"Alpha", "Beta"}));
     for (const auto& m : moved) EXPECT_TRUE(StartsWith(m->Filename(), inbox())) << m->Filename();
     EXPECT_EQ(readFile(inbox() + "cache.csv").find("/Old/"), std::string::npos);
@@ -267,8 +260,7 @@ TEST_F(StoreTest, CopiedStoreFindsItsRowsAndReadsNothing) {
 TEST_F(StoreTest, CacheEntriesFollowMarksAndRemovalsByFileName) {
     std::string a = addMessage("Inbox/", "A.EML", sample("Alpha", "<a@x>"));
     addMessage("Inbox/", "B.EML", sample("Beta", "<b@x>"));
-    clsCache c;
-    c.fillcache(nullptr, inbox(), "Inbox");
+    clsCache c = opened();
 
     c.MarkMsgReadUnread("  " + LCase(a) + " ", true);
     c.MarkMsgPriority(a, true);
@@ -300,14 +292,12 @@ TEST_F(StoreTest, CacheEntriesFollowMarksAndRemovalsByFileName) {
 TEST_F(StoreTest, NamesThatDifferOnlyInCaseAreTwoMessagesMatchedOnceEach) {
     std::string unread = addMessage("Inbox/", "SAME.EML", sample("Unread one", "<u@x>"));
     std::string read = addMessage("Inbox/", "same.eml", sample("Read one", "<r@x>", true));
-    clsCache c;
-    c.fillcache(nullptr, inbox(), "Inbox");
+    clsCache c = opened();
     ASSERT_EQ(c.Count(), 2);
 
     changeSubject(unread, "Reread");
     changeSubject(read, "Reread");
-    clsCache cached;
-    cached.fillcache(nullptr, inbox(), "Inbox");
+    clsCache cached = opened();
     EXPECT_EQ(subjects(cached), (std::set<std::string>{"Unread one", "Read one"}));
     std::set<std::string> files;
     for (const auto& m : cached) files.insert(m->Filename());
@@ -321,8 +311,7 @@ TEST_F(StoreTest, CacheWrittenOnAnotherSystemOpensWithoutReadingItsFiles) {
     fs::copy_file(dataFile("store/lf-only-no-blank-line.eml"), inbox() + "LF-ONLY.EML");
 
     ResetLastActions();
-    clsCache c;
-    c.fillcache(nullptr, inbox(), "Inbox");
+    clsCache c = opened();
     // The whole row comes from the cache; the torn one and the unknown file are read.
     EXPECT_EQ(subjects(c),
               (std::set<std::string>{"From the cache", "Torn row file", "only LF line ends"}));

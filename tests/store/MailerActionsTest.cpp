@@ -1,6 +1,7 @@
 // The mailer's commands on the store: marks, the Delete key and moves keep
 // files, tags and caches in step.
 #include "StoreFixture.h"
+#include "support/EmlFiles.h"
 
 #include "core/FileSubs.h"
 #include "core/Globals.h"
@@ -17,35 +18,12 @@ using namespace corva;
 using namespace corva::test;
 namespace fs = std::filesystem;
 
-namespace {
-
-MessageSpec msg(const std::string& subject, bool read) {
-    MessageSpec s;
-    s.subject = subject;
-    s.id = "<" + subject + "@x>";
-    s.read = read;
-    s.receiveDate = daysAgo(2);
-    return s;
-}
-
-std::vector<std::string> filesIn(const std::string& folder) {
-    std::vector<std::string> names;
-    for (const auto& e : fs::directory_iterator(folder)) {
-        std::string ext = LCase(e.path().extension().string());
-        if (ext == ".eml") names.push_back(e.path().filename().string());
-    }
-    std::sort(names.begin(), names.end());
-    return names;
-}
-
-} // namespace
-
 TEST_F(StoreTest, MarkingRenamesFilesAndRewritesTheCount) {
-    MessageSpec encoded = msg("a", false);
+    MessageSpec encoded = dated("a", 2, false);
     encoded.body =
         "--b\r\nContent-Transfer-Encoding: quoted-printable\r\n\r\nGr=C3=BC=\r\n\x01--b--";
     std::string a = addMessage("Inbox/", "A.EML", encoded);
-    std::string b = addMessage("Inbox/", "b.eml", msg("b", true));
+    std::string b = addMessage("Inbox/", "b.eml", dated("b", 2, true));
     createunreadtag(inbox(), 1);
     FolderCaches caches;
     int i = caches.createcache(nullptr, inbox(), "Inbox");
@@ -53,7 +31,7 @@ TEST_F(StoreTest, MarkingRenamesFilesAndRewritesTheCount) {
     const std::string before = readFile(a);
     auto paths = MarkMessagesReadUnread(caches, inbox(), {a, b}, true);
     EXPECT_EQ(paths, (std::vector<std::string>{inbox() + "a.eml", b}));
-    EXPECT_EQ(filesIn(inbox()), (std::vector<std::string>{"a.eml", "b.eml"}));
+    EXPECT_EQ(emlFilesIn(inbox()), (std::vector<std::string>{"a.eml", "b.eml"}));
     // The body is written back byte for byte; only the flag line is new.
     const size_t blank = before.find("\r\n\r\n");
     EXPECT_EQ(readFile(inbox() + "a.eml"),
@@ -64,7 +42,7 @@ TEST_F(StoreTest, MarkingRenamesFilesAndRewritesTheCount) {
     // Set aside, the old files leave the folder at once and go later.
     ReplacedFiles replaced;
     MarkMessagesReadUnread(caches, inbox(), {inbox() + "a.eml", b}, false, &replaced);
-    EXPECT_EQ(filesIn(inbox()), (std::vector<std::string>{"A.EML", "B.EML"}));
+    EXPECT_EQ(emlFilesIn(inbox()), (std::vector<std::string>{"A.EML", "B.EML"}));
     EXPECT_EQ(replaced.pending(), 2u);
     EXPECT_TRUE(replaced.removeSome(1000));
     EXPECT_EQ(replaced.pending(), 0u);
@@ -77,31 +55,32 @@ TEST_F(StoreTest, MarkingRenamesFilesAndRewritesTheCount) {
 
 TEST_F(StoreTest, DeleteMovesToDeletedAsReadAndDeletesForGoodThere) {
     std::string deleted = MessageFolder + "Deleted/";
-    writeFile(deleted + "same.eml", messageText(msg("older", true)));
-    std::string a = addMessage("Inbox/", "SAME.EML", msg("a", false));
-    std::string b = addMessage("Inbox/", "other.eml", msg("b", true));
+    writeFile(deleted + "same.eml", messageText(dated("older", 2, true)));
+    std::string a = addMessage("Inbox/", "SAME.EML", dated("a", 2, false));
+    std::string b = addMessage("Inbox/", "other.eml", dated("b", 2, true));
     createunreadtag(inbox(), 1);
     FolderCaches caches;
     int d = caches.createcache(nullptr, deleted, "Deleted");
 
     DeleteMessages(caches, inbox(), {a, b});
-    EXPECT_TRUE(filesIn(inbox()).empty());
+    EXPECT_TRUE(emlFilesIn(inbox()).empty());
     EXPECT_EQ(readunreadtag(inbox()), 0);
     // A clash takes "_1" in front of the extension; everything there is read.
-    EXPECT_EQ(filesIn(deleted), (std::vector<std::string>{"other.eml", "same.eml", "same_1.eml"}));
+    EXPECT_EQ(emlFilesIn(deleted),
+              (std::vector<std::string>{"other.eml", "same.eml", "same_1.eml"}));
     EXPECT_EQ(caches.Item(d).Count(), 3);
     for (const auto& m : caches.Item(d)) EXPECT_TRUE(m->Read) << m->Subject;
 
     DeleteMessages(caches, deleted, {deleted + "same_1.eml"});
-    EXPECT_EQ(filesIn(deleted), (std::vector<std::string>{"other.eml", "same.eml"}));
+    EXPECT_EQ(emlFilesIn(deleted), (std::vector<std::string>{"other.eml", "same.eml"}));
     EXPECT_EQ(caches.Item(d).Count(), 2);
 }
 
 TEST_F(StoreTest, MovingAnUnreadMessageMovesItsCountAndAReadOneNone) {
     fs::create_directories(MessageFolder + "Work");
     std::string work = MessageFolder + "Work/";
-    std::string a = addMessage("Inbox/", "A (101500-240301) .EML", msg("a", false));
-    std::string b = addMessage("Inbox/", "b.eml", msg("b", true));
+    std::string a = addMessage("Inbox/", "A (101500-240301) .EML", dated("a", 2, false));
+    std::string b = addMessage("Inbox/", "b.eml", dated("b", 2, true));
     createunreadtag(inbox(), 1);
 
     FolderCaches caches;
@@ -118,8 +97,8 @@ TEST_F(StoreTest, MovingAnUnreadMessageMovesItsCountAndAReadOneNone) {
     EXPECT_EQ(readunreadtag(inbox()), 0);
     EXPECT_EQ(readunreadtag(work), 1);
     EXPECT_GT(readlastmessagetag(work), 0);
-    EXPECT_TRUE(filesIn(inbox()).empty());
-    EXPECT_EQ(filesIn(work).size(), 2u);
+    EXPECT_TRUE(emlFilesIn(inbox()).empty());
+    EXPECT_EQ(emlFilesIn(work).size(), 2u);
 }
 
 namespace {
@@ -135,8 +114,8 @@ void rewriteSubject(const std::string& path, const std::string& from, const std:
 } // namespace
 
 TEST_F(StoreTest, FoldersAreListedFromTheirCacheExceptTheOutbox) {
-    std::string a = addMessage("Inbox/", "A.EML", msg("first", false));
-    std::string o = addMessage("Outbox/", "O.EML", msg("waiting", false));
+    std::string a = addMessage("Inbox/", "A.EML", dated("first", 2, false));
+    std::string o = addMessage("Outbox/", "O.EML", dated("waiting", 2, false));
     FolderCaches caches;
     clsMailer mailer;
     Subjects list;

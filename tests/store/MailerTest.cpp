@@ -48,15 +48,6 @@ struct Recorder : MailerListener {
     }
 };
 
-MessageSpec dated(const std::string& subject, int daysBack, bool read) {
-    MessageSpec s;
-    s.subject = subject;
-    s.id = "<" + subject + "@x>";
-    s.read = read;
-    s.receiveDate = daysAgo(daysBack);
-    return s;
-}
-
 // A mailer that tells the recorder; fill(n) makes unread messages m0, m1 ...
 // received yesterday, and the inbox's cache over them.
 class MailerTest : public StoreTest {

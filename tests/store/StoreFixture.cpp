@@ -20,6 +20,15 @@ std::string messageText(const MessageSpec& s) {
     return t + "\r\n" + s.body;
 }
 
+MessageSpec dated(const std::string& subject, int daysBack, bool read) {
+    MessageSpec s;
+    s.subject = subject;
+    s.id = "<" + subject + "@x>";
+    s.read = read;
+    s.receiveDate = daysAgo(daysBack);
+    return s;
+}
+
 void StoreTest::SetUp() {
     home_.makeProgramFolder();
     Settings().DeleteAllSettings();

@@ -22,6 +22,9 @@ struct MessageSpec {
     std::string body = "Body text.\r\n";
 };
 
+// A message named by its subject, with an identifier made from it, received n days ago.
+MessageSpec dated(const std::string& subject, int daysBack, bool read);
+
 // The raw CR LF text of a message.
 std::string messageText(const MessageSpec& sample);
 

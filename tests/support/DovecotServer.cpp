@@ -4,6 +4,7 @@
 #include "support/TempDir.h"
 #include "tools/modMbox.h"
 
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <filesystem>
@@ -153,6 +154,25 @@ int DovecotServer::messageCount(const std::string& user) const {
              it.increment(ec))
             if (it->is_regular_file()) ++count;
     return count;
+}
+
+std::vector<std::string> DovecotServer::subjects(const std::string& user) const {
+    // A file keeps its delivery name when the server moves it to cur/, adding ":2,...".
+    std::vector<std::pair<std::string, std::string>> named;
+    std::error_code ec;
+    for (const char* sub : {"new", "cur"})
+        for (auto it = fs::directory_iterator(maildir(user) + sub, ec); !ec && it != fs::end(it);
+             it.increment(ec)) {
+            const std::string text = readFile(it->path().string());
+            const size_t at = text.find("Subject: ");
+            named.emplace_back(
+                it->path().filename().string(),
+                at == std::string::npos ? "" : text.substr(at + 9, text.find('\r', at) - at - 9));
+        }
+    std::sort(named.begin(), named.end());
+    std::vector<std::string> out;
+    for (const auto& [name, subject] : named) out.push_back(subject);
+    return out;
 }
 
 void DovecotServer::clearMailbox(const std::string& user) {

@@ -6,6 +6,7 @@
 
 #include <string>
 #include <sys/types.h>
+#include <vector>
 
 namespace corva::test {
 
@@ -36,6 +37,8 @@ public:
     void addMessage(const std::string& user, const std::string& text);
     // Messages in the user's mailbox now, counted from the maildir.
     int messageCount(const std::string& user) const;
+    // The Subject of each message in the mailbox now, in the order they list.
+    std::vector<std::string> subjects(const std::string& user) const;
     // Removes every message of a user (between tests that share the server).
     void clearMailbox(const std::string& user);
 

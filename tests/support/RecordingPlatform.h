@@ -22,13 +22,18 @@ public:
     }
     platform::PasswordReply askPassword(const std::string& prompt) override {
         passwordPrompts.push_back(prompt);
-        return {"", true, false};
+        return passwordReply;
     }
     std::optional<std::string> inputBox(const std::string&, const std::string&,
                                         const std::string&) override {
         return std::exchange(input, std::nullopt);
     }
     void setCursor(platform::Cursor) override {}
+    bool trustCertificate(const std::string& server,
+                          const platform::CertificateInfo& certificate) override {
+        trustQuestions.push_back(server + " " + certificate.fingerprint);
+        return trustAnswer;
+    }
 
     std::vector<std::string> messages;
     std::vector<std::string> passwordPrompts;
@@ -36,6 +41,11 @@ public:
     std::optional<std::string> input;
     // What every question other than a plain OK is answered with.
     platform::Answer answer = platform::Answer::No;
+    // What a password prompt is answered with: none, cancelled.
+    platform::PasswordReply passwordReply{"", true, false};
+    // Each certificate question as "server fingerprint", and its answer.
+    std::vector<std::string> trustQuestions;
+    bool trustAnswer = false;
 };
 
 class RecordingSound : public platform::Sound {

@@ -50,8 +50,6 @@ public:
     std::vector<std::string> feed(const std::string& bytes);
     // A framed application record from the server; a spoiled one has a wrong MAC.
     std::string dataRecord(const std::string& data, bool spoilMac = false);
-    // Application data is echoed unless this is turned off.
-    void setEcho(bool echo) { echo_ = echo; }
     void setSequences(std::uint32_t send, std::uint32_t receive);
     // Replaces the challenge in the SERVER-VERIFY, as a server that lost its way.
     void spoilVerify() { spoilVerify_ = true; }
@@ -73,7 +71,6 @@ private:
     std::string connectionId_;
     std::uint32_t sendSequence_ = 0;
     std::uint32_t receiveSequence_ = 0;
-    bool echo_ = true;
     bool spoilVerify_ = false;
     Ssl2SessionReport report_;
 };
@@ -93,9 +90,8 @@ public:
     Ssl2TestHost& operator=(const Ssl2TestHost&) = delete;
 
     int port() const { return port_; }
-    // The latest connection's report, and how many connections were served.
+    // The latest connection's report.
     Ssl2SessionReport report() const;
-    int connections() const { return connections_; }
 
 private:
     void run();
@@ -106,7 +102,6 @@ private:
     int listener_ = -1;
     int port_ = 0;
     std::atomic<bool> stop_{false};
-    std::atomic<int> connections_{0};
     mutable std::mutex mutex_;
     Ssl2SessionReport report_;
     std::thread thread_;

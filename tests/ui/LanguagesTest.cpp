@@ -53,23 +53,6 @@ std::string languagesSource() {
     return std::string(source ? source : ".") + "/languages";
 }
 
-TEST(LanguageLogic, FileRulesAndBreaks) {
-    const LanguageText read = ReadLanguageText("# a comment\r\n\r\n  \tDeutsch \r\n"
-                                               "Open || Öffnen\n"
-                                               "no break here\n"
-                                               "\t#not a comment once the tab is gone\n"
-                                               "LANGUAGE_FONT||DejaVu Serif\n"
-                                               "A||B||C\n");
-    EXPECT_EQ(read.name, "Deutsch");
-    EXPECT_EQ(read.font, "DejaVu Serif");
-    using Pairs = std::vector<std::pair<std::string, std::string>>;
-    // A line without "||" is an item with an empty key; only the first break counts.
-    EXPECT_EQ(read.pairs, (Pairs{{"Open", "Öffnen"}, {"", "no break here"}, {"A", "B||C"}}));
-    EXPECT_EQ(ReadLanguageText("# only comments\n").name, "");
-    EXPECT_EQ(beforebreak("  x  ||  y  "), "x");
-    EXPECT_EQ(afterbreak("  x  ||  y  "), "y");
-}
-
 class LanguageFolder : public ::testing::Test {
 protected:
     void SetUp() override {
@@ -90,8 +73,11 @@ protected:
 
 TEST_F(LanguageFolder, LoadsLooksUpAndTurnsTheTableRound) {
     language("template.txt", "Template\nOpen||Open\n");
-    language("a.txt", "Deutsch\nOpen||Öffnen\nOpen||Aufmachen\nClose||Schließen\n"
-                      "Shut||Schließen\nNext scan:||Nächster Lauf:\nx||y\n");
+    // Comments and blank lines before the name; a line without "||" has an
+    // empty key, and only the first break counts.
+    language("a.txt", "# a comment\r\n\r\n  \tDeutsch \r\nOpen || Öffnen\nOpen||Aufmachen\n"
+                      "Close||Schließen\nShut||Schließen\nNext scan:||Nächster Lauf:\nx||y\n"
+                      "no break here\n\t#not a comment once the tab is gone\nAb||B||C\n");
     language("b.txt", "# nothing but a comment\n");
     language("c.txt", "Leer\n");
     LoadAllLanguages();
@@ -103,7 +89,8 @@ TEST_F(LanguageFolder, LoadsLooksUpAndTurnsTheTableRound) {
     // The first line for a text wins; one character is never looked up.
     const std::map<std::string, std::string> cases{
         {"Open", "Öffnen"}, {"Close", "Schließen"}, {"x", "x"},
-        {"&", "&"},         {"Missing", "Missing"}, {"Next scan: 12", "Nächster Lauf: 12"}};
+        {"&", "&"},         {"Missing", "Missing"}, {"Next scan: 12", "Nächster Lauf: 12"},
+        {"Ab", "B||C"}};
     for (const auto& [english, shown] : cases)
         EXPECT_EQ(TranslateLabelled(english), shown) << english;
 
