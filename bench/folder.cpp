@@ -1,13 +1,17 @@
 // Opens a folder of N generated messages the way the mailer does: first with
 // no cache.csv (every header read), then through the cache, each followed by
-// the population that feeds the list. Prints times and memory.
+// the population that feeds the list; then deletes 1,000 of them and moves
+// 1,000 to another folder as the mailer's commands do. Prints times and memory.
 //   bench_folder [N] [--keep]
 #include "core/AppInfo.h"
 #include "core/Globals.h"
+#include "core/Strings.h"
 #include "core/mSHAREDSettings.h"
+#include "store/FolderCaches.h"
 #include "store/clsCache.h"
 #include "store/clsMailer.h"
 #include "store/modFolders.h"
+#include "store/modMailerActions.h"
 
 #include <chrono>
 #include <cstdio>
@@ -152,6 +156,35 @@ int main(int argc, char** argv) {
                 fill2, open2, cpu2, second.added, second.unread, rssMB(), rssMB() - before);
     bool same = names(cached) == expected && second.unread == first.unread;
     std::printf("cached open lists the same messages as the first: %s\n", same ? "yes" : "NO");
+
+    // Delete and move of many selected rows, with the folder open as the mailer has it.
+    cached.Clear(false);
+    FolderCaches caches;
+    caches.createcache(nullptr, inbox, "Inbox");
+    auto some = [&](long from) {
+        std::vector<std::string> files;
+        for (long i = from; i < n && files.size() < 1000; ++i) {
+            char name[64];
+            std::snprintf(name, sizeof name, "message number %ld (101500-240301) .eml", i);
+            // As the list knows them: an unread message's name is upper case.
+            files.push_back(inbox + (i % 3 == 0 ? name : UCase(name)));
+        }
+        return files;
+    };
+    const std::vector<std::string> doomed = some(0);
+    t = std::chrono::steady_clock::now();
+    cpu = cpuSeconds();
+    DeleteMessages(caches, inbox, doomed);
+    std::printf("deleting %zu messages: %.0f ms (processor %.0f ms)\n", doomed.size(),
+                seconds(t) * 1000, (cpuSeconds() - cpu) * 1000);
+    const std::string target = inbox + "Keep/";
+    fs::create_directories(target);
+    const std::vector<std::string> moving = some(static_cast<long>(doomed.size()));
+    t = std::chrono::steady_clock::now();
+    cpu = cpuSeconds();
+    MoveMessages(caches, inbox, target, moving);
+    std::printf("moving %zu messages: %.0f ms (processor %.0f ms)\n", moving.size(),
+                seconds(t) * 1000, (cpuSeconds() - cpu) * 1000);
     std::printf("peak memory %ld MB; load average now %s", peakMB(), loadAverage().c_str());
 
     if (!keep) fs::remove_all(home);

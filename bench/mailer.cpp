@@ -157,7 +157,7 @@ int main(int argc, char** argv) {
     mailer.ClearAllCaches();
     mailer.Command("rescanfolders"); // reads the files, writes cache.csv afresh
     for (int i = 0; i < FolderCaches::CacheCount; ++i) {
-        clsCache& c = MailerCaches().Item(i);
+        clsCache& c = mailer.Caches().Item(i);
         if (c.CacheFilled()) c.Clear(false);
     }
     measure("cold, from cache.csv:", clickInbox);

@@ -981,7 +981,7 @@ bool frmMain::saveRetrievedMessage(clsMessage& msg) {
     view_->MessageStored(path, msg);
 
     if (view_->MailerLoaded()) {
-        bool inOpenFolder = AddNewMessage(path, destination, msg);
+        bool inOpenFolder = fMailer_->Caches().AddNewMessage(path, destination, msg);
         view_->MailerNewMessageStored(path, destination, msg, inOpenFolder);
     } else {
         ++pendingUnread_[destination];

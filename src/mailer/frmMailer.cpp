@@ -75,6 +75,10 @@ std::string partSubject(const std::string& headers) {
 
 } // namespace
 
+frmMailer::frmMailer() : ownCaches_(std::make_unique<FolderCaches>()), caches_(*ownCaches_) {
+    mailer_.setListener(this);
+}
+
 frmMailer::frmMailer(FolderCaches& caches) : caches_(caches) {
     mailer_.setListener(this);
 }

@@ -31,9 +31,12 @@ inline constexpr const char* WorkInProgressText =
 
 class frmMailer : private MailerListener, private CacheView {
 public:
-    // caches may be shared with the scan's AddNewMessage; events and the view
-    // may be set later.
-    explicit frmMailer(FolderCaches& caches = MailerCaches());
+    // The folder caches live as long as the mailer: a program folder's lists
+    // never reach the next mailer, which may serve another. Events and the
+    // view may be set later.
+    frmMailer();
+    // With caches the caller keeps.
+    explicit frmMailer(FolderCaches& caches);
     ~frmMailer() override;
     frmMailer(const frmMailer&) = delete;
     frmMailer& operator=(const frmMailer&) = delete;
@@ -118,6 +121,8 @@ public:
     // ---- From the cycle and the composer ----
     // The scan stored a message; the store hears of it, then the list and tree.
     void AddNewMessage(const std::string& path, const std::string& folder, clsMessage& message);
+    // Where the scan's stored messages reach the folders' lists.
+    FolderCaches& Caches() { return caches_; }
     // The list and tree part of it, for a message whose store part is done.
     void MessageStored(const std::string& path, const std::string& folder, clsMessage& message);
     void NotifyFinishedGettingMail(const std::string& text);
@@ -176,6 +181,7 @@ private:
     // "newemail", "reply", "forward", "contacts": the windows they open.
     void openComposer(const std::string& key, const std::vector<std::string>& paths);
 
+    std::unique_ptr<FolderCaches> ownCaches_;
     FolderCaches& caches_;
     ReplacedFiles replaced_; // the old files of a marking, removed while idle
     clsMailer mailer_;

@@ -20,9 +20,10 @@ bool samePath(const std::string& a, const std::string& b) {
     return EqualsNoCase(addslash(ToSlashes(Trim(a))), addslash(ToSlashes(Trim(b))));
 }
 
-// Appends one row to a folder's cache.csv, only when the file is one this
+// Appends rows to a folder's cache.csv, only when the file is one this
 // version wrote: a row in another column order would be misread.
-void appendCacheRow(const std::string& folder, const clsMessage& message) {
+void appendCacheRows(const std::string& folder, const std::string& rows) {
+    if (rows.empty()) return;
     std::string file = ResolvePath(addslash(ResolvePath(folder)) + CacheFileName);
     FILE* f = std::fopen(file.c_str(), "rb");
     if (!f) return;
@@ -37,9 +38,18 @@ void appendCacheRow(const std::string& folder, const clsMessage& message) {
     }
     std::fclose(f);
     if (got != head.size() || head != std::string(CacheHeaderLine) + "\r\n") return;
-    // A truncated last row stays a damaged row of its own, not the start of this one.
-    std::string row = (last == '\n' ? "" : "\r\n") + clsCache::CacheRow(message);
-    if (!AppendToTextFile(file, row)) throw RunError(Err::PathFileAccess, file);
+    // A truncated last row stays a damaged row of its own, not the start of these.
+    if (!AppendToTextFile(file, (last == '\n' ? "" : "\r\n") + rows))
+        throw RunError(Err::PathFileAccess, file);
+}
+
+// A row for a folder that isn't open: a message without an identifier gets one.
+std::string closedFolderRow(const clsMessage& message) {
+    if (!message.MessageID.empty()) return clsCache::CacheRow(message);
+    clsMessage withId = message;
+    static clsCache idMaker;
+    withId.MessageID = idMaker.MakeMessageID();
+    return clsCache::CacheRow(withId);
 }
 
 } // namespace
@@ -110,22 +120,43 @@ bool FolderCaches::addmsgtocache(const std::string& folderPath, const clsMessage
                 // The new row goes to the end of the file as it goes to the
                 // end of the collection, so appending gives what WriteCache would.
                 if (FileExists(c.CacheFile()))
-                    appendCacheRow(folderPath, *c.Item(c.Count()));
+                    appendCacheRows(folderPath, clsCache::CacheRow(*c.Item(c.Count())));
                 else
                     c.WriteCache();
             }
             return true;
         }
         if (NoCacheFlag) return false;
-        if (message.MessageID.empty()) {
-            clsMessage withId = message;
-            static clsCache idMaker;
-            withId.MessageID = idMaker.MakeMessageID();
-            appendCacheRow(folderPath, withId);
-        } else {
-            appendCacheRow(folderPath, message);
-        }
+        appendCacheRows(folderPath, closedFolderRow(message));
         return false;
+    });
+}
+
+void FolderCaches::addmsgstocache(const std::string& folderPath,
+                                  const std::vector<std::shared_ptr<clsMessage>>& messages) {
+    guarded("addmsgtocache", kModule, [&] {
+        std::string rows;
+        int i = cacheindexbypath(folderPath);
+        if (i < 0) {
+            if (NoCacheFlag) return;
+            for (const auto& message : messages) rows += closedFolderRow(*message);
+            appendCacheRows(folderPath, rows);
+            return;
+        }
+        clsCache& c = Item(i);
+        bool added = false;
+        for (const auto& message : messages) {
+            long before = c.Count();
+            c.AddMsg(*message, false);
+            if (c.Count() == before) continue;
+            added = true;
+            rows += clsCache::CacheRow(*c.Item(c.Count()));
+        }
+        if (!added || c.CacheFilling()) return;
+        if (FileExists(c.CacheFile()))
+            appendCacheRows(folderPath, rows);
+        else
+            c.WriteCache();
     });
 }
 
@@ -133,6 +164,14 @@ void FolderCaches::removemsgfromcache(const std::string& folderPath, const std::
     guarded("removemsgfromcache", kModule, [&] {
         int i = cacheindexbypath(folderPath);
         if (i >= 0) Item(i).RemoveByFilename(filename);
+    });
+}
+
+void FolderCaches::removemsgsfromcache(const std::string& folderPath,
+                                       const std::vector<std::string>& filenames) {
+    guarded("removemsgfromcache", kModule, [&] {
+        int i = cacheindexbypath(folderPath);
+        if (i >= 0) Item(i).RemoveByFilenames(filenames);
     });
 }
 
@@ -147,15 +186,6 @@ bool FolderCaches::AddNewMessage(const std::string& path, const std::string& fol
         message.setFilename(path);
         return addmsgtocache(folder, message);
     });
-}
-
-FolderCaches& MailerCaches() {
-    static FolderCaches caches;
-    return caches;
-}
-
-bool AddNewMessage(const std::string& path, const std::string& folder, clsMessage& message) {
-    return MailerCaches().AddNewMessage(path, folder, message);
 }
 
 } // namespace corva

@@ -8,7 +8,9 @@
 #include "store/clsMailer.h"
 
 #include <array>
+#include <memory>
 #include <string>
+#include <vector>
 
 namespace corva {
 
@@ -32,6 +34,11 @@ public:
     // True when an open folder's cache took it (the view adds a line).
     bool addmsgtocache(const std::string& folderPath, const clsMessage& message);
     void removemsgfromcache(const std::string& folderPath, const std::string& filename);
+    // The same for many messages, with cache.csv written or appended to once.
+    void addmsgstocache(const std::string& folderPath,
+                        const std::vector<std::shared_ptr<clsMessage>>& messages);
+    void removemsgsfromcache(const std::string& folderPath,
+                             const std::vector<std::string>& filenames);
 
     // Lists a folder through the mailer: from its cache, made on first sight,
     // or straight from its files for the Outbox (whose content changes behind
@@ -46,10 +53,5 @@ public:
 private:
     std::array<clsCache, CacheCount> caches_;
 };
-
-// The caches of the one mailer of the program.
-FolderCaches& MailerCaches();
-// What the scan calls for each saved message.
-bool AddNewMessage(const std::string& path, const std::string& folder, clsMessage& message);
 
 } // namespace corva

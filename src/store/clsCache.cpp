@@ -270,6 +270,24 @@ void clsCache::RemoveByFilename(const std::string& name) {
     guarded("removebyfilename", kModule, [&] { removeAt(findByFilename(name)); });
 }
 
+void clsCache::RemoveByFilenames(const std::vector<std::string>& names) {
+    guarded("removebyfilename", kModule, [&] {
+        std::unordered_map<std::string, bool> wanted;
+        for (const auto& name : names) wanted.emplace(LCase(Trim(name)), false);
+        std::vector<long> positions;
+        long position = 0;
+        for (const auto& entry : items_) {
+            ++position;
+            auto it = wanted.find(LCase(Trim(entry->Filename())));
+            // The first entry of a name, as one at a time would find it.
+            if (it == wanted.end() || it->second) continue;
+            it->second = true;
+            positions.push_back(position);
+        }
+        for (auto it = positions.rbegin(); it != positions.rend(); ++it) removeAt(*it);
+    });
+}
+
 void clsCache::MarkMsgReadUnread(const std::string& name, bool flag) {
     guarded("markmsgreadunread", kModule, [&] {
         if (long i = findByFilename(name)) items_.Item(i)->Read = flag;

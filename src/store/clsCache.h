@@ -51,6 +51,8 @@ public:
     // The first entry whose Filename equals, trimmed and ignoring case.
     void RemoveMsg(const clsMessage& message);
     void RemoveByFilename(const std::string& name);
+    // The same for many files in one pass over the entries.
+    void RemoveByFilenames(const std::vector<std::string>& names);
     void MarkMsgReadUnread(const std::string& name, bool flag);
     // The same for many files in one pass over the entries.
     void MarkMsgsReadUnread(const std::vector<std::string>& names, bool flag);

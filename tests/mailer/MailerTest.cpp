@@ -168,6 +168,23 @@ TEST_F(MailerTest, OpeningShowsTheTreeAndListsTheInbox) {
     EXPECT_EQ(view_.statuses.back(), "1 message in Sent Items");
 }
 
+// A mailer's lists go with it: the next one, over another program folder,
+// lists that folder's Inbox.
+TEST_F(MailerTest, EachMailerListsItsOwnProgramFolder) {
+    for (const char* subject : {"first", "second"}) {
+        TempDir home;
+        home.makeProgramFolder();
+        PathsStore().DeleteAllSettings();
+        readmessagefolder();
+        add("Inbox/", "a.eml", subject, false);
+        generatefolderini();
+        frmMailer mailer;
+        mailer.Open();
+        ASSERT_EQ(mailer.RowCount(), 1);
+        EXPECT_EQ(mailer.Row(0).Subject, subject);
+    }
+}
+
 TEST_F(MailerTest, DeleteMovesIntoDeletedAsReadAndErasesThere) {
     add("Inbox/", "a.eml", "alpha", false);
     add("Inbox/", "b.eml", "beta", true);

@@ -76,29 +76,30 @@ TEST_F(StoreTest, DeleteMovesToDeletedAsReadAndDeletesForGoodThere) {
     EXPECT_EQ(caches.Item(d).Count(), 2);
 }
 
+// Moved together, two names that come out the same in the target must not
+// land on one file.
 TEST_F(StoreTest, MovingAnUnreadMessageMovesItsCountAndAReadOneNone) {
     fs::create_directories(MessageFolder + "Work");
     std::string work = MessageFolder + "Work/";
     std::string a = addMessage("Inbox/", "A (101500-240301) .EML", dated("a", 2, false));
-    std::string b = addMessage("Inbox/", "b.eml", dated("b", 2, true));
+    std::string b = addMessage("Inbox/", "a (111111-240301) .eml", dated("b", 2, true));
     createunreadtag(inbox(), 1);
-
     FolderCaches caches;
-    auto moved = MoveMessages(caches, inbox(), work, {b});
-    ASSERT_EQ(moved.size(), 1u);
-    EXPECT_TRUE(FileExists(moved[0]));
-    EXPECT_EQ(fileonly(moved[0]), LCase(fileonly(moved[0])));
-    EXPECT_EQ(readunreadtag(inbox()), 1);
-    EXPECT_EQ(readunreadtag(work), 0);
+    int w = caches.createcache(nullptr, work, "Work");
 
-    moved = MoveMessages(caches, inbox(), work, {a});
+    auto moved = MoveMessages(caches, inbox(), work, {a, b});
+    ASSERT_EQ(moved.size(), 2u);
     EXPECT_TRUE(StartsWith(fileonly(moved[0]), "A (")) << moved[0];
     EXPECT_EQ(fileonly(moved[0]), UCase(fileonly(moved[0])));
+    EXPECT_EQ(fileonly(moved[1]), LCase(fileonly(moved[1])));
+    EXPECT_NE(LCase(moved[0]), LCase(moved[1]));
     EXPECT_EQ(readunreadtag(inbox()), 0);
     EXPECT_EQ(readunreadtag(work), 1);
     EXPECT_GT(readlastmessagetag(work), 0);
     EXPECT_TRUE(emlFilesIn(inbox()).empty());
     EXPECT_EQ(emlFilesIn(work).size(), 2u);
+    EXPECT_EQ(caches.Item(w).Count(), 2);
+    EXPECT_EQ(Split(readFile(work + "cache.csv"), "\r\n").size(), 4u) << "heading, 2 rows, end";
 }
 
 namespace {
