@@ -30,7 +30,8 @@ private:
     void grow();
 
     std::vector<Entry> entries_;
-    std::string bytes_;           // the keys one after another
+    std::string bytes_; // the keys one after another, the first used_ of them
+    size_t used_ = 0;
     std::vector<uint32_t> slots_; // entry number + 1, 0 when free; a power of two long
 };
 

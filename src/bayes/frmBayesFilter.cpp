@@ -414,9 +414,15 @@ float frmBayesFilter::score(clsMessage& msg, bool headersOnly) {
             for (const auto& r : ranked_) sum += r.first;
             s = sum == 0 ? 0.01f : static_cast<float>(sum / static_cast<double>(n));
         } else {
-            // Stable, so equal probabilities keep the order in which their
-            // tokens were found: which of them the pick below takes depends on it.
-            sortRanked();
+            // The breakdown lists equal probabilities in the order their tokens
+            // were found, so its sort is stable; the pick below sums the same
+            // values whichever of equal ones it takes, so without a breakdown
+            // any sort does.
+            if (keepSplit_)
+                sortRanked();
+            else
+                std::sort(ranked_.begin(), ranked_.end(),
+                          [](const auto& a, const auto& b) { return a.first < b.first; });
             if (keepSplit_) {
                 std::string split;
                 split.reserve(ranked_.size() * 32);

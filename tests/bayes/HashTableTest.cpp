@@ -1,5 +1,6 @@
 // The word table: lookups, growth, the free list, deletion by hash value and
 // the .dat files.
+#include "bayes/WordIndex.h"
 #include "bayes/clsHashTable.h"
 
 #include "core/mSHAREDLogging.h"
@@ -14,6 +15,7 @@
 #include <vector>
 
 using namespace corva;
+using namespace std::string_literals;
 using corva::test::TempDir;
 
 namespace {
@@ -204,4 +206,33 @@ TEST(HashTable, DeletingTheNewestOfTwoNodesUncoversTheOlderThroughGrowth) {
     table.AlterValue("dup", 4);
     EXPECT_EQ(table.HashFind("dup").Value, 5.0f);
     EXPECT_EQ(table.HashFind("never").Index, 0);
+}
+
+// The score's index over a file finds, for every key, what the loaded table finds.
+TEST(HashTable, IndexOfAFileFindsWhatTheLoadedTableFinds) {
+    TempDir dir;
+    const std::string text = "Count, String\r\n 3 \r\n0.5, dup\r\n1, one\r0.25, dup\n2, a\0b\r\n"
+                             "1e40, huge\r\n, \r\n0.75, dup\r\n"s;
+    for (const std::string& file :
+         {dir.file("odd.dat"),
+          corva::test::dataFile("bayes/damaged-lines-load-what-they-can.dat")}) {
+        if (file == dir.file("odd.dat")) corva::test::writeFile(file, text);
+        clsHashTable table;
+        ASSERT_TRUE(table.LoadTable(file));
+        ResetLastActions();
+        WordIndex index;
+        ASSERT_TRUE(index.Load(file));
+        EXPECT_TRUE(corva::test::lastActionsHold("out of range")) << file;
+        EXPECT_EQ(index.Records(), table.MaxIndex) << file;
+        for (int32_t i = 1; i <= table.MaxIndex; ++i) {
+            const std::string& key = table.KeyAt(i);
+            const float* found = index.Find(key, KeyHash(key));
+            ASSERT_NE(found, nullptr) << key;
+            EXPECT_EQ(*found, table.HashFind(key).Value) << key;
+        }
+        EXPECT_EQ(index.Find("a", KeyHash("a")), nullptr) << "a key cut at its NUL is another key";
+    }
+    WordIndex none;
+    EXPECT_FALSE(none.Load(dir.file("missing.dat")));
+    EXPECT_EQ(none.Find("dup", KeyHash("dup")), nullptr);
 }

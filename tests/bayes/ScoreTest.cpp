@@ -68,6 +68,22 @@ TEST_F(BayesTest, ExtremeTiesGoToTheSpamEndAndEqualValuesKeepTheirOrder) {
     EXPECT_EQ(same.SpamSplit, "(0.4) \tHDR*zzzz\r\n(0.4) \tHDR*yyyy\r\n(0.4) \tHDR*xxxx\r\n");
 }
 
+TEST_F(BayesTest, ScoreIsTheSameFromTheFileIndexAndFromTheFilledTable) {
+    corva::HeaderWords = 3;
+    writeWordTable({{"HDR*aaaa", 0.01f}, {"HDR*bbbb", 0.3f}, {"HDR*cccc", 0.6f}});
+    clsMessage first = headerWords({"cccc", "bbbb", "aaaa", "dddd"});
+    const float fromIndex = scoreOf(first);
+    EXPECT_EQ(filter_.WordCount(), 3);
+    EXPECT_EQ(filter_.WordTable().MaxIndex, 3) << "filled in when asked for";
+    clsMessage again = headerWords({"cccc", "bbbb", "aaaa", "dddd"});
+    EXPECT_FLOAT_EQ(scoreOf(again), fromIndex);
+    EXPECT_EQ(again.SpamSplit, first.SpamSplit);
+    filter_.KeepBreakdown(false);
+    clsMessage quiet = headerWords({"cccc", "bbbb", "aaaa", "dddd"});
+    EXPECT_FLOAT_EQ(scoreOf(quiet), fromIndex);
+    EXPECT_EQ(quiet.SpamSplit, "") << "no breakdown made";
+}
+
 TEST_F(BayesTest, ScoreRoundsToHundredthsTiesToEven) {
     writeWordTable({{"HDR*half", 0.5f}, {"HDR*quarter", 0.25f}, {"HDR*nothing", 0.0f}});
     clsMessage a = headerWords({"quarter", "nothing"});
