@@ -5,6 +5,7 @@
 #include "core/Strings.h"
 #include "core/mSHAREDLogging.h"
 #include "core/mSHAREDSettings.h"
+#include "localise/modLanguages.h"
 #include "smtp/MailComposer.h"
 
 #include <algorithm>
@@ -80,7 +81,7 @@ bool SmtpSession::run() {
         if (link_.aborted()) return false;
         return fail(closed_ ? ClosedText : TimeoutText);
     }
-    link_.status("Initialising Communications...");
+    link_.status(gettranslation("Initialising Communications..."));
     asked_.push_back(""); // the greeting answers the connection
     std::optional<Reply> r = exchange("");
     if (!expect(r, 220, "")) return false;
@@ -107,7 +108,7 @@ bool SmtpSession::connect(bool secureFromStart) {
     replies_.clear();
     asked_.clear();
     connected_ = secured_ = certificateRefused_ = false;
-    link_.status("Connecting to Server...");
+    link_.status(gettranslation("Connecting to Server..."));
     const std::string trusted = Account(options_.account).trustedCertificate("SMTP");
     socket_.setTrustedFingerprints(trusted.empty() ? std::vector<std::string>{}
                                                    : std::vector<std::string>{trusted});
@@ -176,24 +177,24 @@ bool SmtpSession::login(const std::string& ehloReply) {
     };
     std::optional<Reply> r;
     if (offers("PLAIN")) {
-        link_.status("Sending Login Authentication...");
+        link_.status(gettranslation("Sending Login Authentication..."));
         const std::string nul(1, '\0');
         r = exchange("AUTH PLAIN " + oneLine(nul + options_.user + nul + options_.password));
     } else if (offers("LOGIN")) {
-        link_.status("Sending Login Authentication...");
+        link_.status(gettranslation("Sending Login Authentication..."));
         r = exchange("AUTH LOGIN");
         if (r && r->code == 334) r = exchange(oneLine(options_.user));
         if (r && r->code == 334) r = exchange(oneLine(options_.password));
     } else {
-        link_.status("Login Not Supported by Host, Continuing...");
+        link_.status(gettranslation("Login Not Supported by Host, Continuing..."));
         return true;
     }
     if (r && r->code == 235) {
         loggedIn_ = true;
-        link_.status("Host Login OK!");
+        link_.status(gettranslation("Host Login OK!"));
         return true;
     }
-    link_.status("Host Login Failed!");
+    link_.status(gettranslation("Host Login Failed!"));
     return fail(r ? "Login refused: " + Trim(Mid(r->text, 5))
                   : "Login failed: the server did not answer");
 }

@@ -11,6 +11,7 @@
 #include "core/mSHAREDDelay.h"
 #include "core/mSHAREDLogging.h"
 #include "core/mSHAREDSettings.h"
+#include "localise/modLanguages.h"
 #include "smtp/HeaderWords.h"
 
 #include <algorithm>
@@ -49,7 +50,7 @@ public:
         return !engine_.aborted_;
     }
     void attaching(const std::string& name) override {
-        engine_.raiseStatus("Sending attachment " + name + "...");
+        engine_.raiseStatus(Replace(gettranslation("Sending attachment @@@..."), "@@@", name));
     }
 
 private:
@@ -563,7 +564,7 @@ bool frmSendMail::connecttohost() {
         loggedIn_ = false;
         authParameter_ = false;
     }
-    raiseStatus("Connecting to Server...");
+    raiseStatus(gettranslation("Connecting to Server..."));
     for (int attempt = 0; attempt < connectRetry_; ++attempt) {
         state = sckMail_->state();
         if (state == SocketState::Connected) {
@@ -579,14 +580,14 @@ bool frmSendMail::connecttohost() {
         timeout();
         return false;
     }
-    raiseStatus("Initialising Communications...");
+    raiseStatus(gettranslation("Initialising Communications..."));
     replySeen_ = false;
     sendText(std::string(useAuthentication_ ? "EHLO " : "HELO ") +
              Mid(mail_.from, InStr(mail_.from, "@") + 1) + CRLF);
     if (!waituntiltrue(replySeen_, connectTimeout_, true)) return false;
     if (useAuthentication_) {
         if (waituntiltrue(loginOffered_, 5, false)) {
-            raiseStatus("Sending Login Authentication...");
+            raiseStatus(gettranslation("Sending Login Authentication..."));
             sendText(std::string("AUTH LOGIN") + CRLF);
             legacyLogin_ = true;
             loginRefused_ = false;
@@ -604,13 +605,13 @@ bool frmSendMail::connecttohost() {
             }
             if (!loggedIn_) {
                 // No error and the socket stays up: the caller hears of it by the result.
-                raiseStatus("Host Login Failed!");
+                raiseStatus(gettranslation("Host Login Failed!"));
                 return false;
             }
-            raiseStatus("Host Login OK!");
+            raiseStatus(gettranslation("Host Login OK!"));
             if (aborted_) return false;
         } else {
-            raiseStatus("Login Not Supported by Host, Continuing...");
+            raiseStatus(gettranslation("Login Not Supported by Host, Continuing..."));
         }
     }
     return true;
@@ -668,7 +669,7 @@ void frmSendMail::disconnectfromhost() {
     disconnecting_ = true;
     guarded("disconnectfromhost", Module, [&] {
         if (sckMail_->state() != platform::SocketState::Closed)
-            raiseStatus("Closing Connection...");
+            raiseStatus(gettranslation("Closing Connection..."));
         if (connected_ && sckMail_->state() == platform::SocketState::Connected) {
             replySeen_ = false;
             sendText(std::string("QUIT") + CRLF);
@@ -695,11 +696,11 @@ bool frmSendMail::Send(bool AlreadyFormatted) {
         replySeen_ = false;
 
         std::string suffix = authParameter_ ? " AUTH=" + mail_.from : "";
-        raiseStatus("Sending 'From'...");
+        raiseStatus(gettranslation("Sending 'From'..."));
         sendText("MAIL FROM: <" + mail_.from + ">" + suffix + CRLF);
         if (!waituntiltrue(replySeen_, connectTimeout_, true)) return false;
 
-        raiseStatus("Sending 'To'...");
+        raiseStatus(gettranslation("Sending 'To'..."));
         for (const auto* list : {&mail_.recipients, &mail_.ccRecipients, &mail_.bccRecipients})
             for (const std::string& address : *list) {
                 replySeen_ = false;
@@ -707,7 +708,7 @@ bool frmSendMail::Send(bool AlreadyFormatted) {
                 if (!waituntiltrue(replySeen_, connectTimeout_, true) || aborted_) return false;
             }
 
-        raiseStatus("Starting transmission...");
+        raiseStatus(gettranslation("Starting transmission..."));
         dataReady_ = false;
         sendText(std::string("DATA") + CRLF);
         flushText();
@@ -719,7 +720,7 @@ bool frmSendMail::Send(bool AlreadyFormatted) {
         replySeen_ = false;
         sendText(mail_.dateLine() + CRLF);
         if (AlreadyFormatted) {
-            raiseStatus("Sending message");
+            raiseStatus(gettranslation("Sending message"));
             // In slices with an event pass between them, as attachments go:
             // a spooled message may carry megabytes of them.
             const size_t slice = 11400 * 78 / 57;
@@ -743,7 +744,7 @@ bool frmSendMail::Send(bool AlreadyFormatted) {
 
         raiseProgress(100);
         totalSize_ = 0; // the QUIT that may follow is no part of the message
-        raiseStatus("Transmission Complete...");
+        raiseStatus(gettranslation("Transmission Complete..."));
         if (listener_) listener_->SendSuccessful();
         if (!keepOpen_) disconnectfromhost();
         return true;

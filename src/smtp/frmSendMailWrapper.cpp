@@ -25,6 +25,20 @@ namespace corva {
 
 namespace {
 
+// Each "@@@" of a translated text filled in turn, so that a language may put
+// the words where its grammar wants them; what is filled in is never searched.
+std::string filledIn(const std::string& text, std::initializer_list<std::string> words) {
+    std::string out;
+    size_t from = 0;
+    for (const std::string& word : words) {
+        const size_t at = text.find("@@@", from);
+        if (at == std::string::npos) break;
+        out += text.substr(from, at - from) + word;
+        from = at + 3;
+    }
+    return out + text.substr(from);
+}
+
 constexpr const char* Module = "frmSendMailWrapper";
 
 // Creates the file only if it is not there; true when this call made it,
@@ -259,7 +273,7 @@ bool frmSendMailWrapper::connect(int account) {
             mail.setUseAuthentication(false);
         }
         mail.setDelimiter(";");
-        raiseProgress("Connecting to " + server_);
+        raiseProgress(Replace(gettranslation("Connecting to @@@"), "@@@", server_));
         LogAction("Connecting to " + server_);
         connected_ = mail.Connect();
         if (!connected_) LogAction("Connection Failed");
@@ -300,7 +314,7 @@ void frmSendMailWrapper::nextserver(int startAccount) {
 void frmSendMailWrapper::UploadSpooledMail() {
     reported("UploadSpooledMail", Module, [&] {
         if (uploading_) {
-            raiseProgress("Already sending mail.");
+            raiseProgress(gettranslation("Already sending mail."));
             return;
         }
         sending_ = false;
@@ -311,7 +325,7 @@ void frmSendMailWrapper::UploadSpooledMail() {
             return a.size() != b.size() ? a.size() < b.size() : a < b;
         });
         if (files_.empty()) {
-            raiseProgress("No mail to send");
+            raiseProgress(gettranslation("No mail to send"));
             if (listener_) listener_->NoMailToSend();
             uploading_ = false;
             return;
@@ -324,7 +338,7 @@ void frmSendMailWrapper::UploadSpooledMail() {
             TimerSendNext_->setEnabled(true);
         } else {
             if (listener_) listener_->NoMailToSend();
-            raiseProgress("Unable to connect.");
+            raiseProgress(gettranslation("Unable to connect."));
         }
     });
 }
@@ -356,7 +370,7 @@ void frmSendMailWrapper::SendSpooledMessage(clsMessage& message) {
     frmSendMail& mail = poSendMail_;
     if (!connected_) {
         sending_ = false;
-        raiseProgress("Can't send - not connected to server");
+        raiseProgress(gettranslation("Can't send - not connected to server"));
         return;
     }
     mail.setFrom(extractemail(message.From));
@@ -421,14 +435,14 @@ void frmSendMailWrapper::CancelSend() {
         sending_ = false;
         poSendMail_.Disconnect();
         connected_ = false;
-        raiseProgress("Send cancelled");
+        raiseProgress(gettranslation("Send cancelled"));
     });
 }
 
 // ---- Engine events ----
 
 void frmSendMailWrapper::Progress(int PercentComplete) {
-    raiseProgress("Sending Mail: " + Str(PercentComplete) + "%");
+    raiseProgress(Replace(gettranslation("Sending Mail: @@@%"), "@@@", Str(PercentComplete)));
 }
 
 void frmSendMailWrapper::Status(const std::string& Status) {
@@ -482,7 +496,8 @@ void frmSendMailWrapper::SendSuccessful() {
         else
             LogAction("Could not store the sent copy of " + name + "; it stays in the Outbox");
         sending_ = false;
-        raiseProgress("Sent " + message->Subject + " to " + message->To_Email);
+        raiseProgress(
+            filledIn(gettranslation("Sent @@@ to @@@"), {message->Subject, message->To_Email}));
         if (listener_) listener_->messageSent(name, *message);
     });
     sending_ = false;
