@@ -14,37 +14,45 @@ int32_t grownBound(int32_t upperBound, float growth) {
 
 void clsHashNodes::Init(int32_t size, float growth) {
     growth_ = growth;
-    if (size < 1) size = 1;
-    Next.assign(static_cast<size_t>(size) + 1, 0);
-    for (int32_t i = 1; i < size; ++i) Next[i] = i + 1;
-    Next[size] = 0;
+    bound_ = size < 1 ? 1 : size;
+    links_.clear();
     FreeHead = 1;
 }
 
+int32_t clsHashNodes::next(int32_t n) const {
+    if (static_cast<size_t>(n) < links_.size()) return links_[static_cast<size_t>(n)];
+    return n < bound_ ? n + 1 : 0;
+}
+
 int32_t clsHashNodes::Alloc() {
-    if (Next.empty()) Init(1, growth_);
+    if (bound_ < 1) Init(1, growth_);
     if (FreeHead == 0) {
-        int32_t oldBound = UpperBound();
-        int32_t newBound = grownBound(oldBound, growth_);
-        Next.resize(static_cast<size_t>(newBound) + 1);
-        for (int32_t i = oldBound + 1; i < newBound; ++i) Next[i] = i + 1;
-        Next[newBound] = 0;
+        // Every node is in use, so none past the old bound has a stored link.
+        const int32_t oldBound = bound_;
+        bound_ = grownBound(oldBound, growth_);
         FreeHead = oldBound + 1;
     }
-    int32_t n = FreeHead;
-    FreeHead = Next[n];
+    const int32_t n = FreeHead;
+    FreeHead = next(n);
     return n;
 }
 
 void clsHashNodes::Free(int32_t n) {
-    if (n < 1 || n > UpperBound()) return;
-    Next[n] = FreeHead;
+    if (n < 1 || n > bound_) return;
+    if (links_.size() <= static_cast<size_t>(n)) {
+        const size_t from = links_.size();
+        links_.resize(static_cast<size_t>(n) + 1);
+        for (size_t i = from; i < links_.size(); ++i)
+            links_[i] = static_cast<int32_t>(i) < bound_ ? static_cast<int32_t>(i) + 1 : 0;
+    }
+    links_[static_cast<size_t>(n)] = FreeHead;
     FreeHead = n;
 }
 
 void clsHashNodes::Clear() {
-    Next.clear();
-    Next.shrink_to_fit();
+    links_.clear();
+    links_.shrink_to_fit();
+    bound_ = -1;
     FreeHead = 0;
 }
 

@@ -18,11 +18,16 @@ public:
     void Clear();
 
     int32_t FreeHead = 0;
-    int32_t UpperBound() const { return static_cast<int32_t>(Next.size()) - 1; }
-
-    std::vector<int32_t> Next; // index 0 unused
+    int32_t UpperBound() const { return bound_; }
 
 private:
+    // The link after n. Links are stored only from the first Free on: until
+    // then every node links to the next number, so a table sized for hundreds
+    // of thousands of nodes costs nothing for those it never uses.
+    int32_t next(int32_t n) const;
+
+    std::vector<int32_t> links_; // index 0 unused; links past its end are n + 1
+    int32_t bound_ = -1;         // -1 until initialised
     float growth_ = 1.5f;
 };
 

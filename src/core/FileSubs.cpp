@@ -125,8 +125,15 @@ bool FolderExists(const std::string& path) {
 void MkMissingDir(const std::string& rawPath) {
     guarded("MkMissingDir", kModule, [&] {
         std::string path = Trim(ToSlashes(rawPath));
-        if (path.empty() || FolderExists(path)) return;
-        platform::FileResult made = files().makeFolder(ResolvePath(path));
+        if (path.empty()) return;
+        // Resolving a missing name reads its whole parent folder (a spam folder
+        // of thousands of files), so one resolution serves the look and the make.
+        std::string bare = path;
+        while (bare.size() > 1 && bare.back() == '/') bare.pop_back();
+        std::string resolved = ResolvePath(bare);
+        if (fs::is_directory(statusOf(resolved))) return;
+        if (bare != path) resolved = ResolvePath(path);
+        platform::FileResult made = files().makeFolder(resolved);
         if (!made && made.error != platform::FileError::WritesOff)
             throw RunError(Err::PathFileAccess, made.detail);
     });

@@ -10,6 +10,23 @@ size_t findNoCase(std::string_view hay, std::string_view needle, size_t from) {
     if (needle.empty()) return from <= hay.size() ? from : std::string_view::npos;
     if (hay.size() < needle.size() || from > hay.size() - needle.size())
         return std::string_view::npos;
+    // A byte without case in the needle ("-" of "content-type", "=" of "name=")
+    // is one search instead of two, and rarer in mail than a letter.
+    size_t anchor = 0;
+    while (anchor < needle.size() && lower(needle[anchor]) != upper(needle[anchor])) ++anchor;
+    if (anchor < needle.size()) {
+        const size_t end = hay.size() - needle.size();
+        const char* text = hay.data();
+        for (size_t i = from; i <= end; ++i) {
+            const void* hit = std::memchr(text + i + anchor, needle[anchor], end - i + 1);
+            if (!hit) break;
+            i = static_cast<size_t>(static_cast<const char*>(hit) - text) - anchor;
+            size_t k = 0;
+            while (k < needle.size() && lower(text[i + k]) == lower(needle[k])) ++k;
+            if (k == needle.size()) return i;
+        }
+        return std::string_view::npos;
+    }
     const char first = lower(needle[0]);
     const char firstUp = upper(needle[0]);
     const size_t last = hay.size() - needle.size();

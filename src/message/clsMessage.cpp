@@ -215,15 +215,20 @@ void clsMessage::create(const std::string& strMessage, bool vHeaderOnly, bool wo
 
     ok = guarded("createfromtext", Module, [&] {
         Headers.assign(strMessage, 0, position - 1);
+        if (wordCountOnly) return;
         MessageBody.assign(strMessage, position + 3);
-        if (!wordCountOnly) Messagetext = strMessage;
+        Messagetext = strMessage;
     });
     if (!ok) return;
 
     guarded("createfromtext", Module, [&] { parseHeaderLines(); });
 
     if (!HeaderOnly) {
-        guarded("createfromtext", Module, [&] { NewDecodePart(strMessage); });
+        guarded("createfromtext", Module, [&] {
+            NewDecodePart(strMessage);
+            // The word counts read the undecoded body only when there are no parts.
+            if (wordCountOnly && parts_.empty()) MessageBody.assign(strMessage, position + 3);
+        });
         strip(wordCountOnly);
     }
 }
