@@ -491,12 +491,7 @@ void frmGetMail::DataArrival(const std::string& data) {
     bool good = (!data.empty() && data[0] == '+') || state_ == StListSent || state_ == StStatSent ||
                 state_ == StTopSent || state_ == StRetrSent || state_ == StCapaSent;
     if (!good) {
-        InMultiLine_ = false;
-        LogAction("POP Error: " + data);
-        state_ = StQuitSent;
-        send("QUIT");
-        events_->POPError(data);
-        cleanupandexit();
+        endOnError(data);
         return;
     }
 
@@ -997,7 +992,7 @@ bool frmGetMail::onPipelinedPiece(const ReplyQueue::Piece& piece) {
     ReplyBuffer_.append(piece.bytes);
     if (!piece.last) return true;
     if (piece.refused) {
-        refuseAhead(ReplyBuffer_);
+        endOnError(ReplyBuffer_);
         return false;
     }
     switch (command.kind) {
@@ -1107,8 +1102,9 @@ bool frmGetMail::takeRetrPiece(const ReplyQueue::Piece& piece) {
     return releaseHeaders();
 }
 
-void frmGetMail::refuseAhead(const std::string& reply) {
-    // Commands decided but not yet written stay unwritten: the session ends here.
+void frmGetMail::endOnError(const std::string& reply) {
+    // Commands decided but not yet written (pipelined sessions only) stay
+    // unwritten: the session ends here.
     outgoing_.clear();
     unsentDeles_ = 0;
     InMultiLine_ = false;

@@ -191,7 +191,7 @@ private:
     void flushAhead();
     // Raises the events of judged headers whose turn has come; false once the session has ended.
     bool releaseHeaders();
-    void refuseAhead(const std::string& reply);
+    void endOnError(const std::string& reply);
     void cannotWriteMessage(const char* procedure);
     void openTempFile();
     void closeTempFile(bool remove);
