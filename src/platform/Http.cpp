@@ -1,4 +1,5 @@
 #include "platform/Http.h"
+#include "platform/Installed.h"
 
 namespace corva::platform {
 
@@ -9,8 +10,6 @@ class NoTransfer : public HttpTransfer {
 public:
     void cancel() override {}
 };
-
-Http* installed = nullptr;
 
 } // namespace
 
@@ -24,14 +23,11 @@ std::unique_ptr<HttpTransfer> Http::get(const std::string&, const HttpProxy&,
 }
 
 Http& http() {
-    static Http plain;
-    return installed ? *installed : plain;
+    return Installed<Http>::get();
 }
 
 Http* setHttp(Http* client) {
-    Http* before = installed;
-    installed = client;
-    return before;
+    return Installed<Http>::set(client);
 }
 
 } // namespace corva::platform

@@ -1,4 +1,5 @@
 #include "platform/Keyring.h"
+#include "platform/Installed.h"
 
 namespace corva::platform {
 
@@ -7,8 +8,6 @@ namespace {
 KeyringResult none() {
     return {false, "", "No desktop keyring is available"};
 }
-
-Keyring* installed = nullptr;
 
 } // namespace
 
@@ -25,14 +24,11 @@ KeyringResult Keyring::erase(const std::string&, const std::string&) {
 }
 
 Keyring& keyring() {
-    static Keyring plain;
-    return installed ? *installed : plain;
+    return Installed<Keyring>::get();
 }
 
 Keyring* setKeyring(Keyring* keyring) {
-    Keyring* before = installed;
-    installed = keyring;
-    return before;
+    return Installed<Keyring>::set(keyring);
 }
 
 } // namespace corva::platform

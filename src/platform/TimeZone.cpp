@@ -1,10 +1,7 @@
 #include "platform/TimeZone.h"
+#include "platform/Installed.h"
 
 namespace corva::platform {
-
-namespace {
-TimeZones* installed = nullptr;
-} // namespace
 
 std::optional<long long> TimeZones::toUtc(const std::string&, const WallTime&) const {
     return {};
@@ -15,14 +12,11 @@ std::optional<WallTime> TimeZones::fromUtc(const std::string&, long long) const 
 }
 
 TimeZones& timeZones() {
-    static TimeZones plain;
-    return installed ? *installed : plain;
+    return Installed<TimeZones>::get();
 }
 
 TimeZones* setTimeZones(TimeZones* zones) {
-    TimeZones* before = installed;
-    installed = zones;
-    return before;
+    return Installed<TimeZones>::set(zones);
 }
 
 } // namespace corva::platform
