@@ -68,7 +68,7 @@ ContactsWindow::ContactsWindow(bool pick, QWidget* parent) : QDialog(parent) {
     layout->addLayout(buttons);
 
     logic_ = std::make_unique<frmContacts>(Contacts(), this);
-    auto rowOf = [this](QTreeWidgetItem* item) {
+    auto rowOf = [](QTreeWidgetItem* item) {
         return item ? item->data(0, Qt::UserRole).toLongLong() : -1;
     };
     connect(list_, &QTreeWidget::itemClicked, this,

@@ -30,7 +30,8 @@ fSHAREDInternet::~fSHAREDInternet() {
 }
 
 bool fSHAREDInternet::networkMissing() {
-    return typeid(platform::http()) == typeid(platform::Http);
+    const platform::Http& installed = platform::http();
+    return typeid(installed) == typeid(platform::Http);
 }
 
 platform::HttpProxy fSHAREDInternet::applyproxy() {
