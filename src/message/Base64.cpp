@@ -1,4 +1,5 @@
-// The Base64 decoder behind every attachment and encoded header word.
+// The Base64 decoder behind every attachment and encoded header word, and
+// the encoder behind outgoing attachments and logins.
 #include "message/Base64.h"
 
 #include <array>
@@ -7,15 +8,16 @@ namespace corva {
 
 namespace {
 
+constexpr const char* Alphabet = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+
 constexpr signed char Skip = -1; // line ends and blanks inside the text
 constexpr signed char Stop = -2; // padding, "?=" and anything else ends the data
 
 constexpr std::array<signed char, 256> makeTable() {
     std::array<signed char, 256> t{};
     for (auto& v : t) v = Stop;
-    const char* alphabet = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
     for (int i = 0; i < 64; ++i)
-        t[static_cast<unsigned char>(alphabet[i])] = static_cast<signed char>(i);
+        t[static_cast<unsigned char>(Alphabet[i])] = static_cast<signed char>(i);
     t['\r'] = Skip;
     t['\n'] = Skip;
     t[' '] = Skip;
@@ -56,6 +58,28 @@ long cDecode64(const unsigned char* source, unsigned char* destination, long len
         *out++ = static_cast<unsigned char>(acc >> 2);
     }
     return static_cast<long>(out - destination);
+}
+
+std::string cEncode64(std::string_view bytes, int groupsPerLine) {
+    std::string out;
+    const size_t n = bytes.size();
+    out.reserve(n / 3 * 4 + 4 + (groupsPerLine ? n / (3 * groupsPerLine) * 2 : 0));
+    const auto* p = reinterpret_cast<const unsigned char*>(bytes.data());
+    int groups = 0;
+    for (size_t i = 0; i < n; i += 3) {
+        unsigned v = static_cast<unsigned>(p[i]) << 16;
+        if (i + 1 < n) v |= static_cast<unsigned>(p[i + 1]) << 8;
+        if (i + 2 < n) v |= p[i + 2];
+        out += Alphabet[(v >> 18) & 63];
+        out += Alphabet[(v >> 12) & 63];
+        out += i + 1 < n ? Alphabet[(v >> 6) & 63] : '=';
+        out += i + 2 < n ? Alphabet[v & 63] : '=';
+        if (groupsPerLine && ++groups == groupsPerLine) {
+            out += "\r\n";
+            groups = 0;
+        }
+    }
+    return out;
 }
 
 } // namespace corva

@@ -6,6 +6,7 @@
 #include "core/DateTime.h"
 #include "core/ErrorHandler.h"
 #include "core/Strings.h"
+#include "message/Base64.h"
 #include "platform/Platform.h"
 #include "smtp/HeaderWords.h"
 
@@ -69,24 +70,8 @@ void MailComposer::setMessage(const std::string& text) {
 // ---- Encoders ----
 
 std::string MailComposer::encodebase64byte(const std::string& bytes) {
-    std::string out;
-    out.reserve(bytes.size() / 3 * 4 + bytes.size() / 57 * 2 + 8);
-    const auto* p = reinterpret_cast<const unsigned char*>(bytes.data());
-    size_t n = bytes.size();
-    int groups = 0;
-    for (size_t i = 0; i < n; i += 3) {
-        unsigned v = static_cast<unsigned>(p[i]) << 16;
-        if (i + 1 < n) v |= static_cast<unsigned>(p[i + 1]) << 8;
-        if (i + 2 < n) v |= p[i + 2];
-        out += Base64Alphabet[(v >> 18) & 63];
-        out += Base64Alphabet[(v >> 12) & 63];
-        out += i + 1 < n ? Base64Alphabet[(v >> 6) & 63] : '=';
-        out += i + 2 < n ? Base64Alphabet[v & 63] : '=';
-        if (++groups == 19) {
-            out += CRLF;
-            groups = 0;
-        }
-    }
+    // 19 groups make the 76 characters of a line.
+    std::string out = cEncode64(bytes, 19);
     if (!EndsWith(out, CRLF)) out += CRLF;
     return out;
 }

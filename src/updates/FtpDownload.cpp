@@ -1,6 +1,7 @@
 #include "updates/FtpDownload.h"
 
 #include "core/ErrorHandler.h"
+#include "message/Base64.h"
 #include "platform/Platform.h"
 #include "updates/FtpReply.h"
 
@@ -16,21 +17,6 @@ constexpr const char* Module = "FtpDownload";
 // A server that takes the file but never says goodbye does not hold the
 // download up for long.
 constexpr int GoodbyeMs = 5000;
-
-std::string base64(const std::string& bytes) {
-    static const char* digits = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-    std::string out;
-    for (size_t i = 0; i < bytes.size(); i += 3) {
-        unsigned n = static_cast<unsigned char>(bytes[i]) << 16;
-        if (i + 1 < bytes.size()) n |= static_cast<unsigned char>(bytes[i + 1]) << 8;
-        if (i + 2 < bytes.size()) n |= static_cast<unsigned char>(bytes[i + 2]);
-        out += digits[(n >> 18) & 63];
-        out += digits[(n >> 12) & 63];
-        out += i + 1 < bytes.size() ? digits[(n >> 6) & 63] : '=';
-        out += i + 2 < bytes.size() ? digits[n & 63] : '=';
-    }
-    return out;
-}
 
 std::string firstLine(const std::string& text) {
     std::string line = text.substr(0, text.find('\n'));
@@ -156,8 +142,8 @@ void FtpDownload::start(const std::string& url, const FtpAddress& address,
             target.replace(at, 1, "%20"); // a blank would end the request's address
         std::string request = "GET " + target + " HTTP/1.0\r\nHost: " + address.host + "\r\n";
         if (!proxy.user.empty())
-            request +=
-                "Proxy-Authorization: Basic " + base64(proxy.user + ":" + proxy.password) + "\r\n";
+            request += "Proxy-Authorization: Basic " +
+                       cEncode64(proxy.user + ":" + proxy.password) + "\r\n";
         head_ = request + "\r\n"; // sent once connected
         state("Resolving Host");
         control_->connect(proxy.host, proxy.port > 0 ? proxy.port : 8080);

@@ -47,6 +47,12 @@ TEST(Base64, DecodesPaddedUnpaddedFoldedAndLeavesTooShortText) {
         SCOPED_TRACE(in);
         EXPECT_EQ(vbDecodeMime64(in), out);
     }
+    // The encoder pads, and breaks lines only when asked, after whole groups.
+    EXPECT_EQ(cEncode64("ann:s\xe9"
+                        "cret"),
+              "YW5uOnPpY3JldA==");
+    EXPECT_EQ(cEncode64("Hello!", 1), "SGVs\r\nbG8h\r\n");
+    EXPECT_EQ(vbDecodeMime64(cEncode64(std::string(100, '\xff'), 19)), std::string(100, '\xff'));
 }
 
 TEST(IsoDecode, DecodesWordsAndPlainTextLosesOnlyWhatTheChainTakes) {
