@@ -1,5 +1,7 @@
 #include "bayes/TokenSet.h"
 
+#include "bayes/KeyHash.h"
+
 #include <algorithm>
 #include <cstring>
 
@@ -38,7 +40,7 @@ void TokenSet::add(std::string_view prefix, std::string_view word) {
     copyPiece(at, prefix.data(), prefix.size());
     copyPiece(at + prefix.size(), word.data(), word.size());
     const std::string_view token(at, length);
-    const uint64_t hash = KeyHash(token);
+    const uint64_t hash = keyhash::of(token);
     const size_t mask = slots_.size() - 1;
     for (size_t pos = static_cast<size_t>(hash) & mask;; pos = (pos + 1) & mask) {
         const uint32_t slot = slots_[pos];
