@@ -207,7 +207,7 @@ uint16_t classOf(std::string_view word) {
 // so that a message costs no allocations once they have grown.
 struct Tokeniser {
     TokenSink* sink = nullptr;
-    std::string text, key, lowered, scratch, joined, noDigits;
+    std::string text, key, lowered, scratch, joined, noDigits, scan;
     // A word of at most 35 bytes without its cleaned-away bytes.
     char cleanedWord[36];
     // What the word before said in a Received header: only "HELO" and "FROM"
@@ -217,11 +217,18 @@ struct Tokeniser {
 
     // The word without the punctuation cleaned away (the slow way: most
     // words have none).
-    std::string_view cleaned(std::string_view raw) {
+    // A word holds no blank (blanks end words), so there is nothing to trim,
+    // and bits become the classes of what is left.
+    std::string_view cleaned(std::string_view raw, uint16_t& bits) {
         size_t n = 0;
-        for (char c : raw)
-            if (!isCleanedAway(static_cast<unsigned char>(c))) cleanedWord[n++] = c;
-        return trimBlanks(std::string_view(cleanedWord, n));
+        bits = 0;
+        for (char c : raw) {
+            const uint16_t k = classOf(c);
+            if (k & Cleaned) continue;
+            cleanedWord[n++] = c;
+            bits |= k;
+        }
+        return std::string_view(cleanedWord, n);
     }
 
     static bool isWord(std::string_view w, const char* lowerWord) {
@@ -254,8 +261,7 @@ struct Tokeniser {
             w = "HTMLCOMMENT";
             bits = classOf(w);
         } else if (bits & Cleaned) {
-            w = cleaned(rawWord);
-            bits = classOf(w);
+            w = cleaned(rawWord, bits);
         }
         if (prefix.empty() && !(bits & At) && !containsNoCase(w, "http")) {
             scratch.assign(w);
@@ -354,16 +360,29 @@ struct Tokeniser {
         const uint16_t blank = punctuationBlank ? Blank | Punctuation : Blank;
         const uint16_t stop = blank | Closing;
         const Field field = fieldOf(prefix);
-        const char* all = input.data();
+        // Read from a copy that ends in a line end, a blank in every mode, so
+        // that the search for a word's end needs no bound check.
+        scan.assign(input);
+        scan += '\n';
+        const char* all = scan.data();
         const size_t n = input.size();
         before = Before::Other;
         for (size_t start = 0;;) {
             uint16_t bits = 0;
             size_t end = start + 1;
-            for (; end < n; ++end) {
+            // Two bytes a turn: the byte after one that is no stop is at most
+            // the final line end.
+            for (;;) {
                 const uint16_t c = classOf(all[end]);
                 if (c & stop) break;
+                const uint16_t d = classOf(all[end + 1]);
                 bits |= c;
+                if (d & stop) {
+                    ++end;
+                    break;
+                }
+                bits |= d;
+                end += 2;
             }
             size_t from = start, to = end < n ? end + 1 : n;
             if (const uint16_t first = classOf(all[from]); first & blank)
@@ -530,8 +549,9 @@ void hashmessage(TokenSink& sink, const clsMessage& msg, bool headersOnly) {
     t.noDigits.clear();
     for (char c : t.joined)
         if (c < '0' || c > '9') t.noDigits += c;
-    if (!EqualsNoCase(trimBlanks(t.noDigits), trimBlanks(t.joined)))
-        t.breakAndHash(t.noDigits, "SB-ND*");
+    // The joined subject holds no blank to trim, so the two differ (in any
+    // case) exactly when a digit was dropped.
+    if (t.noDigits.size() != t.joined.size()) t.breakAndHash(t.noDigits, "SB-ND*");
     auto address = [&t](const std::string& field, std::string_view prefix) {
         if (field.empty()) return;
         t.breakAndHash(extractname(field), prefix);
