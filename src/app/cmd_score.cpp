@@ -37,7 +37,7 @@ int run(CommandArgs& args) {
     // The breakdown text is made only when it is printed.
     filter.KeepBreakdown(breakdown);
     int status = 0;
-    std::string line;
+    std::string row;
     for (const std::string& file : files) {
         clsMessage msg;
         if (!ReadMessageFile(file, headersOnly, msg)) {
@@ -59,11 +59,11 @@ int run(CommandArgs& args) {
         }
         if (bulk) {
             // One write a line: a stream insertion each costs more than the line.
-            line.assign(terminalLine(file));
-            line += '\t';
-            line += singleText(score);
-            line += '\n';
-            std::cout.write(line.data(), static_cast<std::streamsize>(line.size()));
+            row.assign(terminalLine(file));
+            row += '\t';
+            row += singleText(score);
+            row += '\n';
+            std::cout.write(row.data(), static_cast<std::streamsize>(row.size()));
             continue;
         }
         std::cout << "Score: " << singleText(score) << "\n";
