@@ -116,6 +116,16 @@ private:
     QLineEdit *data_, *template_;
 };
 
+// What a mail merge shows while it spools: the row it is at, and Stop, which
+// ends it between rows with what was spooled kept.
+class MailMergeProgress : public ToolDialog {
+    Q_OBJECT
+public:
+    explicit MailMergeProgress(QWidget* parent = nullptr);
+    void SetBusy(bool busy) override;
+    QPushButton& stopButton() const { return *stopButton_; }
+};
+
 // Opens the window of a mailer key: "search", "archive", "importmail" or
 // "mailmerge". Archive, import and merge are modal and done on return.
 void openToolWindow(QWidget* parent, const std::string& key,
