@@ -128,7 +128,14 @@ void SearchWindow::clickSearch() {
 }
 
 void SearchWindow::Status(const std::string& message) {
-    status_->setText(text(message));
+    searching_ = text(message);
+    status_->setText(searching_);
+}
+
+bool SearchWindow::StopRequested() {
+    const long read = search_.Searched();
+    if (read % 200 == 0) status_->setText(QStringLiteral("%1 %2").arg(searching_).arg(read));
+    return false;
 }
 
 void SearchWindow::ClearResults() {
