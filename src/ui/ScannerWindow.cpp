@@ -190,7 +190,7 @@ void ScannerWindow::buildToolbar() {
     add("mailer", "Mailer", "Open the mailer (Ctrl+Space)");
 
     // Send and receive, with the drop-down of every command.
-    QAction* updown = add("upanddown", "Send/Receive", "Send and receive mail (F3)");
+    QAction* updown = add("upanddown", "Send/Receive", "Send the Outbox and receive mail");
     upAndDown_ = qobject_cast<QToolButton*>(bar->widgetForAction(updown));
     auto* drop = new QMenu(this);
     auto entry = [&](const QString& key, const QString& text) {
