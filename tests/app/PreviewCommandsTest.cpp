@@ -136,6 +136,8 @@ TEST(MailerCommands, EachStepSaysWhatItDidAndRefusesWhatIsNotThere) {
         {"apply-filters Inbox", 0, "Checked 2, moved 1", "Junk/offer"},
         {"apply-filters Nowhere", 2, "Nowhere", ""},
         {"search --subject HELLO", 0, "Hello", ""},
+        {"search --from ANN --body 'text.;' --bigger 0 --subfolders --json", 0,
+         "\"subject\": \"Hello\"", ""},
         {"search --folder Nowhere", 2, "Nowhere", ""},
         {"export Inbox --mbox '" + mbox + "'", 0, "Export Complete. 1", ""},
         {"import '" + mbox + "'", 0, "Import Complete. 1", ""},
