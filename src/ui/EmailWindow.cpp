@@ -15,6 +15,7 @@
 #include <QCloseEvent>
 #include <QComboBox>
 #include <QFileDialog>
+#include <QFileInfo>
 #include <QFormLayout>
 #include <QHBoxLayout>
 #include <QKeyEvent>
@@ -349,10 +350,15 @@ void EmailWindow::CloseView() {
 
 std::vector<std::string> EmailWindow::ChooseFiles(const std::string& title,
                                                   const std::string& startFolder) {
+    // Without a folder of its own the chooser opens where the last one was
+    // left, for as long as the program runs; nothing of it is saved.
+    static QString lastFolder;
+    const QStringList chosen = QFileDialog::getOpenFileNames(
+        this, toDisplay(title),
+        startFolder.empty() ? lastFolder : QString::fromStdString(startFolder));
     std::vector<std::string> files;
-    for (const QString& file :
-         QFileDialog::getOpenFileNames(this, toDisplay(title), QString::fromStdString(startFolder)))
-        files.push_back(file.toStdString());
+    for (const QString& file : chosen) files.push_back(file.toStdString());
+    if (!chosen.isEmpty()) lastFolder = QFileInfo(chosen.front()).absolutePath();
     return files;
 }
 
