@@ -74,8 +74,10 @@ SignatureWindow::SignatureWindow(const std::string& folder, QWidget* parent)
     setWindowTitle(QStringLiteral("Signature"));
     resize(520, 300);
     auto* layout = new QVBoxLayout(this);
-    auto* where = new QLabel(toDisplay(folderSignaturePath(folder)), this);
-    where->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    // The file's path, which is no text to translate.
+    auto* where = new QLineEdit(toDisplay(folderSignaturePath(folder)), this);
+    where->setReadOnly(true);
+    where->setFrame(false);
     layout->addWidget(where);
     text_ = new QPlainTextEdit(this);
     text_->setObjectName(QStringLiteral("txtSig"));

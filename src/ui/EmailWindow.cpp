@@ -8,6 +8,7 @@
 #include "ui/ContactsWindow.h"
 #include "ui/DisplayText.h"
 #include "ui/Icons.h"
+#include "ui/LanguageWalker.h"
 #include "ui/MessagePreviewPane.h"
 
 #include <QApplication>
@@ -248,13 +249,14 @@ void EmailWindow::fillInsertMenu(QMenu* menu, bool autoreply) {
                 email_->InsertFile(key);
         });
     }
-    if (entries.empty()) menu->addAction(QStringLiteral("(none)"))->setEnabled(false);
+    if (entries.empty()) menu->addAction(translated(QStringLiteral("(none)")))->setEnabled(false);
 }
 
 void EmailWindow::fillSignatureMenu(QMenu* menu) {
     menu->clear();
     // Ctrl+S is the body's own key, so the menu only names it.
-    QAction* own = menu->addAction(QStringLiteral("Insert signature\tCtrl+S"));
+    QAction* own = menu->addAction(translated(QStringLiteral("Insert signature")) +
+                                   QStringLiteral("\tCtrl+S"));
     connect(own, &QAction::triggered, this, [this] {
         readBody();
         email_->Command("insertsig");
@@ -267,8 +269,8 @@ void EmailWindow::fillSignatureMenu(QMenu* menu) {
         });
     }
     menu->addSeparator();
-    connect(menu->addAction(QStringLiteral("Edit signature...")), &QAction::triggered, this,
-            [this] {
+    connect(menu->addAction(translated(QStringLiteral("Edit signature..."))), &QAction::triggered,
+            this, [this] {
                 auto* dialog = new SignatureWindow(email_->SignatureFolder(), this);
                 dialog->setAttribute(Qt::WA_DeleteOnClose);
                 dialog->open();
