@@ -46,10 +46,12 @@ struct Run {
     long found, searched, peakGrowthKb;
 };
 
-Run search(const SearchQuery& query) {
+// As the command searches (rows printed, not kept), or as the window (kept).
+Run search(const SearchQuery& query, bool keepRows = false) {
     Counting view;
     frmSearch s;
     s.setView(&view);
+    s.KeepResults(keepRows);
     const long peak = peakKb();
     const auto t = Clock::now();
     const double cpu = cpuSeconds();
@@ -127,6 +129,7 @@ int main(int argc, char** argv) {
     report("body search, N/5", search(bodySmall));
     const Run body = search(bodyAll);
     report("body search, N", body);
+    report("body search, N, rows kept (window)", search(bodyAll, true));
 
     // An mbox as another client writes it: LF line ends, ">From " quoted.
     const std::string mboxIn = home + "in.mbox", mboxOut = home + "out.mbox";

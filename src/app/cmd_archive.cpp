@@ -43,12 +43,12 @@ const CommandRegistration registration({
     "Move read mail received up to a day into dated Archive folders",
     "Moves every read message received on or before the day given (a day the\n"
     "month lacks counts as its last day) from every mail folder into\n"
-    "Archive/YYYY/MMM, with \" Sent Items\" after the month for sent mail, as the\n"
-    "archive window does. Unread mail stays, and the Archive, SpamBayes, Outbox\n"
-    "and Deleted folders are left alone, so a second run moves nothing new. Empty\n"
-    "message files are erased. A message is moved by renaming its file, so it is\n"
-    "never in two places or none. Ctrl-C stops between files and keeps what was\n"
-    "moved (exit status 1).",
+    "Archive/Yyyyy/Mmm (Archive/Y2024/M03), with \" Sent Items\" after the month\n"
+    "for sent mail, as the archive window does. Unread mail stays, and the\n"
+    "Archive, SpamBayes, Outbox and Deleted folders are left alone, so a second\n"
+    "run moves nothing new. Empty message files are erased. A message is moved by\n"
+    "renaming its file, so it is never in two places or none. Ctrl-C stops\n"
+    "between files and keeps what was moved (exit status 1).",
     run,
 });
 

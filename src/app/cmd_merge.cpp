@@ -20,7 +20,13 @@ int run(CommandArgs& args) {
     ToolProgress progress;
     const MergeOutcome outcome = DoMailMerge(dialog, progress);
     progress.clear();
-    return outcome.Ran ? 0 : 1;
+    if (!outcome.Ran) return 1;
+    // The window's report box, on one line.
+    std::cout << (outcome.Stopped ? "Merge stopped. " : "Merge Complete. ")
+              << outcome.Saved + outcome.Invalid << " name(s) processed: " << outcome.Saved
+              << " saved to the outbox, " << outcome.Invalid
+              << " had invalid email address(es) (skipped)\n";
+    return outcome.Stopped ? 1 : 0;
 }
 
 const CommandRegistration registration({
@@ -35,7 +41,8 @@ const CommandRegistration registration({
     "next 'corva send'; rows without \"@\" are counted as invalid, rows with fewer\n"
     "values than columns are passed over. Extra values join the last column. A\n"
     "template without a subject line is asked about on a terminal (elsewhere the\n"
-    "answer is no). The paths are remembered for the mail merge dialog.",
+    "answer is no). The paths are remembered for the mail merge dialog. Ctrl-C\n"
+    "stops between rows and keeps what was spooled (exit status 1).",
     run,
 });
 

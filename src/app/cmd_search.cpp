@@ -85,6 +85,7 @@ int run(CommandArgs& args) {
     SearchPrinter printer(json);
     frmSearch search;
     search.setView(&printer);
+    search.KeepResults(false); // printed as they come
     if (json) std::cout << "{\"results\": [";
     search.cmdsearch_click(query);
     if (json)

@@ -15,9 +15,12 @@ namespace {
 
 // Progress on one line of the terminal, at most a few times a second; off a
 // terminal only the steps, every message with --verbose, nothing with --quiet.
+// Ctrl-C is the view's Stop: the generation ends after the message it reads.
 class ConsoleProgress : public frmBayesFilterListener {
 public:
+    explicit ConsoleProgress(frmBayesFilter& filter) : filter_(filter) { CatchInterrupt(); }
     void Status(const std::string& text) override {
+        if (Interrupted()) filter_.StopRequested = true;
         const Verbosity v = Output().verbosity;
         if (v == Verbosity::Quiet) return;
         auto now = std::chrono::steady_clock::now();
@@ -32,6 +35,7 @@ public:
     }
 
 private:
+    frmBayesFilter& filter_;
     std::chrono::steady_clock::time_point last_{};
     bool terminal_ = ProgressOnOneLine();
 };
@@ -53,7 +57,7 @@ int run(CommandArgs& args) {
 
     HeadlessSession session;
     frmBayesFilter& filter = BayesFilter();
-    ConsoleProgress progress;
+    ConsoleProgress progress(filter);
     filter.setListener(&progress);
     auto started = std::chrono::steady_clock::now();
     bool ok = true;
@@ -74,7 +78,7 @@ int run(CommandArgs& args) {
     filter.setListener(nullptr);
     double seconds =
         std::chrono::duration<double>(std::chrono::steady_clock::now() - started).count();
-    if (!ok) return 1;
+    if (!ok || filter.StopRequested) return 1;
     std::cout << "Good mail: " << filter.GoodTable().Count << " messages, "
               << filter.GoodTable().MaxIndex << " tokens\n"
               << "Spam: " << filter.BadTable().Count << " messages, " << filter.BadTable().MaxIndex
@@ -97,7 +101,9 @@ const CommandRegistration registration({
     "the folders below as well. Writes HashGood.dat, HashBad.dat and HashTable.dat\n"
     "in the filter folder.\n"
     "--refresh adds the unread mail of the SpamBayes folder to the spam counts and\n"
-    "rebuilds the word table, as the view's Refresh Filters does.",
+    "rebuilds the word table, as the view's Refresh Filters does.\n"
+    "Ctrl-C stops after the message being read, as the view's Stop does, and\n"
+    "keeps the counts read so far (exit status 1).",
     run,
 });
 

@@ -6,6 +6,8 @@
 #include "core/mSHAREDSettings.h"
 #include "platform/Keyring.h"
 
+#include <cstring>
+
 namespace corva {
 
 namespace {
@@ -16,6 +18,20 @@ const char* const Names[] = {"PWD", "SMTPPWD"};
 // One entry per password and program folder, so two folders never share one.
 std::string entry(const Account& account, const std::string& name) {
     return account.key(name) + " " + SettingsFilePath();
+}
+
+// The keyring's reason as a person reads it: its fixed part in the chosen
+// language, the keyring's own words after it as they came.
+std::string shownReason(const std::string& error) {
+    using namespace platform;
+    const std::pair<const char*, std::string> known[] = {
+        {KeyringNoAnswer, ShownText(KeyringNoAnswer)}, {KeyringNoEntry, ShownText(KeyringNoEntry)},
+        {KeyringMissing, ShownText(KeyringMissing)},   {KeyringRefused, ShownText(KeyringRefused)},
+        {KeyringFailed, ShownText(KeyringFailed)},
+    };
+    for (const auto& [english, shown] : known)
+        if (error.rfind(english, 0) == 0) return shown + error.substr(std::strlen(english));
+    return error;
 }
 
 } // namespace
@@ -44,7 +60,7 @@ std::string WritePassword(const Account& account, const std::string& name,
     const platform::KeyringResult done = value.empty()
                                              ? keyring.erase(Service, entry(account, name))
                                              : keyring.store(Service, entry(account, name), value);
-    return done.ok || value.empty() ? "" : done.error;
+    return done.ok || value.empty() ? "" : shownReason(done.error);
 }
 
 std::string KeepPasswordsInKeyring(const Account& account, bool on) {
@@ -56,7 +72,8 @@ std::string KeepPasswordsInKeyring(const Account& account, bool on) {
             if (value.empty()) continue;
             const platform::KeyringResult done =
                 keyring.store(Service, entry(account, name), value);
-            if (!done.ok) return done.error + ShownText("; the passwords stay in Corva.ini");
+            if (!done.ok)
+                return shownReason(done.error) + ShownText("; the passwords stay in Corva.ini");
         }
         for (const char* name : Names) Settings().DeleteSettingByName(account.key(name));
         sset(account.key("KEYRING"), true);
@@ -67,7 +84,7 @@ std::string KeepPasswordsInKeyring(const Account& account, bool on) {
         const platform::KeyringResult got = keyring.read(Service, entry(account, Names[i]));
         // An entry never stored is an empty password, not a failure.
         if (!got.ok && !got.notFound)
-            return got.error + ShownText("; the passwords stay in the keyring");
+            return shownReason(got.error) + ShownText("; the passwords stay in the keyring");
         values[i] = got.secret;
     }
     for (int i = 0; i < 2; ++i) {

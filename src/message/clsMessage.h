@@ -87,7 +87,11 @@ public:
     std::string RawMessage() const;
 
     // ---- Operations ----
-    // Fills the object from raw text; may be called again on the same object.
+    // Fills the object from raw text. Called again on the same object it
+    // clears only the bodies, parts, attachments, Received, the X-Spam and
+    // DomainKey lines, Read, HighPriority, HasAttachment and ContentTypeMain;
+    // a field the new text lacks (From, Subject, CC, Replied ...) keeps the
+    // old value, on purpose. A message of its own wants a fresh object.
     void CreateFromText(const std::string& strMessage, bool vHeaderOnly);
     // Fills only what the word counts read: the header fields, Headers, Read and
     // the stripped body the tokens come from (HtmlStrippedBody when it has

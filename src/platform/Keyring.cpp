@@ -6,7 +6,7 @@ namespace corva::platform {
 namespace {
 
 KeyringResult none() {
-    return {false, "", "No desktop keyring is available"};
+    return {false, "", KeyringMissing};
 }
 
 } // namespace

@@ -8,10 +8,19 @@
 
 namespace corva::platform {
 
+// Why a keyring failed, in English as the log keeps it: one of these, then
+// ": " and the keyring's own words when it gave any. The logic shows the
+// fixed part in the chosen language.
+inline constexpr const char* KeyringNoAnswer = "The desktop keyring did not answer";
+inline constexpr const char* KeyringNoEntry = "The desktop keyring holds no such password";
+inline constexpr const char* KeyringMissing = "No desktop keyring is available";
+inline constexpr const char* KeyringRefused = "The desktop keyring refused access";
+inline constexpr const char* KeyringFailed = "The desktop keyring failed";
+
 struct KeyringResult {
     bool ok = false;
     std::string secret;    // what read found
-    std::string error;     // why it failed, for a person
+    std::string error;     // why it failed, as above
     bool notFound = false; // nothing is stored under the key
 };
 

@@ -7,6 +7,7 @@
 #include "core/mSHAREDSettings.h"
 #include "localise/modLanguages.h"
 #include "smtp/MailComposer.h"
+#include "smtp/SmtpFailures.h"
 
 #include <algorithm>
 
@@ -15,8 +16,6 @@ namespace corva {
 namespace {
 
 constexpr const char* CRLF = "\r\n";
-const char* const ClosedText = "The SMTP Host closed the connection";
-const char* const TimeoutText = "Timeout occurred: The SMTP Host did not respond to the request";
 
 // A credential or challenge answer on one line of its own.
 std::string oneLine(const std::string& bytes) {
@@ -66,7 +65,7 @@ bool SmtpSession::open(const Options& options) {
     loggedIn_ = false;
     active_ = true;
     bool ok = guardedValue("SmtpSession.open", "clsSendmail", false, [&] { return run(); });
-    if (!ok && failure_.empty() && !link_.aborted()) failure_ = TimeoutText;
+    if (!ok && failure_.empty() && !link_.aborted()) failure_ = SmtpTimeoutText;
     active_ = false;
     replies_.clear();
     asked_.clear();
@@ -79,7 +78,7 @@ bool SmtpSession::run() {
         if (certificateRefused_ && attempt == 0 && certificateTrusted()) continue;
         if (certificateRefused_) return fail(refusedCertificate());
         if (link_.aborted()) return false;
-        return fail(closed_ ? ClosedText : TimeoutText);
+        return fail(closed_ ? SmtpClosedText : SmtpTimeoutText);
     }
     link_.status(gettranslation("Initialising Communications..."));
     asked_.push_back(""); // the greeting answers the connection
@@ -88,15 +87,13 @@ bool SmtpSession::run() {
     r = exchange("EHLO " + options_.domain);
     if (!expect(r, 250, "")) return false;
     if (options_.security == 2 && !socket_.isSecure()) {
-        if (InStrNoCase(r->text, "STARTTLS") == 0)
-            return fail("The server does not offer STARTTLS");
+        if (InStrNoCase(r->text, "STARTTLS") == 0) return fail(NoStartTlsText);
         r = exchange("STARTTLS");
-        if (!expect(r, 220, "The server refuses STARTTLS")) return false;
+        if (!expect(r, 220, StartTlsRefusedForm)) return false;
         if (!upgrade()) {
             // Trusted just now: the handshake can only succeed on a new connection.
             if (certificateRefused_ && certificateTrusted()) return run();
-            return fail(certificateRefused_ ? refusedCertificate()
-                                            : std::string("The secure connection failed"));
+            return fail(certificateRefused_ ? refusedCertificate() : std::string(SecureFailedText));
         }
         r = exchange("EHLO " + options_.domain);
         if (!expect(r, 250, "")) return false;
@@ -147,9 +144,9 @@ std::optional<SmtpSession::Reply> SmtpSession::exchange(const std::string& comma
 
 bool SmtpSession::expect(const std::optional<Reply>& reply, int code, const std::string& what) {
     if (reply && reply->code == code) return true;
-    if (!reply) return fail(closed_ ? ClosedText : TimeoutText);
+    if (!reply) return fail(closed_ ? SmtpClosedText : SmtpTimeoutText);
     std::string text = Trim(Mid(reply->text, 5));
-    return fail(what.empty() ? text : what + ": " + text);
+    return fail(what.empty() ? text : FilledIn(what, {text}));
 }
 
 bool SmtpSession::fail(const std::string& text) {
@@ -195,18 +192,17 @@ bool SmtpSession::login(const std::string& ehloReply) {
         return true;
     }
     link_.status(gettranslation("Host Login Failed!"));
-    return fail(r ? "Login refused: " + Trim(Mid(r->text, 5))
-                  : "Login failed: the server did not answer");
+    return fail(r ? FilledIn(LoginRefusedForm, {Trim(Mid(r->text, 5))})
+                  : std::string(LoginUnansweredText));
 }
 
 std::string SmtpSession::refusedCertificate() const {
     const platform::CertificateInfo c = socket_.peerCertificate();
     if (!Account(options_.account).trustedCertificate("SMTP").empty())
-        return "The certificate of " + server() + " has changed since you trusted it, and is " +
-               "refused.\n" + platform::describeCertificate(c);
-    return "The certificate of " + server() + " was not accepted.\n" +
-           platform::describeCertificate(c) + "\nTo trust it: corva trust --account " +
-           Str(options_.account);
+        return FilledIn(CertificateChangedForm, {server()}) + "\n" +
+               platform::describeCertificate(c);
+    return FilledIn(CertificateRefusedForm, {server()}) + "\n" + platform::describeCertificate(c) +
+           "\n" + FilledIn(TrustHintForm, {Str(options_.account)});
 }
 
 bool SmtpSession::certificateTrusted() {

@@ -97,6 +97,7 @@ private:
     bool upgrade();
     // Sends a command (when given) and waits for its reply.
     std::optional<Reply> exchange(const std::string& command);
+    // Another code fails with the server's words, put into what's "@@@" when it is given.
     bool expect(const std::optional<Reply>& reply, int code, const std::string& what);
     bool login(const std::string& ehloReply);
     bool fail(const std::string& text);

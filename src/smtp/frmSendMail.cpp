@@ -13,6 +13,7 @@
 #include "core/mSHAREDSettings.h"
 #include "localise/modLanguages.h"
 #include "smtp/HeaderWords.h"
+#include "smtp/SmtpFailures.h"
 
 #include <algorithm>
 #include <cmath>
@@ -123,12 +124,12 @@ void frmSendMail::Initialise(int account) {
 void frmSendMail::setSMTPPort(int32_t port) {
     guarded("SMTPPort", Module, [&] {
         if (port < 1 || port > 65535) {
-            adderror("Invalid Remote Port");
+            adderror(InvalidPortText);
             return;
         }
         port_ = port;
         sset("RemotePort", static_cast<int>(port));
-        removeerror("Invalid Remote Port");
+        removeerror(InvalidPortText);
     });
 }
 
@@ -167,8 +168,7 @@ void frmSendMail::setMessage(const std::string& text) {
 
 void frmSendMail::setAttachment(const std::string& list) {
     guarded("Attachment", Module, [&] {
-        static const std::string Missing = "The file you tried to attach does not exist";
-        removeerror(Missing);
+        removeerror(MissingAttachmentText);
         mail_.attachments.clear();
         mail_.attachmentNames.clear();
         attachmentBytes_ = 0;
@@ -176,7 +176,7 @@ void frmSendMail::setAttachment(const std::string& list) {
         for (const std::string& entry : splitList(list)) {
             std::string path = Trim(entry);
             if (path.empty() || !FileExists(path)) {
-                adderror(Missing);
+                adderror(MissingAttachmentText);
                 break;
             }
             std::string name = fileNameOnly(path);
@@ -273,13 +273,13 @@ long long frmSendMail::estimatemailsize() const {
 // ---- Checks, errors and events ----
 
 bool frmSendMail::checkBeforeSending() {
-    if (mail_.asHTML && mail_.encodeType == 1) adderror("Sending HTML requires MIME encoding");
-    if (mail_.recipients.empty()) adderror("No Recipient E-mail Address Specified");
+    if (mail_.asHTML && mail_.encodeType == 1) adderror(HtmlNeedsMimeText);
+    if (mail_.recipients.empty()) adderror(NoRecipientText);
     // Upper bounds, as the limit has always been counted: -1 for an empty list.
     long bounds = static_cast<long>(mail_.recipients.size()) - 1 +
                   static_cast<long>(mail_.ccRecipients.size()) - 1 +
                   static_cast<long>(mail_.bccRecipients.size()) - 1;
-    if (bounds + 3 > 100) adderror("Too many recipients");
+    if (bounds + 3 > 100) adderror(TooManyRecipientsText);
     if (!errors_.empty()) {
         sendfail();
         return false;
@@ -302,7 +302,7 @@ void frmSendMail::removeerror(const std::string& text) {
 }
 
 void frmSendMail::timeout() {
-    adderror("Timeout occurred: The SMTP Host did not respond to the request");
+    adderror(SmtpTimeoutText);
     sendfail();
 }
 
@@ -375,7 +375,7 @@ void frmSendMail::socketError(int number, const std::string& description) {
             closedByServer_ = true;
             return;
         }
-        adderror(description.empty() ? "Socket error " + Str(number) : description);
+        adderror(description.empty() ? FilledIn(SocketErrorForm, {Str(number)}) : description);
         failsoon();
     });
 }
@@ -519,7 +519,7 @@ bool frmSendMail::waituntiltrue(const bool& flag, int seconds, bool fatal) {
             // Waiting on would only run into the time-out.
             if (fatal) {
                 // A refusal that came just before the close is the reason to give.
-                if (!failPending_) adderror("The SMTP Host closed the connection");
+                if (!failPending_) adderror(SmtpClosedText);
                 sendfail();
             }
             return false;

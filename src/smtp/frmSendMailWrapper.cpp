@@ -15,6 +15,7 @@
 #include "core/mSHAREDSettings.h"
 #include "core/modSubs.h"
 #include "localise/modLanguages.h"
+#include "smtp/SmtpFailures.h"
 #include "store/modTags.h"
 
 #include <algorithm>
@@ -24,20 +25,6 @@
 namespace corva {
 
 namespace {
-
-// Each "@@@" of a translated text filled in turn, so that a language may put
-// the words where its grammar wants them; what is filled in is never searched.
-std::string filledIn(const std::string& text, std::initializer_list<std::string> words) {
-    std::string out;
-    size_t from = 0;
-    for (const std::string& word : words) {
-        const size_t at = text.find("@@@", from);
-        if (at == std::string::npos) break;
-        out += text.substr(from, at - from) + word;
-        from = at + 3;
-    }
-    return out + text.substr(from);
-}
 
 constexpr const char* Module = "frmSendMailWrapper";
 
@@ -449,7 +436,9 @@ void frmSendMailWrapper::Status(const std::string& Status) {
     raiseProgress(Status);
 }
 
-void frmSendMailWrapper::SendFailed(const std::string& Explanation) {
+void frmSendMailWrapper::SendFailed(const std::string& english) {
+    // The engine logged it in English; the person reads it in the chosen language.
+    const std::string Explanation = ShownFailure(english);
     raiseProgress(Explanation);
     if (listener_ && uploading_ && sending_ && index_ >= 1 &&
         index_ <= static_cast<int>(files_.size()))
@@ -497,7 +486,7 @@ void frmSendMailWrapper::SendSuccessful() {
             LogAction("Could not store the sent copy of " + name + "; it stays in the Outbox");
         sending_ = false;
         raiseProgress(
-            filledIn(gettranslation("Sent @@@ to @@@"), {message->Subject, message->To_Email}));
+            FilledIn(gettranslation("Sent @@@ to @@@"), {message->Subject, message->To_Email}));
         if (listener_) listener_->messageSent(name, *message);
     });
     sending_ = false;

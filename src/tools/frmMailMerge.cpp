@@ -64,7 +64,9 @@ MergeOutcome DoMailMerge(MailMergeView& view) {
     frmMailMerge dialog;
     dialog.Form_Load();
     if (!view.ShowDialog(dialog) || !dialog.Confirmed()) return {};
-    return DoMailMerge(dialog, view);
+    MergeOutcome outcome = DoMailMerge(dialog, view);
+    if (outcome.Ran) box(outcome.Report, platform::Icon::Information);
+    return outcome;
 }
 
 MergeOutcome DoMailMerge(const frmMailMerge& dialog, ToolListener& listener) {
@@ -93,6 +95,8 @@ MergeOutcome DoMailMerge(const frmMailMerge& dialog, ToolListener& listener) {
         outcome.Ran = true;
         listener.SetBusy(true);
         frmSendMailWrapper wrapper;
+        // The data file's closing CR LF leaves an empty last line: no row to count.
+        const size_t rows = lines.size() - (lines.back().empty() ? 2 : 1);
         const int account = defaultaccount();
         const std::string from = sget("REPLYADDRESS" + std::to_string(account), "").toText();
         for (size_t row = 1; row < lines.size(); ++row) {
@@ -129,17 +133,21 @@ MergeOutcome DoMailMerge(const frmMailMerge& dialog, ToolListener& listener) {
                 ++outcome.Saved;
             } else
                 ++outcome.Invalid;
-            listener.Status(gettranslation("Merging ") + std::to_string(row) + "/" +
-                            std::to_string(lines.size() - 1));
+            listener.Status(gettranslation("Merging ") + std::to_string(std::min(row, rows)) + "/" +
+                            std::to_string(rows));
             DoEvents();
+            if (listener.StopRequested()) {
+                outcome.Stopped = true;
+                break;
+            }
         }
         listener.SetBusy(false);
         outcome.Report =
+            (outcome.Stopped ? gettranslation("Mail merge stopped.") + "\r\n" : std::string()) +
             gettranslation("Processed ") + std::to_string(outcome.Saved + outcome.Invalid) +
             gettranslation(" name(s)\r\n") + std::to_string(outcome.Saved) +
             gettranslation(" saved to the outbox and \r\n") + std::to_string(outcome.Invalid) +
             gettranslation(" had invalid email address(es) (skipped)");
-        box(outcome.Report, platform::Icon::Information);
     });
     return outcome;
 }

@@ -40,7 +40,8 @@ public:
 };
 
 struct MergeOutcome {
-    bool Ran = false; // the checks passed and rows were processed
+    bool Ran = false;     // the checks passed and rows were processed
+    bool Stopped = false; // Stop or Ctrl-C ended it between rows; what was spooled stays
     long Saved = 0;
     long Invalid = 0;
     std::string Report;
@@ -51,8 +52,10 @@ struct MergeOutcome {
 std::string MergeRow(const std::vector<std::string>& header, const std::vector<std::string>& parts,
                      const std::string& templateText);
 
+// Shows the dialog, merges, and reports the outcome in a box.
 MergeOutcome DoMailMerge(MailMergeView& view);
-// The same once the dialog is done; the command line starts here.
+// The same once the dialog is done, leaving the report to the caller; the
+// command line starts here. The listener's Stop is asked after each row.
 MergeOutcome DoMailMerge(const frmMailMerge& dialog, ToolListener& listener);
 
 } // namespace corva

@@ -53,6 +53,7 @@ void frmSearch::cmdsearch_click(const SearchQuery& query) {
     guarded("cmdsearch_click", kModule, [&] {
         results_.clear();
         searched_ = 0;
+        found_ = 0;
         stop_ = false;
         view_->ClearResults();
         const std::vector<std::string> terms = Split(query.Message, ";");
@@ -74,7 +75,8 @@ void frmSearch::cmdsearch_click(const SearchQuery& query) {
                 SearchResult row{message->Subject, message->From,
                                  FileDate(path).format("yyyy-mm-dd"),
                                  std::to_string(std::lround(message->Size)), path};
-                results_.push_back(row);
+                ++found_;
+                if (keep_) results_.push_back(row);
                 view_->AddResult(row);
             }
             DoEvents();
@@ -84,7 +86,7 @@ void frmSearch::cmdsearch_click(const SearchQuery& query) {
         view_->SetSearching(false);
         if (stop_)
             view_->Status(gettranslation("Search stopped"));
-        else if (results_.empty())
+        else if (found_ == 0)
             view_->Status(gettranslation("Search Complete. No matches found."));
         else
             view_->Status(gettranslation("Search Complete. Results listed below."));

@@ -43,6 +43,9 @@ public:
 class frmSearch {
 public:
     void setView(frmSearchView* view) { view_ = view ? view : &noView_; }
+    // Whether the rows are kept for listresults_dblclick (the window's list);
+    // a view that only prints them leaves memory flat however many match.
+    void KeepResults(bool keep) { keep_ = keep; }
 
     // The folders to choose from: a caption relative to the store and its directory.
     static std::vector<std::pair<std::string, std::string>> FolderChoices();
@@ -55,6 +58,7 @@ public:
     bool Stopped() const { return stop_; }
     const std::vector<SearchResult>& Results() const { return results_; }
     long Searched() const { return searched_; }
+    long Found() const { return found_; }
 
     // Whether a message passes every active test of the query; terms are the
     // body terms already split.
@@ -67,7 +71,9 @@ private:
     std::vector<SearchResult> results_;
     bool searching_ = false;
     bool stop_ = false;
+    bool keep_ = true;
     long searched_ = 0;
+    long found_ = 0;
 };
 
 } // namespace corva

@@ -128,7 +128,14 @@ void SearchWindow::clickSearch() {
 }
 
 void SearchWindow::Status(const std::string& message) {
-    status_->setText(text(message));
+    searching_ = text(message);
+    status_->setText(searching_);
+}
+
+bool SearchWindow::StopRequested() {
+    const long read = search_.Searched();
+    if (read % 200 == 0) status_->setText(QStringLiteral("%1 %2").arg(searching_).arg(read));
+    return false;
 }
 
 void SearchWindow::ClearResults() {
@@ -332,24 +339,43 @@ void MailMergeDialog::clickGo() {
     if (merge_.cmdGo_click()) accept();
 }
 
+MailMergeProgress::MailMergeProgress(QWidget* parent) : ToolDialog(parent) {
+    setWindowTitle(QStringLiteral("Mail Merge"));
+    setObjectName(QStringLiteral("frmMailMergeProgress"));
+    // The report box follows the run, so there is nothing to close here.
+    closeButton_->hide();
+    auto* buttons = new QHBoxLayout;
+    buttons->addStretch();
+    buttons->addWidget(stopButton_);
+    auto* layout = new QVBoxLayout(this);
+    layout->addWidget(status_);
+    layout->addLayout(buttons);
+}
+
+void MailMergeProgress::SetBusy(bool busy) {
+    ToolDialog::SetBusy(busy);
+    if (busy) show();
+}
+
 namespace {
 
 class MergeRunner : public MailMergeView {
 public:
-    explicit MergeRunner(QWidget* parent) : parent_(parent) {}
+    explicit MergeRunner(QWidget* parent) : parent_(parent), progress_(parent) {}
     bool ShowDialog(frmMailMerge& merge) override {
         MailMergeDialog dialog(merge, parent_);
         return dialog.exec() == QDialog::Accepted;
     }
+    void Status(const std::string& text) override { progress_.Status(text); }
     void SetBusy(bool busy) override {
-        if (busy)
-            QApplication::setOverrideCursor(Qt::WaitCursor);
-        else
-            QApplication::restoreOverrideCursor();
+        progress_.SetBusy(busy);
+        if (!busy) progress_.hide();
     }
+    bool StopRequested() override { return progress_.StopRequested(); }
 
 private:
     QWidget* parent_;
+    MailMergeProgress progress_;
 };
 
 } // namespace

@@ -31,7 +31,8 @@ public:
     void AddResult(const SearchResult& result) override;
     void SetSearching(bool searching) override;
     void OpenReader(const std::string& path) override { openReader_(path); }
-    bool StopRequested() override { return false; }
+    // Stop goes straight to the search; this only shows how far it has read.
+    bool StopRequested() override;
 
     // For tests and screenshots.
     frmSearch& search() { return search_; }
@@ -54,6 +55,7 @@ private:
     QPushButton *searchButton_, *stopButton_;
     QTreeWidget* results_;
     QLabel* status_;
+    QString searching_; // the status under way, with the count read after it
 };
 
 // The common part of archive and import: a status line, Stop, busy.
@@ -114,6 +116,16 @@ public:
 private:
     frmMailMerge& merge_;
     QLineEdit *data_, *template_;
+};
+
+// What a mail merge shows while it spools: the row it is at, and Stop, which
+// ends it between rows with what was spooled kept.
+class MailMergeProgress : public ToolDialog {
+    Q_OBJECT
+public:
+    explicit MailMergeProgress(QWidget* parent = nullptr);
+    void SetBusy(bool busy) override;
+    QPushButton& stopButton() const { return *stopButton_; }
 };
 
 // Opens the window of a mailer key: "search", "archive", "importmail" or

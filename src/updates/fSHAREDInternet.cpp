@@ -86,7 +86,6 @@ void fSHAREDInternet::run(const std::string& url) {
     if (IsFtpAddress(url)) {
         transfer_ = StartFtpDownload(url, proxy, *this);
     } else {
-        state("Requesting");
         transfer_ = platform::http().get(url, proxy, *this);
     }
     platform::EventLoop& loop = platform::current().eventLoop();

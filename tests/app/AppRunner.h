@@ -4,6 +4,7 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <functional>
 #include <poll.h>
 #include <pty.h>
 #include <string>
@@ -21,8 +22,10 @@ struct Outcome {
 
 // Runs corva with args, input on stdin and env ("NAME=VALUE") added, and
 // gathers both outputs to the end; stderr on a terminal of its own if asked.
+// watch sees the child and its stderr so far after each read, to signal it.
 inline Outcome corva(const std::vector<std::string>& args, const std::vector<std::string>& env = {},
-                     const std::string& input = "", bool stderrOnTerminal = false) {
+                     const std::string& input = "", bool stderrOnTerminal = false,
+                     const std::function<void(pid_t, const std::string&)>& watch = {}) {
     int outPipe[2], errPipe[2], inPipe[2];
     if (::pipe(outPipe) != 0 || ::pipe(inPipe) != 0) return {};
     if (stderrOnTerminal ? ::openpty(&errPipe[0], &errPipe[1], nullptr, nullptr, nullptr) != 0
@@ -60,6 +63,7 @@ inline Outcome corva(const std::vector<std::string>& args, const std::vector<std
             ssize_t n = ::read(fds[i].fd, buf, sizeof buf);
             if (n > 0) {
                 sinks[i]->append(buf, static_cast<size_t>(n));
+                if (watch && i == 1) watch(pid, result.err);
             } else if (n == 0 || errno != EINTR) {
                 ::close(fds[i].fd);
                 fds[i].fd = -1;

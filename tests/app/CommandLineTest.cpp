@@ -98,6 +98,10 @@ TEST_F(CommandLine, ScanThenFetchStoresWhatPassesAndDeletesWhatIsBlocked) {
     Outcome terminal = run({"scan"}, {"TERM=xterm"}, "", true);
     EXPECT_NE(terminal.err.find("\r\x1b[K"), std::string::npos) << terminal.err;
     EXPECT_EQ(std::count(terminal.err.begin(), terminal.err.end(), '\n'), 0) << terminal.err;
+    // A row printed takes the line away and puts it back, so it never stands
+    // blank while the next message is read.
+    const size_t last = terminal.err.find("message 3 of 3");
+    EXPECT_NE(terminal.err.find("message 3 of 3", last + 1), std::string::npos) << terminal.err;
     Outcome verbose = run({"scan", "--verbose", "--color=always"});
     EXPECT_GT(SplitLines(verbose.err).size(), 3u) << verbose.err;
     EXPECT_NE(verbose.out.find("\x1b["), std::string::npos) << verbose.out;

@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <csignal>
 #include <filesystem>
 #include <string>
 #include <strings.h>
@@ -13,6 +14,14 @@ namespace corva::test {
 namespace {
 
 namespace fs = std::filesystem;
+
+// The message files in a folder.
+size_t mailFiles(const std::string& folder) {
+    size_t count = 0;
+    for (const auto& e : fs::directory_iterator(folder))
+        count += strcasecmp(e.path().extension().c_str(), ".eml") == 0;
+    return count;
+}
 
 // The corva executable's output, both streams, and its exit status.
 Outcome corvaOut(const std::string& args) {
@@ -132,12 +141,15 @@ TEST(MailerCommands, EachStepSaysWhatItDidAndRefusesWhatIsNotThere) {
         {"import '" + mbox + "'", 0, "Import Complete. 1", ""},
         {"import '" + dir.file("none") + "'", 2, "none", ""},
         {"archive --before 2024-01-01", 0, "Archiving Complete. 3", ""},
-        {"merge '" + dir.file("data.csv") + "' '" + dir.file("letter.txt") + "'", 0, "", ""},
+        {"merge '" + dir.file("data.csv") + "' '" + dir.file("letter.txt") + "'", 0,
+         "Merge Complete. 1 name(s) processed: 1 saved", ""},
     };
     for (const auto& step : steps) {
         auto [status, out, unused] = corvaOut("--home '" + home.path() + "' " + step.args);
         EXPECT_EQ(status, step.status) << step.args << "\n" << out;
         EXPECT_NE(out.find(step.said), std::string::npos) << step.args << "\n" << out;
+        // Off a terminal there is no progress line to rewrite, only the summary.
+        EXPECT_EQ(out.find('\r'), std::string::npos) << step.args << "\n" << out;
         if (step.there.empty()) continue;
         const fs::path want(store + step.there);
         const std::string stem = want.filename().string();
@@ -148,10 +160,52 @@ TEST(MailerCommands, EachStepSaysWhatItDidAndRefusesWhatIsNotThere) {
         EXPECT_TRUE(found) << step.args << ": no " << step.there;
     }
     // The merge spooled its one letter.
-    size_t spooled = 0;
-    for (const auto& e : fs::directory_iterator(store + "Outbox"))
-        spooled += e.path().extension() == ".eml";
-    EXPECT_EQ(spooled, 1u);
+    EXPECT_EQ(mailFiles(store + "Outbox"), 1u);
+}
+
+// A long run on a terminal rewrites one progress line, and Ctrl-C ends it
+// between messages with what was done kept and counted in its summary.
+TEST(MailerCommands, CtrlCEndsALongRunKeepingWhatWasDone) {
+    TempDir home, dir;
+    writeFile(home.file("Corva.ini"), "REPLYADDRESS0,ann@example.org\r\n");
+    const int rows = 1000;
+    std::string data = "$NAME,$EMAIL\r\n", mbox;
+    for (int i = 0; i < rows; ++i) {
+        data += "N" + std::to_string(i) + ",n" + std::to_string(i) + "@example.org\r\n";
+        mbox += "From a@b Mon Jan  1 00:00:00 2024\nSubject: m" + std::to_string(i) + "\n\nx\n\n";
+    }
+    writeFile(dir.file("data.csv"), data);
+    writeFile(dir.file("letter.txt"), "Subject: Hi $NAME\r\n\r\nDear $NAME\r\n");
+    writeFile(dir.file("in.mbox"), mbox);
+    const std::string store = home.path() + "Messages/";
+    const struct {
+        std::vector<std::string> args;
+        std::string progress, summary, folder;
+    } runs[] = {
+        {{"merge", dir.file("data.csv"), dir.file("letter.txt")},
+         "\rMerging 1/1000\x1b[K",
+         "Merge stopped. ",
+         "Outbox"},
+        {{"import", dir.file("in.mbox")},
+         "\rScanning Folders\x1b[K",
+         "Import stopped. ",
+         "Imported"},
+    };
+    for (const auto& run : runs) {
+        std::vector<std::string> args{"--home", home.path()};
+        args.insert(args.end(), run.args.begin(), run.args.end());
+        bool interrupted = false;
+        Outcome got = corva(args, {"TERM=xterm"}, "", true, [&](pid_t pid, const std::string& err) {
+            if (!interrupted && err.find(run.progress) != std::string::npos)
+                interrupted = ::kill(pid, SIGINT) == 0;
+        });
+        EXPECT_EQ(got.status, 1) << run.folder << "\n" << got.out << got.err;
+        ASSERT_EQ(got.out.rfind(run.summary, 0), 0u) << got.out;
+        const size_t done = mailFiles(store + run.folder);
+        EXPECT_GT(done, 0u);
+        EXPECT_LT(done, static_cast<size_t>(rows));
+        EXPECT_EQ(std::stoul(got.out.substr(run.summary.size())), done) << got.out;
+    }
 }
 
 } // namespace

@@ -2,6 +2,7 @@
 // they are when no keyring answers.
 #include "core/KeyringPasswords.h"
 #include "core/Account.h"
+#include "core/ShownText.h"
 #include "core/mSHAREDSettings.h"
 #include "platform/Keyring.h"
 
@@ -18,18 +19,21 @@ struct FakeKeyring : platform::Keyring {
     bool answering = true;
     platform::KeyringResult store(const std::string& service, const std::string& key,
                                   const std::string& secret) override {
-        if (!answering) return {false, "", "no service", false};
+        if (!answering)
+            return {false, "", std::string(platform::KeyringMissing) + ": no bus", false};
         entries[service + "|" + key] = secret;
         return {true, "", "", false};
     }
     platform::KeyringResult read(const std::string& service, const std::string& key) override {
-        if (!answering) return {false, "", "no service", false};
+        if (!answering)
+            return {false, "", std::string(platform::KeyringMissing) + ": no bus", false};
         auto it = entries.find(service + "|" + key);
         if (it == entries.end()) return {false, "", "not found", true};
         return {true, it->second, "", false};
     }
     platform::KeyringResult erase(const std::string& service, const std::string& key) override {
-        if (!answering) return {false, "", "no service", false};
+        if (!answering)
+            return {false, "", std::string(platform::KeyringMissing) + ": no bus", false};
         entries.erase(service + "|" + key);
         return {true, "", "", false};
     }
@@ -79,7 +83,11 @@ TEST_F(KeyringPasswords, MoveInAndOutWithTheWritesBetween) {
 
 TEST_F(KeyringPasswords, NoServiceLeavesThePasswordsWhereTheyAre) {
     keyring_.answering = false;
-    EXPECT_NE(KeepPasswordsInKeyring(account_, true).find("stay in Corva.ini"), std::string::npos);
+    // The reason in the chosen language, the keyring's own words kept.
+    SetShownTextTranslation([](const std::string& text) { return "<" + text + ">"; });
+    EXPECT_EQ(KeepPasswordsInKeyring(account_, true),
+              "<No desktop keyring is available>: no bus<; the passwords stay in Corva.ini>");
+    SetShownTextTranslation(nullptr);
     EXPECT_FALSE(PasswordsInKeyring(account_));
     EXPECT_EQ(account_.password(), "pop secret");
 

@@ -3,10 +3,13 @@
 // failed message must stay in the Outbox untouched and go out on the next run.
 #include "SendTestSupport.h"
 
+#include "localise/modLanguages.h"
+#include "smtp/SmtpFailures.h"
 #include "support/FakeServer.h"
 #include "support/SmtpServer.h"
 
 #include <chrono>
+#include <cstdlib>
 #include <filesystem>
 
 namespace corva::test {
@@ -204,6 +207,44 @@ TEST_F(FailedUploadTest, NoServerListening) {
     EXPECT_TRUE(events.said("Unable to connect."));
     EXPECT_EQ(events.noMail, 1);
     EXPECT_EQ(filesIn(outbox()).size(), 1u);
+}
+
+// The engine's failures reach the window in the chosen language; the
+// server's and the certificate's own words stay as they came.
+TEST_F(FailedUploadTest, FailuresShowInTheChosenLanguage) {
+    const std::vector<std::string> folders = LanguageFolders();
+    SetLanguageFolders({std::string(std::getenv("CORVA_SOURCE_DIR")) + "/languages"});
+    LoadAllLanguages();
+    loadlanguage(LanguageIndex("Deutsch"));
+    ASSERT_EQ(CurrentLanguage(), "Deutsch");
+
+    FakeServer fake(greeting({Drop()}));
+    setAccount(0, fake.port(), "ann@example.com");
+    frmSendMailWrapper wrapper;
+    UploadEvents events;
+    wrapper.setListener(&events);
+    ASSERT_FALSE(wrapper.SpoolMessage(composed(0, "bob@example.net", "x", "y")).empty());
+    ASSERT_TRUE(upload(wrapper));
+    EXPECT_TRUE(events.said("Der SMTP-Server hat die Verbindung geschlossen"))
+        << Join(events.progress, " | ");
+
+    const struct {
+        std::string english, shown;
+    } cases[] = {
+        {"Login refused: 5.7.8 Error: authentication failed",
+         "Anmeldung abgelehnt: 5.7.8 Error: authentication failed"},
+        {"Too many recipients\r\nSocket error 10061\r\n550 No such user",
+         "Zu viele Empfänger\r\nSocket-Fehler 10061\r\n550 No such user"},
+        {"The certificate of h:465 was not accepted.\nSubject: CN=h\nValid from 1 Jan to 2 Feb\n"
+         "To trust it: corva trust --account 3",
+         "Das Zertifikat von h:465 wurde nicht angenommen.\nInhaber: CN=h\nGültig von 1 Jan bis 2 "
+         "Feb\nUm ihm zu vertrauen: corva trust --account 3"},
+        {"Login refused:", "Login refused:"},
+        {"", ""},
+    };
+    for (const auto& c : cases) EXPECT_EQ(ShownFailure(c.english), c.shown);
+    reverttoenglish();
+    SetLanguageFolders(folders);
 }
 
 } // namespace

@@ -80,10 +80,20 @@ public:
     bool runUntil(const std::function<bool()>& done, int) override { return done(); }
 };
 
+// A clock that moves only when the test says, so a slow message costs no time.
+class StoppedClock : public platform::Clock {
+public:
+    std::chrono::system_clock::time_point at = std::chrono::system_clock::now();
+    std::chrono::system_clock::time_point now() const override { return at; }
+    int standardBiasMinutes() const override { return 0; }
+};
+
 class HookedPlatform : public platform::Platform {
 public:
     HookedLoop loop;
+    StoppedClock time;
     platform::EventLoop& eventLoop() override { return loop; }
+    platform::Clock& clock() override { return time; }
 };
 
 } // namespace
@@ -152,9 +162,10 @@ TEST_F(MailerTest, LongPopulationYieldsAndAClickThereCanStopIt) {
     HookedPlatform hooked;
     platform::ScopedPlatform installed(hooked);
     // A slow first message: the quarter-second yield comes right after it.
-    r.onAdd = [&](clsMessage&) {
-        if (r.rows.size() == 1) std::this_thread::sleep_for(std::chrono::milliseconds(300));
+    auto slowFirst = [&](clsMessage&) {
+        if (r.rows.size() == 1) hooked.time.at += std::chrono::milliseconds(300);
     };
+    r.onAdd = slowFirst;
     int yieldsBefore = hooked.loop.yields;
     hooked.loop.hook = [&] {
         if (mailer.Busy()) mailer.StopPopulating();
@@ -168,9 +179,7 @@ TEST_F(MailerTest, LongPopulationYieldsAndAClickThereCanStopIt) {
     Recorder inner;
     clsMailer shared;
     r = Recorder();
-    r.onAdd = [&](clsMessage&) {
-        if (r.rows.size() == 1) std::this_thread::sleep_for(std::chrono::milliseconds(300));
-    };
+    r.onAdd = slowFirst;
     shared.setListener(&r);
     bool started = false;
     hooked.loop.hook = [&] {

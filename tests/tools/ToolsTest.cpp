@@ -207,6 +207,19 @@ TEST_F(ToolsTest, ArchiveMovesOldReadMailIntoDatedFolders) {
     EXPECT_EQ(filesIn(MessageFolder + "Deleted/").size(), 1u);
     // The archive folders are skipped, so a second run finds nothing new.
     EXPECT_EQ(archive.archivemail(frmArchive::LimitDate(2030, 1, 1)).Moved, 1);
+
+    // Stop ends the run between files; what moved stays moved.
+    fs::remove(MessageFolder + "Inbox/UNREAD.EML");
+    add("Inbox/", "a.eml", {.received = "2024-01-01 08:00:00"});
+    add("Inbox/", "b.eml", {.received = "2024-01-01 08:00:00"});
+    Recorder stopper;
+    stopper.stopAfter = 1;
+    archive.setListener(static_cast<frmSearchView*>(&stopper));
+    const ArchiveOutcome stopped = archive.archivemail(frmArchive::LimitDate(2030, 1, 1));
+    EXPECT_TRUE(stopped.Stopped);
+    EXPECT_EQ(stopped.Moved, 1);
+    EXPECT_EQ(filesIn(MessageFolder + "Archive/Y2024/M01/").size(), 1u);
+    EXPECT_EQ(stopper.statuses.back(), "Archiving stopped. 1 file(s) moved");
 }
 
 TEST(Mbox, ReadingUndoesQuotingAndClosingLines) {
@@ -311,6 +324,15 @@ TEST_F(ToolsTest, MailMergeSpoolsOneMessagePerRow) {
     for (const char* part : {"Subject: Hi Jo", "Dear Jo,", "x@yextra", "me@example.com"})
         EXPECT_NE(all.find(part), std::string::npos) << part;
     EXPECT_EQ(sget("MergeDataFile", "").toText(), view.data);
+    EXPECT_EQ(platform_.prompts_.messages.back(), outcome.Report);
+
+    // Stop ends the merge between rows and keeps what was spooled.
+    view.stopAfter = 1;
+    outcome = DoMailMerge(view);
+    EXPECT_TRUE(outcome.Stopped);
+    EXPECT_EQ(outcome.Saved, 1);
+    EXPECT_EQ(outcome.Report.rfind("Mail merge stopped.\r\nProcessed 1 name(s)", 0), 0u);
+    EXPECT_EQ(outbox().size(), 3u);
 }
 
 TEST_F(ToolsTest, MailMergeRefusesBeforeSpoolingAnything) {

@@ -305,7 +305,8 @@ SourceTexts sourceTexts() {
 // Texts a window shows from the user's data or the clock, not its own.
 bool isData(const std::string& text) {
     return StartsWith(text, "Log file as of") || StartsWith(text, "<b>") ||
-           StartsWith(text, "From: ") || StartsWith(text, "Subject: ") ||
+           StartsWith(text, "From: ") ||
+           (StartsWith(text, "Subject: ") && text.find("@@@") == std::string::npos) ||
            text.find(" in Inbox,") != std::string::npos ||
            (StartsWith(text, "Account ") && Val(text.substr(8)) > 0);
 }

@@ -8,6 +8,8 @@
 
 #include <QLabel>
 #include <QLineEdit>
+#include <QPushButton>
+#include <QTimer>
 #include <QTreeWidget>
 
 namespace corva::test {
@@ -98,11 +100,25 @@ TEST_F(ToolWindowsTest, MailMergeDialogChecksItsFilesBeforeGoingOn) {
     EXPECT_EQ(platform_.prompts_.messages.back(), "Name list file not found");
     EXPECT_NE(dialog.result(), QDialog::Accepted);
     saveScreenshot(dialog, QStringLiteral("tools-mailmerge"));
-    writeFile(merge.DataFile, "$NAME,$EMAIL\r\nJo,jo@x.org\r\n");
+    writeFile(merge.DataFile, "$NAME,$EMAIL\r\nJo,jo@x.org\r\nAl,al@x.org\r\nKim,k@x.org\r\n");
     writeFile(merge.TemplateFile, "Subject: Hi $NAME\r\n\r\nDear $NAME\r\n");
     dialog.clickGo();
     EXPECT_EQ(dialog.result(), QDialog::Accepted);
     EXPECT_EQ(sget("MergeTemplateFile", "").toText(), merge.TemplateFile);
+
+    // While it spools, the progress window offers Stop, which ends the merge
+    // after the row under way.
+    ui::MailMergeProgress progress;
+    QTimer::singleShot(0, &progress, [&] {
+        EXPECT_TRUE(progress.isVisible());
+        EXPECT_EQ(progress.statusText(), QStringLiteral("Merging 1/3"));
+        saveScreenshot(progress, QStringLiteral("tools-mailmerge-progress"));
+        progress.stopButton().click();
+    });
+    const MergeOutcome outcome = DoMailMerge(merge, progress);
+    EXPECT_TRUE(outcome.Stopped);
+    EXPECT_EQ(outcome.Saved, 1);
+    EXPECT_FALSE(progress.stopButton().isEnabled());
 }
 
 } // namespace

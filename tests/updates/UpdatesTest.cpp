@@ -18,6 +18,8 @@
 #include "updates/fSHAREDProxy.h"
 #include "updates/fSHAREDUpdater.h"
 
+#include <QString>
+#include <QtGlobal>
 #include <gtest/gtest.h>
 
 namespace corva {
@@ -336,6 +338,58 @@ struct StateLog : cSHAREDInternetEvents {
     void Internet_StateChanged(const std::string& state) override { states.push_back(state); }
     std::vector<std::string> states;
 };
+
+// Qt's warnings while a test runs: a transfer stopped cleanly prints none.
+std::string* qtWarnings = nullptr;
+void keepQtWarning(QtMsgType type, const QMessageLogContext&, const QString& text) {
+    if (qtWarnings && type != QtDebugMsg && type != QtInfoMsg) *qtWarnings += text.toStdString();
+}
+
+TEST_F(UpdateServer, HttpTransfersReportEveryStateAndStopQuietly) {
+    StateLog log;
+    updater_.Internet().addListener(&log);
+    server_.put("files/a.bin", "abc");
+    EXPECT_TRUE(updater_.DownloadFile(server_.url() + "files/a.bin", view_.target));
+    EXPECT_EQ(log.states,
+              (std::vector<std::string>{"Resolving Host", "Host Resolved", "Connected",
+                                        "Requesting", "Request Sent", "Receiving Response",
+                                        "ResponseReceived", "Response Completed"}));
+
+    // A server that takes the request and says nothing, until the user stops
+    // the transfer or the wait without data ends it. Qt complains, if at all,
+    // once the server has gone.
+    for (const bool byUser : {true, false}) {
+        SCOPED_TRACE(byUser ? "cancelled" : "timed out");
+        std::string warnings;
+        qtWarnings = &warnings;
+        const QtMessageHandler before = qInstallMessageHandler(keepQtWarning);
+        {
+            test::FakeServer silent({test::SkipPast("\r\n\r\n"), test::Silence()});
+            std::unique_ptr<platform::Timer> stop = platform::current().createTimer();
+            stop->setInterval(100);
+            stop->setCallback([&] {
+                stop->setEnabled(false);
+                updater_.StopAll();
+            });
+            stop->setEnabled(byUser);
+            updater_.Internet().Inet().setIdleTimeoutMs(byUser ? 60000 : 200);
+            log.states.clear();
+            EXPECT_FALSE(
+                updater_.DownloadFile("http://" + silent.address() + "/f.bin", view_.target));
+        }
+        platform::current().eventLoop().runUntil([] { return false; }, 200);
+        qInstallMessageHandler(before);
+        qtWarnings = nullptr;
+        EXPECT_EQ(warnings, "");
+        EXPECT_EQ(updater_.LastStatus(),
+                  byUser ? "Download cancelled" : "Download timed out. Please try again.");
+        std::vector<std::string> states{"Resolving Host", "Host Resolved", "Connected",
+                                        "Requesting", "Request Sent"};
+        if (byUser) states.insert(states.end(), {"Error", "Disconnecting", "Disconnected"});
+        EXPECT_EQ(log.states, states);
+    }
+    updater_.Internet().removeListener(&log);
+}
 
 TEST_F(UpdateServer, DownloadsOverFtpWithTheChecksOfHttp) {
     test::FtpServer ftp;

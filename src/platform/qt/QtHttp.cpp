@@ -5,6 +5,7 @@
 #include <QNetworkProxyFactory>
 #include <QNetworkReply>
 #include <QPointer>
+#include <QTimer>
 
 namespace corva::platform::qt {
 
@@ -25,38 +26,87 @@ QNetworkProxy proxyFor(const HttpProxy& proxy) {
     return QNetworkProxy(QNetworkProxy::DefaultProxy);
 }
 
+// The states of a transfer, each reported once and in this order. Qt tells
+// of some moments only: a signal reports its own state and every one before
+// it not yet reported (a connection Qt kept from an earlier request has
+// nothing to resolve or connect), so a listener always sees the whole road.
+//
+//   moment                          reports up to
+//   first event pass                Resolving Host
+//   the socket starts connecting    Host Resolved (Qt resolves before it connects)
+//   TLS stands                      Connected
+//   the request is written          Request Sent
+//   the first bytes of the body     Receiving Response
+//   the reply is whole              Response Completed
+//   failed or cancelled             Error, then Disconnecting and Disconnected
+//                                   once connected (Qt drops that connection)
+enum Step {
+    None,
+    Resolving,
+    Resolved,
+    Connected,
+    Requesting,
+    Sent,
+    Receiving,
+    Received,
+    Completed
+};
+constexpr const char* StepText[] = {"",
+                                    "Resolving Host",
+                                    "Host Resolved",
+                                    "Connected",
+                                    "Requesting",
+                                    "Request Sent",
+                                    "Receiving Response",
+                                    "ResponseReceived",
+                                    "Response Completed"};
+
 class QtHttpTransfer : public HttpTransfer {
 public:
     QtHttpTransfer(QNetworkReply* reply, HttpListener& listener)
         : reply_(reply), listener_(listener) {
-        QObject::connect(reply, &QNetworkReply::readyRead, reply, [this] { read(); });
-        QObject::connect(reply, &QNetworkReply::finished, reply, [this] { finish(); });
+        // Every connection has the context as receiver, so none outlives this object.
+        QObject* c = &context_;
+        QObject::connect(reply, &QNetworkReply::socketStartedConnecting, c,
+                         [this] { reach(Resolved); });
+        QObject::connect(reply, &QNetworkReply::encrypted, c, [this] { reach(Connected); });
+        QObject::connect(reply, &QNetworkReply::requestSent, c, [this] { reach(Sent); });
+        QObject::connect(reply, &QNetworkReply::readyRead, c, [this] { read(); });
+        QObject::connect(reply, &QNetworkReply::finished, c, [this] { finish(); });
+        QTimer::singleShot(0, c, [this] { reach(Resolving); });
     }
     ~QtHttpTransfer() override {
         if (reply_) {
-            reply_->disconnect();
-            reply_->abort();
-            reply_->deleteLater();
+            QNetworkReply* reply = reply_;
+            reply_ = nullptr;
+            // Only ours: Qt's own connections carry the abort to its HTTP thread.
+            reply->disconnect(&context_);
+            reply->abort();
+            reply->deleteLater();
         }
     }
     void cancel() override {
         cancelled_ = true;
+        // abort() reports the end at once, through finish().
         if (reply_) reply_->abort();
     }
 
 private:
+    void reach(Step step) {
+        while (reached_ < step) listener_.httpState(StepText[++reached_]);
+    }
     long long total() const {
         const QVariant length = reply_->header(QNetworkRequest::ContentLengthHeader);
         return length.isValid() ? length.toLongLong() : -1;
     }
     void read() {
-        if (!receiving_) {
-            receiving_ = true;
-            listener_.httpState("Receiving Response");
-        }
+        // An aborted reply is closed already: nothing more to read.
+        if (!reply_ || !reply_->isOpen()) return;
         const QByteArray bytes = reply_->readAll();
+        if (bytes.isEmpty()) return;
+        reach(Receiving);
         received_ += bytes.size();
-        if (!bytes.isEmpty()) listener_.httpData(bytes.toStdString(), received_, total());
+        listener_.httpData(bytes.toStdString(), received_, total());
     }
     void finish() {
         if (!reply_) return;
@@ -83,16 +133,26 @@ private:
         }
         QNetworkReply* done = reply_;
         reply_ = nullptr;
-        done->disconnect();
+        done->disconnect(&context_);
         done->deleteLater();
-        listener_.httpState(result.failed ? "Error" : "Response Completed");
+        if (result.failed) {
+            listener_.httpState("Error");
+            if (reached_ >= Connected) {
+                listener_.httpState("Disconnecting");
+                listener_.httpState("Disconnected");
+            }
+            reached_ = Completed; // a first pass still to come reports nothing
+        } else {
+            reach(Completed);
+        }
         listener_.httpFinished(result); // may destroy this object: nothing after
     }
 
+    QObject context_;
     QPointer<QNetworkReply> reply_;
     HttpListener& listener_;
     long long received_ = 0;
-    bool receiving_ = false;
+    int reached_ = None;
     bool cancelled_ = false;
 };
 

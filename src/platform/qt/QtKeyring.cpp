@@ -23,20 +23,21 @@ std::string runJob(QKeychain::Job& job) {
     QTimer::singleShot(AnswerWithinMs, &loop, &QEventLoop::quit);
     job.start();
     if (!finished) loop.exec();
-    if (!finished) return "The desktop keyring did not answer";
+    if (!finished) return KeyringNoAnswer;
+    const std::string detail = ": " + job.errorString().toStdString();
     switch (job.error()) {
     case QKeychain::NoError:
         return "";
     case QKeychain::EntryNotFound:
-        return "The desktop keyring holds no such password";
+        return KeyringNoEntry;
     case QKeychain::NoBackendAvailable:
     case QKeychain::NotImplemented:
-        return "No desktop keyring is available (" + job.errorString().toStdString() + ")";
+        return KeyringMissing + detail;
     case QKeychain::AccessDeniedByUser:
     case QKeychain::AccessDenied:
-        return "The desktop keyring refused access";
+        return KeyringRefused;
     default:
-        return "The desktop keyring failed: " + job.errorString().toStdString();
+        return KeyringFailed + detail;
     }
 }
 
