@@ -118,6 +118,7 @@ void ScanPrinter::AddListLine(const ListLine& line) {
     const char* code = colour_ ? colourCode(line.Colour) : "";
     out_ << code << table_.row(cells) << (*code ? "\x1b[0m" : "") << "\n";
     out_.flush();
+    progress_.restore();
 }
 
 void ScanPrinter::MessageStored(const std::string& path, const clsMessage& message) {

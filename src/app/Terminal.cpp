@@ -105,6 +105,7 @@ void ProgressLine::show(const std::string& text) {
         // Carriage return, the text, then erase what an older, longer one left.
         std::cerr << "\r" << cutToWidth(text, ProgressWidth() - 1) << "\x1b[K";
         shown_ = true;
+        last_ = text;
     } else {
         return;
     }
@@ -115,6 +116,11 @@ void ProgressLine::clear() {
     if (!shown_) return;
     std::cerr << "\r\x1b[K" << std::flush;
     shown_ = false;
+}
+
+void ProgressLine::restore() {
+    if (!shown_ && !last_.empty() && oneLine_ && Output().verbosity == Verbosity::Normal)
+        show(last_);
 }
 
 size_t ProgressWidth() {

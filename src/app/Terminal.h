@@ -51,10 +51,14 @@ public:
     void show(const std::string& text);
     // Takes the line away before other output, so nothing is written over it.
     void clear();
+    // Puts the last text back after that output: the line would otherwise
+    // stand empty while the next step waits on a server.
+    void restore();
 
 private:
     bool oneLine_;
     bool shown_ = false;
+    std::string last_;
 };
 
 } // namespace corva::app

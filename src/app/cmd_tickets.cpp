@@ -91,10 +91,9 @@ int run(CommandArgs& args) {
         return 0;
     }
     clsCMSTicket ticket;
-    if (!ticket.Load(*number)) {
-        std::cerr << "There is no ticket " << *number << "\n";
-        return 1;
-    }
+    if (!ticket.Load(*number))
+        return RefuseWith("tickets", "there is no ticket " + Str(*number) +
+                                         "; 'corva tickets list' shows them");
     if (what == "show") {
         printTicket(ticket);
         return 0;

@@ -7,6 +7,7 @@
 #include "core/modSubs.h"
 #include "message/clsMessage.h"
 #include "message/modMIME.h"
+#include "platform/TextDecoder.h"
 #include "tickets/modCMS.h"
 
 #include <limits>
@@ -22,6 +23,20 @@ template <class Int> Int numberField(const std::string& value) {
     double v = Val(value);
     if (v < std::numeric_limits<Int>::min() || v > std::numeric_limits<Int>::max()) return 0;
     return static_cast<Int>(v);
+}
+
+// A record holds one field a line: a line end from mail (a bare CR in a
+// header, say) would end the field early and start a key the sender chose.
+std::string oneLine(std::string value) {
+    for (char& c : value)
+        if (c == '\r' || c == '\n') c = ' ';
+    return value;
+}
+
+// Mail text on a page: decoded as the windows show it (the page says UTF-8),
+// then escaped.
+std::string pageText(const std::string& value) {
+    return HtmlEscaped(platform::displayText(value));
 }
 
 } // namespace
@@ -54,14 +69,15 @@ std::string HtmlEscaped(const std::string& text) {
 }
 
 std::string clsCMSTicket::RecordText() const {
-    std::string text = "owneremail:" + owneremail + "\r\nownername:" + ownername +
-                       "\r\ndesc:" + desc + "\r\nticketnum:" + Str(ticketnum) +
+    std::string text = "owneremail:" + oneLine(owneremail) + "\r\nownername:" + oneLine(ownername) +
+                       "\r\ndesc:" + oneLine(desc) + "\r\nticketnum:" + Str(ticketnum) +
                        "\r\npriority:" + Str(priority) + "\r\n";
     text += closed ? "closed:1\r\n" : "closed:0\r\n";
     text += notify ? "notify:1\r\n" : "notify:0\r\n";
-    for (const std::string& address : interested) text += "interested:" + address + "\r\n";
-    text += "type:" + type + "\r\ncategory:" + category + "\r\nversion:" + version +
-            "\r\ndescfile:" + fileonly(descfile) + "\r\ncomment:" + fileonly(commentfile) + "\r\n";
+    for (const std::string& address : interested) text += "interested:" + oneLine(address) + "\r\n";
+    text += "type:" + oneLine(type) + "\r\ncategory:" + oneLine(category) +
+            "\r\nversion:" + oneLine(version) + "\r\ndescfile:" + fileonly(descfile) +
+            "\r\ncomment:" + fileonly(commentfile) + "\r\n";
     return text;
 }
 
@@ -168,15 +184,15 @@ void clsCMSTicket::PublishToWeb() const {
         std::string page = LoadTextFile(CMSTemplatePath("webtemplate.txt"));
         const std::pair<const char*, std::string> tags[] = {
             {"<$ticketnumber>", Str(ticketnum)},
-            {"<$fromname>", HtmlEscaped(ownername)},
-            {"<$desc>", HtmlEscaped(desc)},
-            {"<$bodytext>", HtmlEscaped(bodytext)},
-            {"<$comment>", HtmlEscaped(comment)},
-            {"<$date>", HtmlEscaped(date)},
+            {"<$fromname>", pageText(ownername)},
+            {"<$desc>", pageText(desc)},
+            {"<$bodytext>", pageText(bodytext)},
+            {"<$comment>", pageText(comment)},
+            {"<$date>", pageText(date)},
             {"<$closed>", closed ? "Closed" : "Open"},
-            {"<$category>", HtmlEscaped(category)},
-            {"<$type>", HtmlEscaped(type)},
-            {"<$version>", HtmlEscaped(version)},
+            {"<$category>", pageText(category)},
+            {"<$type>", pageText(type)},
+            {"<$version>", pageText(version)},
         };
         for (const auto& [tag, value] : tags) page = Replace(page, tag, value);
         page = Replace(page, "\r\n\r\n", "<BR>\r\n");

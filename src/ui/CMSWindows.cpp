@@ -247,7 +247,8 @@ CMSTicketListWindow::CMSTicketListWindow(frmSendMailWrapper& wrapper, QWidget* p
     for (const std::string& c : frmCMSTicketList::Columns()) headings << QString::fromStdString(c);
     lvTickets->setHeaderLabels(headings);
     lvTickets->header()->setSectionsClickable(true);
-    lvTickets->setColumnWidth(1, 280);
+    lvTickets->setColumnWidth(0, 70);
+    lvTickets->setColumnWidth(1, 260);
     connect(lvTickets->header(), &QHeaderView::sectionClicked, this,
             [this](int column) { list_.SortBy(column); });
     connect(lvTickets, &QTreeWidget::itemDoubleClicked, this, [this](QTreeWidgetItem* item) {
@@ -270,7 +271,7 @@ CMSTicketListWindow::CMSTicketListWindow(frmSendMailWrapper& wrapper, QWidget* p
     layout->addLayout(top);
     layout->addWidget(lvTickets, 1);
     layout->addLayout(bottom);
-    resize(640, 400);
+    resize(700, 400);
     list_.setView(this);
     list_.Load();
 }

@@ -240,7 +240,7 @@ void MailerWindow::buildToolbar() {
         {"reply", "Reply", "Reply to the selected message"},
         {"forward", "Forward", "Forward the selected message"},
         {nullptr, nullptr, nullptr},
-        {"upanddown", "Send/Receive", "Send and receive mail (F3)"},
+        {"upanddown", "Send/Receive", "Send the Outbox and receive mail"},
         {"sendrcvdel", "Clean", "Send, receive and delete junk on the server"},
         {nullptr, nullptr, nullptr},
         {"unread", "Unread", "Show unread messages only"},

@@ -15,6 +15,7 @@
 #include "platform/Platform.h"
 #include "smtp/frmSendMailWrapper.h"
 #include "ui/AccountWizardDialog.h"
+#include "ui/CMSWindows.h"
 #include "ui/DisplayText.h"
 #include "ui/EmailWindow.h"
 #include "ui/Icons.h"
@@ -189,7 +190,7 @@ void ScannerWindow::buildToolbar() {
     add("mailer", "Mailer", "Open the mailer (Ctrl+Space)");
 
     // Send and receive, with the drop-down of every command.
-    QAction* updown = add("upanddown", "Send/Receive", "Send and receive mail (F3)");
+    QAction* updown = add("upanddown", "Send/Receive", "Send the Outbox and receive mail");
     upAndDown_ = qobject_cast<QToolButton*>(bar->widgetForAction(updown));
     auto* drop = new QMenu(this);
     auto entry = [&](const QString& key, const QString& text) {
@@ -310,6 +311,8 @@ void ScannerWindow::act(const QString& key) {
         openMailer();
     } else if (key == "training") {
         ShowTrainingWindow();
+    } else if (key == "cms") {
+        if (main_) CMSTicketListWindow::open(main_->SendMailWrapper(), this);
     } else if (key == "checkupdate") {
         if (main_ && main_->UpdateCheck())
             UpdaterWindow::open(main_->UpdateCheck()->Updater(), this).check();
@@ -399,7 +402,19 @@ void ScannerWindow::SetupListColumns(const std::vector<std::string>& captions) {
         list_->setColumnWidth(static_cast<int>(i), kColumnWidths[i]);
 }
 
-void ScannerWindow::ShowCmsButton(bool) {}
+void ScannerWindow::ShowCmsButton(bool visible) {
+    // Made on first use, beside Settings: most installations never run a ticket desk.
+    QAction* cms = toolbarAction("cms");
+    auto* bar = findChild<QToolBar*>(QStringLiteral("maintoolbar"));
+    if (!cms && visible && bar) {
+        cms = new QAction(commandIcon("cms"), QStringLiteral("CMS"), bar);
+        cms->setToolTip(QStringLiteral("Support tickets"));
+        connect(cms, &QAction::triggered, this, [this] { act("cms"); });
+        bar->insertAction(toolbarAction("settings"), cms);
+        actions_["cms"] = cms;
+    }
+    if (cms) cms->setVisible(visible);
+}
 
 int ScannerWindow::ScreenWidth() const {
     QScreen* s = screen() ? screen() : QGuiApplication::primaryScreen();

@@ -98,6 +98,10 @@ TEST_F(CommandLine, ScanThenFetchStoresWhatPassesAndDeletesWhatIsBlocked) {
     Outcome terminal = run({"scan"}, {"TERM=xterm"}, "", true);
     EXPECT_NE(terminal.err.find("\r\x1b[K"), std::string::npos) << terminal.err;
     EXPECT_EQ(std::count(terminal.err.begin(), terminal.err.end(), '\n'), 0) << terminal.err;
+    // A row printed takes the line away and puts it back, so it never stands
+    // blank while the next message is read.
+    const size_t last = terminal.err.find("message 3 of 3");
+    EXPECT_NE(terminal.err.find("message 3 of 3", last + 1), std::string::npos) << terminal.err;
     Outcome verbose = run({"scan", "--verbose", "--color=always"});
     EXPECT_GT(SplitLines(verbose.err).size(), 3u) << verbose.err;
     EXPECT_NE(verbose.out.find("\x1b["), std::string::npos) << verbose.out;
@@ -519,6 +523,24 @@ TEST_F(CommandLine, ContactsTheBookCannotFullyReadSurviveEveryCommand) {
     EXPECT_EQ(added.status, 1);
     EXPECT_EQ(readFile(home_.file("contacts.txt")), book);
     EXPECT_EQ(readFile(home_.file("contacts.txt.bak")), book);
+}
+
+// The composer's signatures and shortcut texts, set and shown without a window.
+TEST_F(CommandLine, SignatureAndShortcutsAsTheComposerUsesThem) {
+    settings("DELAY,5\r\n");
+    ASSERT_EQ(run({"signature", "--set", "-"}, {}, "Ann\nExample Ltd\n").status, 0);
+    EXPECT_EQ(readFile(messages("sig.txt")), "Ann\r\nExample Ltd\r\n");
+    Outcome inbox = run({"signature", "--folder", "inbox"});
+    EXPECT_EQ(inbox.out, "Ann\nExample Ltd\n");
+    EXPECT_NE(inbox.err.find("take the default"), std::string::npos) << inbox.err;
+    EXPECT_EQ(run({"signature", "--folder", "Nowhere"}).status, 2);
+
+    Outcome set = run({"shortcuts", "--set", "10", "Kind regards"});
+    EXPECT_EQ(set.status, 0) << set.err;
+    EXPECT_NE(set.out.find("1   Shortcut 1\n"), std::string::npos) << set.out;
+    EXPECT_NE(set.out.find("10  Kind regards\n"), std::string::npos) << set.out;
+    for (const char* wrong : {"0", "11", "x"})
+        EXPECT_EQ(run({"shortcuts", "--set", wrong, "t"}).status, 2) << wrong;
 }
 
 // While another process holds the program folder, a command that would

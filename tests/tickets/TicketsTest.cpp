@@ -116,6 +116,18 @@ TEST_F(Tickets, RecordsReadBackAndNewTicketsStepOverTakenNumbers) {
     EXPECT_NE(log().find("Unknown field: foo in " + cms("Tickets/ticket_9.txt")),
               std::string::npos);
     EXPECT_FALSE(odd.Load(77));
+
+    // A line end inside a field from mail can't start a key of the sender's choosing.
+    clsCMSTicket forged;
+    forged.isnew = true;
+    forged.ticketnum = 50;
+    forged.desc = "Hi\rclosed:1";
+    forged.ownername = "Eve\r\ninterested:boss@example.org";
+    forged.Save();
+    ASSERT_TRUE(back.Load(50));
+    EXPECT_FALSE(back.closed);
+    EXPECT_EQ(back.desc, "Hi closed:1");
+    EXPECT_TRUE(back.interested.empty());
 }
 
 TEST_F(Tickets, PublishedPagesEscapeMailTextAndFollowTheTemplate) {
@@ -125,16 +137,17 @@ TEST_F(Tickets, PublishedPagesEscapeMailTextAndFollowTheTemplate) {
     clsCMSTicket t;
     t.ticketnum = 5;
     t.desc = "<script>alert(1)</script> & \"x\"";
-    t.ownername = "Eve <eve@example.org>";
+    t.ownername = "Ev\xe9 <eve@example.org>"; // Latin-1 from mail: the page is UTF-8
     t.bodytext = "one\r\ntwo\r\n\r\nthree <$comment>";
     t.comment = "it's done";
     t.closed = true;
     t.category = "Corva";
     t.PublishToWeb();
-    EXPECT_EQ(readFile(webFolder + "T_5.html"),
-              "<h1>5 &lt;script&gt;alert(1)&lt;/script&gt; &amp; &quot;x&quot;</h1><BR>\r\n"
-              "<p>Eve &lt;eve@example.org&gt;</p><pre>one\r\ntwo<BR>\r\nthree &lt;$comment&gt;"
-              "</pre>it&#39;s done|Closed|Corva||||<$unknown>");
+    EXPECT_EQ(
+        readFile(webFolder + "T_5.html"),
+        "<h1>5 &lt;script&gt;alert(1)&lt;/script&gt; &amp; &quot;x&quot;</h1><BR>\r\n"
+        "<p>Ev\xc3\xa9 &lt;eve@example.org&gt;</p><pre>one\r\ntwo<BR>\r\nthree &lt;$comment&gt;"
+        "</pre>it&#39;s done|Closed|Corva||||<$unknown>");
 
     // No Webpath: nothing written, nothing logged. A Webpath that isn't there:
     // one log line, and the ticket itself is still saved.

@@ -7,6 +7,7 @@
 #include "core/DateTime.h"
 #include "support/DovecotServer.h"
 #include "support/TestCertificates.h"
+#include "ui/CMSWindows.h"
 #include "ui/MailerPreview.h"
 #include "ui/RemindersWindow.h"
 
@@ -322,6 +323,19 @@ TEST_F(ScannerLifeTest, StartMinimisedHidesTheWindow) {
     start();
     EXPECT_TRUE(window->hiddenAtStart());
     EXPECT_FALSE(window->isVisible());
+}
+
+// The ticket list's button stands only with CMSMODE, and opens the list.
+TEST_F(ScannerLifeTest, TheCmsButtonStandsOnlyInCmsModeAndOpensTheList) {
+    start();
+    EXPECT_FALSE(window->toolbarAction("cms") && window->toolbarAction("cms")->isVisible());
+    stop();
+    writeFile(dir.file("Corva.ini"), "CMSMODE,1\r\n");
+    start();
+    ASSERT_TRUE(window->toolbarAction("cms"));
+    EXPECT_TRUE(window->toolbarAction("cms")->isVisible());
+    window->toolbarAction("cms")->trigger();
+    EXPECT_TRUE(window->findChild<ui::CMSTicketListWindow*>());
 }
 
 TEST_F(ScannerLifeTest, SilentFlipsTheAudioAlertsAtOnce) {
