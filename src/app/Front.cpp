@@ -113,13 +113,14 @@ int main(int argc, char** argv) {
     using Face = app::Invocation::Face;
     std::vector<std::string> arguments(argv + 1, argv + argc);
     const std::string wrongOutput = app::TakeOutputOptions(arguments, app::Output());
-    const app::Invocation call = app::ParseCommandLine(arguments);
+    app::Invocation call = app::ParseCommandLine(arguments);
     if (!wrongOutput.empty() || call.face != Face::Command ||
         !runsHere(call.words.front(), call.words))
         return becomeFullProgram(argv);
     app::SetHomeOption(call.home);
 
-    std::vector<std::string> words = call.words;
+    // Thousands of file names may follow: they are moved, not copied.
+    std::vector<std::string> words = std::move(call.words);
     const std::string first = words.front();
     words.erase(words.begin());
     for (const auto& c : app::Commands()) {

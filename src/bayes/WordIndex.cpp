@@ -1,5 +1,6 @@
 #include "bayes/WordIndex.h"
 
+#include "bayes/KeyHash.h"
 #include "bayes/TableText.h"
 #include "bayes/clsHashTable.h"
 #include "core/ErrorHandler.h"
@@ -39,7 +40,7 @@ void WordIndex::index() {
     const size_t mask = capacity - 1;
     for (uint32_t i = 0; i < entries_.size(); ++i) {
         const std::string_view key = keyOf(i);
-        const uint64_t hash = KeyHash(key);
+        const uint64_t hash = keyhash::of(key);
         const auto tag = static_cast<uint32_t>(hash >> 32);
         for (size_t pos = static_cast<size_t>(hash) & mask;; pos = (pos + 1) & mask) {
             Slot& slot = slots_[pos];

@@ -2,6 +2,7 @@
 // grown by a factor, a free list for deleted nodes, and the .dat text format.
 #include "bayes/clsHashTable.h"
 
+#include "bayes/KeyHash.h"
 #include "bayes/TableText.h"
 
 #include "core/ErrorHandler.h"
@@ -21,58 +22,8 @@ namespace {
 constexpr const char* Module = "clsHashTable";
 constexpr int32_t ErrorBase = static_cast<int32_t>(0x80040000u + 512u);
 
-constexpr uint64_t Lows = 0x0101010101010101ULL, Highs = 0x8080808080808080ULL;
-
-// The high bit of each zero byte, exact up to the first one.
-inline uint64_t zeroBytes(uint64_t w) {
-    return (w - Lows) & ~w & Highs;
-}
-
-inline uint64_t mixWord(uint64_t h, uint64_t w) {
-    h = (h ^ w) * 0x9E3779B97F4A7C15ULL;
-    return h ^ (h >> 32);
-}
-
-// The bytes up to the first NUL (the key is handed over as a C string), eight
-// at a time, then a 64-bit finaliser so that the low bits mix well for modulo.
 uint64_t fullHashOf(std::string_view key) {
-    const char* p = key.data();
-    size_t n = key.size();
-    uint64_t h = 0xcbf29ce484222325ULL;
-    size_t i = 0;
-    for (; i + 8 <= n; i += 8) {
-        uint64_t w;
-        std::memcpy(&w, p + i, 8);
-        if (const uint64_t z = zeroBytes(w)) {
-            n = i + static_cast<size_t>(__builtin_ctzll(z) / 8);
-            break;
-        }
-        h = mixWord(h, w);
-    }
-    if (size_t rest = n - i) {
-        uint64_t w = 0;
-        if (n >= 8) {
-            // The last eight bytes, shifted down to the ones not mixed in yet.
-            std::memcpy(&w, p + n - 8, 8);
-            w >>= 8 * (8 - rest);
-        } else {
-            for (size_t k = 0; k < rest; ++k)
-                w |= static_cast<uint64_t>(static_cast<unsigned char>(p[i + k])) << (8 * k);
-        }
-        if (const uint64_t z = zeroBytes(w | (~0ULL << (8 * rest)))) {
-            rest = static_cast<size_t>(__builtin_ctzll(z) / 8);
-            w &= rest == 0 ? 0 : ~0ULL >> (64 - 8 * rest);
-            n = i + rest;
-        }
-        if (rest > 0) h = mixWord(h, w);
-    }
-    h ^= n;
-    h ^= h >> 33;
-    h *= 0xff51afd7ed558ccdULL;
-    h ^= h >> 33;
-    h *= 0xc4ceb9fe1a85ec53ULL;
-    h ^= h >> 33;
-    return h;
+    return keyhash::of(key);
 }
 
 int32_t reduce(uint64_t h, int32_t size) {

@@ -78,8 +78,14 @@ float roundToHundredths(float value) {
 }
 
 bool nameInAddress(const std::string& name, const std::string& address) {
-    for (const std::string& piece : Split(name, " "))
+    const std::string_view all(name);
+    for (size_t from = 0; from <= all.size();) {
+        size_t blank = all.find(' ', from);
+        if (blank == std::string_view::npos) blank = all.size();
+        const std::string_view piece = all.substr(from, blank - from);
         if (!piece.empty() && InStrNoCase(address, piece) > 0) return true;
+        from = blank + 1;
+    }
     return false;
 }
 
@@ -381,6 +387,27 @@ void frmBayesFilter::Spamminess(clsMessage& msg, bool headersOnly, float& result
     guarded("Spamminess", Module, [&] { result = score(msg, headersOnly); });
 }
 
+namespace {
+
+// Sorts the count lowest and the count highest probabilities into place at the
+// two ends, leaving the middle in any order.
+void sortEnds(std::vector<std::pair<float, int32_t>>& ranked, size_t count) {
+    auto lower = [](const auto& a, const auto& b) { return a.first < b.first; };
+    const auto begin = ranked.begin(), end = ranked.end();
+    if (ranked.size() < 2 * count) {
+        std::sort(begin, end, lower);
+        return;
+    }
+    const auto low = begin + static_cast<std::ptrdiff_t>(count);
+    const auto high = end - static_cast<std::ptrdiff_t>(count);
+    std::nth_element(begin, low, end, lower);
+    std::sort(begin, low, lower);
+    std::nth_element(low, high, end, lower);
+    std::sort(high, end, lower);
+}
+
+} // namespace
+
 float frmBayesFilter::score(clsMessage& msg, bool headersOnly) {
     for (const char* word : {"PHARMA", "MEDS"}) {
         if (subjectHidesWord(msg.Subject, word)) {
@@ -416,13 +443,12 @@ float frmBayesFilter::score(clsMessage& msg, bool headersOnly) {
         } else {
             // The breakdown lists equal probabilities in the order their tokens
             // were found, so its sort is stable; the pick below sums the same
-            // values whichever of equal ones it takes, so without a breakdown
-            // any sort does.
+            // values whichever of equal ones it takes and reads no further than
+            // H from either end, so without a breakdown only the ends are sorted.
             if (keepSplit_)
                 sortRanked();
             else
-                std::sort(ranked_.begin(), ranked_.end(),
-                          [](const auto& a, const auto& b) { return a.first < b.first; });
+                sortEnds(ranked_, static_cast<size_t>(std::max(H, 0)));
             if (keepSplit_) {
                 std::string split;
                 split.reserve(ranked_.size() * 32);
@@ -454,13 +480,12 @@ float frmBayesFilter::score(clsMessage& msg, bool headersOnly) {
     }
     s = roundToHundredths(s);
 
+    const std::string fromAddress = extractemail(msg.From);
     if (s < 0.99) {
         // A display name that shows up in the address itself marks the sender up.
-        if (nameInAddress(extractname(msg.From), extractemail(msg.From)))
-            s = static_cast<float>(s + 0.25);
+        if (nameInAddress(extractname(msg.From), fromAddress)) s = static_cast<float>(s + 0.25);
     }
     const std::string senderAddress = extractemail(msg.Sender);
-    const std::string fromAddress = extractemail(msg.From);
     // The good table is consulted as it stands in memory; the score never loads it.
     auto inGood = [this](const std::string& address) {
         return !address.empty() && good_.Initialised() && good_.RecIndex(address) != 0;

@@ -207,15 +207,45 @@ uint16_t classOf(std::string_view word) {
 // so that a message costs no allocations once they have grown.
 struct Tokeniser {
     TokenSink* sink = nullptr;
-    std::string text, word, previous, key, lowered, scratch, joined, noDigits;
+    std::string text, key, lowered, scratch, joined, noDigits, scan;
+    // A word of at most 35 bytes without its cleaned-away bytes.
+    char cleanedWord[36];
+    // What the word before said in a Received header: only "HELO" and "FROM"
+    // (in any case) matter, and "FROM" is kept as written for its token.
+    enum class Before { Other, Helo, From } before = Before::Other;
+    char fromAsWritten[4];
 
     // The word without the punctuation cleaned away (the slow way: most
     // words have none).
-    std::string_view cleaned(std::string_view raw) {
-        word.clear();
-        for (char c : raw)
-            if (!isCleanedAway(static_cast<unsigned char>(c))) word += c;
-        return trimBlanks(word);
+    // A word holds no blank (blanks end words), so there is nothing to trim,
+    // and bits become the classes of what is left.
+    std::string_view cleaned(std::string_view raw, uint16_t& bits) {
+        size_t n = 0;
+        bits = 0;
+        for (char c : raw) {
+            const uint16_t k = classOf(c);
+            if (k & Cleaned) continue;
+            cleanedWord[n++] = c;
+            bits |= k;
+        }
+        return std::string_view(cleanedWord, n);
+    }
+
+    static bool isWord(std::string_view w, const char* lowerWord) {
+        for (size_t i = 0; i < 4; ++i)
+            if ((w[i] | 0x20) != lowerWord[i]) return false;
+        return true;
+    }
+
+    void remember(std::string_view w) {
+        before = Before::Other;
+        if (w.size() != 4) return;
+        if (isWord(w, "helo")) {
+            before = Before::Helo;
+        } else if (isWord(w, "from")) {
+            before = Before::From;
+            std::memcpy(fromAsWritten, w.data(), 4);
+        }
     }
 
     // bits: classOf(rawWord).
@@ -223,7 +253,7 @@ struct Tokeniser {
         // Only a Received header reads the word before; elsewhere it isn't kept.
         const bool keepPrevious = field == Field::Received;
         if (rawWord.size() > 35) {
-            if (keepPrevious) previous.assign(rawWord);
+            if (keepPrevious) before = Before::Other;
             return;
         }
         std::string_view w = rawWord;
@@ -231,8 +261,7 @@ struct Tokeniser {
             w = "HTMLCOMMENT";
             bits = classOf(w);
         } else if (bits & Cleaned) {
-            w = cleaned(rawWord);
-            bits = classOf(w);
+            w = cleaned(rawWord, bits);
         }
         if (prefix.empty() && !(bits & At) && !containsNoCase(w, "http")) {
             scratch.assign(w);
@@ -250,10 +279,10 @@ struct Tokeniser {
         switch (field) {
         case Field::Received:
             // A Received header gives only the HELO name and the "from" host, unprefixed.
-            if (EqualsNoCase(previous, "HELO")) {
+            if (before == Before::Helo) {
                 if (!w.empty()) sink->add({}, w);
-            } else if (EqualsNoCase(previous, "FROM") && w != "network;") {
-                key.assign(previous);
+            } else if (before == Before::From && w != "network;") {
+                key.assign(fromAsWritten, 4);
                 key += ' ';
                 sink->add(key, w);
             }
@@ -288,21 +317,21 @@ struct Tokeniser {
             }
             break;
         }
-        if (keepPrevious) previous.assign(w);
+        if (keepPrevious) remember(w);
     }
 
     // Whether the text with each line end (CR LF included) and tab made one
     // blank is at most 50 long and holds a blank: a short phrase.
     static bool isPhrase(std::string_view input) {
         if (input.size() > 100) return false;
+        // Most texts hold a space; the others are looked at byte by byte.
+        if (input.find(' ') == npos && !(classOf(input) & Blank)) return false;
+        // Joining line ends only ever shortens the text.
+        if (input.size() <= 50) return true;
         size_t length = input.size();
-        bool blank = false;
-        for (size_t i = 0; i < input.size(); ++i) {
-            const char c = input[i];
-            if (c == '\r' && i + 1 < input.size() && input[i + 1] == '\n') --length;
-            if (c == ' ' || c == '\t' || c == '\r' || c == '\n') blank = true;
-        }
-        return blank && length <= 50;
+        for (size_t i = 0; i + 1 < input.size(); ++i)
+            if (input[i] == '\r' && input[i + 1] == '\n') --length;
+        return length <= 50;
     }
 
     void phrase(std::string_view input, std::string_view prefix) {
@@ -331,16 +360,29 @@ struct Tokeniser {
         const uint16_t blank = punctuationBlank ? Blank | Punctuation : Blank;
         const uint16_t stop = blank | Closing;
         const Field field = fieldOf(prefix);
-        const char* all = input.data();
+        // Read from a copy that ends in a line end, a blank in every mode, so
+        // that the search for a word's end needs no bound check.
+        scan.assign(input);
+        scan += '\n';
+        const char* all = scan.data();
         const size_t n = input.size();
-        previous.clear();
+        before = Before::Other;
         for (size_t start = 0;;) {
             uint16_t bits = 0;
             size_t end = start + 1;
-            for (; end < n; ++end) {
+            // Two bytes a turn: the byte after one that is no stop is at most
+            // the final line end.
+            for (;;) {
                 const uint16_t c = classOf(all[end]);
                 if (c & stop) break;
+                const uint16_t d = classOf(all[end + 1]);
                 bits |= c;
+                if (d & stop) {
+                    ++end;
+                    break;
+                }
+                bits |= d;
+                end += 2;
             }
             size_t from = start, to = end < n ? end + 1 : n;
             if (const uint16_t first = classOf(all[from]); first & blank)
@@ -507,8 +549,9 @@ void hashmessage(TokenSink& sink, const clsMessage& msg, bool headersOnly) {
     t.noDigits.clear();
     for (char c : t.joined)
         if (c < '0' || c > '9') t.noDigits += c;
-    if (!EqualsNoCase(trimBlanks(t.noDigits), trimBlanks(t.joined)))
-        t.breakAndHash(t.noDigits, "SB-ND*");
+    // The joined subject holds no blank to trim, so the two differ (in any
+    // case) exactly when a digit was dropped.
+    if (t.noDigits.size() != t.joined.size()) t.breakAndHash(t.noDigits, "SB-ND*");
     auto address = [&t](const std::string& field, std::string_view prefix) {
         if (field.empty()) return;
         t.breakAndHash(extractname(field), prefix);

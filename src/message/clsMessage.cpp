@@ -11,10 +11,12 @@
 #include "message/modMIME.h"
 #include "message/modTextConvert.h"
 
+#include <array>
 #include <cmath>
 #include <cstdio>
+#include <initializer_list>
 #include <string_view>
-#include <unordered_map>
+#include <utility>
 
 namespace corva {
 
@@ -60,8 +62,44 @@ enum class Field {
     SpamTestsFailed
 };
 
-const std::unordered_map<std::string_view, Field>& fieldTable() {
-    static const std::unordered_map<std::string_view, Field> table = {
+// The known header names (lower case) in a small open-addressing table: a
+// header line costs a probe or two, without the general string hash.
+class FieldTable {
+public:
+    FieldTable(std::initializer_list<std::pair<std::string_view, Field>> names) {
+        for (const auto& [name, field] : names) {
+            size_t i = slotOf(name);
+            while (!slots_[i].name.empty()) i = (i + 1) & (Size - 1);
+            slots_[i] = Slot{name, field};
+        }
+    }
+    const Field* find(std::string_view name) const {
+        if (name.empty()) return nullptr;
+        for (size_t i = slotOf(name);; i = (i + 1) & (Size - 1)) {
+            const Slot& slot = slots_[i];
+            if (slot.name.empty()) return nullptr;
+            if (slot.name == name) return &slot.field;
+        }
+    }
+
+private:
+    static constexpr size_t Size = 128; // a power of two, a quarter full
+    struct Slot {
+        std::string_view name;
+        Field field = Field::To;
+    };
+    static size_t slotOf(std::string_view name) {
+        auto at = [&name](size_t i) {
+            return static_cast<size_t>(static_cast<unsigned char>(name[i]));
+        };
+        return (name.size() * 31 + at(0) * 7 + at(name.size() / 2) * 5 + at(name.size() - 1)) &
+               (Size - 1);
+    }
+    std::array<Slot, Size> slots_{};
+};
+
+const FieldTable& fieldTable() {
+    static const FieldTable table = {
         {"to", Field::To},
         {"return-path", Field::ReturnPath},
         {"received", Field::Received},
@@ -250,19 +288,19 @@ void clsMessage::parseHeaderLines() {
             value = ts::trimView(line);
         } else {
             // Not trimmed: "Received :" is an unknown header.
-            for (char c : line.substr(0, colon)) name += ts::lower(c);
+            name.assign(line.data(), colon);
+            for (char& c : name) c = ts::lower(c);
             value = ts::trimView(line.substr(colon + 1));
         }
         // A line without a name continues the one before: that is how folding is read.
         if (name.empty()) name = previous;
         // Keeps the h=Received:From:... line of a folded DomainKey-Signature inside it.
-        if (ts::trimView(name) == "h=received") name = previous;
+        if (name.size() >= 10 && ts::trimView(name) == "h=received") name = previous;
 
-        auto it = table.find(name);
-        if (it != table.end()) {
+        if (const Field* field = table.find(name)) {
             // Most fields replace: a folded continuation overwrites its first line,
             // and users' rules were written against exactly that.
-            switch (it->second) {
+            switch (*field) {
             case Field::To:
                 To_Email = isodecode(std::string(value));
                 break;
