@@ -31,6 +31,11 @@ bool CommandOnlyReads(const std::string& command, const std::vector<std::string>
                (words.front() == "list" || words.front() == "show" || words.front() == "validate");
     if (command == "thresholds") return words.empty();
     if (command == "languages") return words.empty();
+    if (command == "signature" || command == "shortcuts") {
+        for (const auto& w : words)
+            if (w == "--set" || w.rfind("--set=", 0) == 0) return false;
+        return true;
+    }
     return false;
 }
 

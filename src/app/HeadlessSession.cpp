@@ -37,22 +37,6 @@ public:
     }
 };
 
-// Keys are looked up in upper case, so one typed by hand in another case is
-// never read. It stays in the file as it is; the command says so rather than
-// let the setting be ignored in silence.
-void warnUnreadKeys() {
-    if (Output().verbosity == Verbosity::Quiet) return;
-    const cSHAREDSettings& settings = Settings();
-    for (int i = 1; i <= settings.SettingsCount(); ++i) {
-        const std::string key = settings.SettingNameByIndex(i);
-        const std::string upper = UCase(key);
-        if (key == upper) continue;
-        std::cerr << "Corva.ini: the key \"" << terminalLine(key)
-                  << "\" is not read; keys are read in upper case only (write it as "
-                  << terminalLine(upper) << ").\n";
-    }
-}
-
 volatile std::sig_atomic_t interrupted = 0;
 
 void onInterrupt(int) {
@@ -83,7 +67,7 @@ void HeadlessSession::start(frmMainView* view, frmMain::AutoScan autoScan,
     options.autoScan = autoScan;
     options.delaySeconds = delaySeconds;
     main_->StartProgram(options);
-    warnUnreadKeys();
+    WarnUnreadKeys(Settings(), "Corva.ini");
 }
 
 HeadlessSession::~HeadlessSession() {
@@ -94,6 +78,21 @@ HeadlessSession::~HeadlessSession() {
 void HeadlessSession::shutdown() {
     // Headless, the outbox question is only a notice, so the shutdown always completes.
     if (main_ && !main_->shutDown()) main_->exitprog();
+}
+
+// Keys are looked up in upper case, so one typed by hand in another case is
+// never read. It stays in the file as it is; the command says so rather than
+// let the setting be ignored in silence.
+void WarnUnreadKeys(const cSHAREDSettings& settings, const std::string& fileName) {
+    if (Output().verbosity == Verbosity::Quiet) return;
+    for (int i = 1; i <= settings.SettingsCount(); ++i) {
+        const std::string key = settings.SettingNameByIndex(i);
+        const std::string upper = UCase(key);
+        if (key == upper) continue;
+        std::cerr << fileName << ": the key \"" << terminalLine(key)
+                  << "\" is not read; keys are read in upper case only (write it as "
+                  << terminalLine(upper) << ").\n";
+    }
 }
 
 void CatchInterrupt() {

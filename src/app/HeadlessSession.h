@@ -11,7 +11,8 @@
 
 namespace corva {
 class clsMessage;
-}
+class cSHAREDSettings;
+} // namespace corva
 
 namespace corva::app {
 
@@ -51,6 +52,10 @@ private:
     std::unique_ptr<frmMainView> ownView_;
     std::unique_ptr<frmMain> main_;
 };
+
+// Names on stderr each key of a settings file typed in another case than
+// upper, which is never read.
+void WarnUnreadKeys(const cSHAREDSettings& settings, const std::string& fileName);
 
 // Ctrl-C while a command runs: a flag the command's wait looks at, so that it
 // ends through the program's shutdown instead of dying mid-transfer.

@@ -96,7 +96,7 @@ public:
 
 private:
     std::vector<TableColumn> columns() const {
-        return {{"State", 18, false},  {showTo_ ? "To" : "From", 28, true},
+        return {{"State", 18, true},   {showTo_ ? "To" : "From", 28, true},
                 {"Subject", 40, true}, {"Received", 19, true},
                 {"Sent", 19, true},    {"Size", 10, false},
                 {"Colour", 6, false},  {"File", 24, true}};

@@ -2,6 +2,7 @@
 // make one from a message file, close one.
 #include "app/Command.h"
 #include "app/HeadlessSession.h"
+#include "core/FileSubs.h"
 #include "core/Strings.h"
 #include "core/TerminalText.h"
 #include "message/clsMessage.h"
@@ -57,6 +58,8 @@ int run(CommandArgs& args) {
     }
 
     HeadlessSession session;
+    // Opening the settings makes the CMS folder; list and show write nothing.
+    if (FileExists(CMSFolder() + "settings.ini")) WarnUnreadKeys(CMSSettings(), "CMS/settings.ini");
     if (what == "list") {
         clsCMSTickets tickets;
         tickets.LoadIndex();
@@ -116,8 +119,9 @@ const CommandRegistration registration({
     "\"Save and Exit\" do, and publishes it; with --ack the acknowledgement\n"
     "(ResponseInitial.txt, [ticket] and [version] filled in) goes into the Outbox.\n"
     "'close N' marks ticket N closed and publishes it again.\n"
-    "Pages are written as WEBPATH + \"T_N.html\" from webtemplate.txt when Webpath\n"
-    "in CMS/settings.ini is set, so end it with \"/\". With CMSMODE set, every\n"
+    "Pages are written as WEBPATH + \"T_N.html\" from webtemplate.txt when the\n"
+    "line WEBPATH,FOLDER/ is in CMS/settings.ini (keys in upper case, as in\n"
+    "Corva.ini; end the folder with \"/\"). With CMSMODE set, every\n"
     "message fetched into the Inbox becomes a ticket and is acknowledged.\n"
     "list and show change nothing.",
     run,

@@ -414,6 +414,18 @@ std::vector<EmailAttachmentRow> frmEmail::AutoReplyMenu() const {
     return menu;
 }
 
+std::vector<EmailAttachmentRow> frmEmail::SignatureMenu() const {
+    std::vector<EmailAttachmentRow> menu;
+    for (const auto& [number, path] : numberedSignatures())
+        menu.push_back({gettranslation("Signature") + " " + Str(number), path});
+    return menu;
+}
+
+std::string frmEmail::SignatureFolder() const {
+    if (current_ && !current_->Filename().empty()) return pathonly(current_->Filename());
+    return MessageFolder;
+}
+
 void frmEmail::InsertFile(const std::string& file) {
     guarded("InsertFile", Module, [&] {
         std::string path = StartsWith(ToSlashes(file), "/") ? file : DataFolder + file;
@@ -457,6 +469,7 @@ void frmEmail::AttachFiles(const std::vector<std::string>& files) {
 void frmEmail::RemoveAttachments(std::vector<size_t> rows) {
     if (reading_) return;
     std::sort(rows.rbegin(), rows.rend());
+    rows.erase(std::unique(rows.begin(), rows.end()), rows.end());
     for (size_t row : rows)
         if (row < fields_.attachments.size())
             fields_.attachments.erase(fields_.attachments.begin() + static_cast<long>(row));

@@ -71,6 +71,12 @@ public:
     std::vector<EmailAttachmentRow> InsertMenu();
     // The autoreply menu: every template, key = path, caption = its name.
     std::vector<EmailAttachmentRow> AutoReplyMenu() const;
+    // The signature menu: the numbered signatures, key = path, caption
+    // "Signature n"; an entry goes in through InsertFile.
+    std::vector<EmailAttachmentRow> SignatureMenu() const;
+    // The folder whose sig.txt the signature editor opens on: the answered
+    // or read message's, else the mail root's, which is the default.
+    std::string SignatureFolder() const;
     void InsertFile(const std::string& file);
     void InsertAutoReply(const std::string& file);
     // The contact picker for To (or Cc).

@@ -7,6 +7,8 @@
 #include "localise/modLanguages.h"
 #include "platform/Platform.h"
 
+#include <algorithm>
+
 namespace corva {
 namespace {
 const char* Module = "modSignatures";
@@ -28,6 +30,27 @@ std::string folderSignaturePath(const std::string& folder) {
 
 std::string numberedSignaturePath(int number) {
     return DataFolder + "Sigs/Sig" + Str(number) + ".txt";
+}
+
+std::vector<std::pair<int, std::string>> numberedSignatures() {
+    return guardedValue(
+        "numberedSignatures", Module, std::vector<std::pair<int, std::string>>(), [] {
+            const std::string folder = DataFolder + "Sigs/";
+            std::vector<std::string> files;
+            FillFiles(folder, "txt", files);
+            std::vector<std::pair<int, std::string>> found;
+            for (const std::string& name : files) {
+                // "Sig" + digits + ".txt", in any case.
+                const std::string lower = LCase(name);
+                const std::string digits = lower.substr(3, lower.size() > 7 ? lower.size() - 7 : 0);
+                if (!StartsWith(lower, "sig") || digits.empty() || digits.size() > 4 ||
+                    digits.find_first_not_of("0123456789") != std::string::npos)
+                    continue;
+                found.emplace_back(std::stoi(digits), folder + name);
+            }
+            std::sort(found.begin(), found.end());
+            return found;
+        });
 }
 
 std::string defaultSignature() {

@@ -4,6 +4,8 @@
 #pragma once
 
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace corva {
 
@@ -13,6 +15,8 @@ std::string defaultSignaturePath();
 std::string folderSignaturePath(const std::string& folder);
 // Sigs/Sig<n>.txt in the data folder.
 std::string numberedSignaturePath(int number);
+// The numbered signatures there are, by number; the path of each.
+std::vector<std::pair<int, std::string>> numberedSignatures();
 // The default signature's text; "" without one.
 std::string defaultSignature();
 // The signature for a message stored in this file: its folder's own when the

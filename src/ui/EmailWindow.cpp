@@ -4,9 +4,11 @@
 #include "core/mSHAREDSettings.h"
 #include "ui/AddressCompleter.h"
 #include "ui/CMSWindows.h"
+#include "ui/ComposerWindows.h"
 #include "ui/ContactsWindow.h"
 #include "ui/DisplayText.h"
 #include "ui/Icons.h"
+#include "ui/LanguageWalker.h"
 #include "ui/MessagePreviewPane.h"
 
 #include <QApplication>
@@ -14,6 +16,7 @@
 #include <QCloseEvent>
 #include <QComboBox>
 #include <QFileDialog>
+#include <QFileInfo>
 #include <QFormLayout>
 #include <QHBoxLayout>
 #include <QKeyEvent>
@@ -34,25 +37,6 @@
 
 namespace corva::ui {
 namespace {
-
-// The body control shows every line end as one; the logic keeps CRLF.
-QString bodyToDisplay(const std::string& text) {
-    std::string lines;
-    lines.reserve(text.size());
-    for (size_t i = 0; i < text.size(); ++i) {
-        if (text[i] == '\r') {
-            lines += '\n';
-            if (i + 1 < text.size() && text[i + 1] == '\n') ++i;
-        } else {
-            lines += text[i];
-        }
-    }
-    return toDisplay(lines);
-}
-
-std::string bodyFromDisplay(const QString& text) {
-    return Replace(fromDisplay(text), "\n", "\r\n");
-}
 
 // Files dropped on the body or the list are attached.
 class DropList : public QListWidget {
@@ -132,7 +116,24 @@ void EmailWindow::buildToolbar() {
             b->setPopupMode(QToolButton::InstantPopup);
         writingActions_.push_back(a);
     }
-    add("insertsig", QStringLiteral("Signature"), writingActions_);
+    // A click puts the folder's signature in; the arrow offers the numbered
+    // ones and the signature editor.
+    QAction* sig = add("insertsig", QStringLiteral("Signature"), writingActions_);
+    auto* sigMenu = new QMenu(this);
+    connect(sigMenu, &QMenu::aboutToShow, this, [this, sigMenu] { fillSignatureMenu(sigMenu); });
+    sig->setMenu(sigMenu);
+    if (auto* b = qobject_cast<QToolButton*>(toolbar_->widgetForAction(sig)))
+        b->setPopupMode(QToolButton::MenuButtonPopup);
+    QAction* shortcuts =
+        toolbar_->addAction(commandIcon(QStringLiteral("shortcuts")), QStringLiteral("Shortcuts"));
+    shortcuts->setObjectName(QStringLiteral("mnuShortcuts"));
+    shortcuts->setToolTip(QStringLiteral("Setup Shortcut Keys"));
+    connect(shortcuts, &QAction::triggered, this, [this] {
+        auto* dialog = new ShortcutsWindow(this);
+        dialog->setAttribute(Qt::WA_DeleteOnClose);
+        dialog->open();
+    });
+    writingActions_.push_back(shortcuts);
     add("reply", QStringLiteral("Reply"), readingActions_);
     add("replysender", QStringLiteral("Reply to sender"), readingActions_);
     add("forward", QStringLiteral("Forward"), readingActions_);
@@ -189,6 +190,7 @@ void EmailWindow::buildForm() {
     auto* list = new DropList(form);
     list->setObjectName(QStringLiteral("lstAttach"));
     list->setMaximumHeight(70);
+    list->setToolTip(QStringLiteral("Attachments: drop files here, Delete removes them"));
     list->setSelectionMode(QAbstractItemView::ExtendedSelection);
     list->installEventFilter(this);
     list->dropped = [this](const std::vector<std::string>& files) { email_->AttachFiles(files); };
@@ -205,6 +207,14 @@ void EmailWindow::buildForm() {
     });
     reader_ = pane;
     stack_->addWidget(reader_);
+    // "Font size for messages:" sizes the text written and read here.
+    if (const double size = sget("MsgFontSize", 0).toNumber(); size >= 4 && size <= 72) {
+        for (QWidget* text : std::initializer_list<QWidget*>{body_, pane->textBox()}) {
+            QFont font = text->font();
+            font.setPointSizeF(size);
+            text->setFont(font);
+        }
+    }
 
     auto edited = [this](auto apply) {
         return [this, apply](auto value) {
@@ -239,19 +249,45 @@ void EmailWindow::fillInsertMenu(QMenu* menu, bool autoreply) {
                 email_->InsertFile(key);
         });
     }
-    if (entries.empty()) menu->addAction(QStringLiteral("(none)"))->setEnabled(false);
+    if (entries.empty()) menu->addAction(translated(QStringLiteral("(none)")))->setEnabled(false);
+}
+
+void EmailWindow::fillSignatureMenu(QMenu* menu) {
+    menu->clear();
+    // Ctrl+S is the body's own key, so the menu only names it.
+    QAction* own = menu->addAction(translated(QStringLiteral("Insert signature")) +
+                                   QStringLiteral("\tCtrl+S"));
+    connect(own, &QAction::triggered, this, [this] {
+        readBody();
+        email_->Command("insertsig");
+    });
+    for (const EmailAttachmentRow& entry : email_->SignatureMenu()) {
+        const std::string key = entry.Key;
+        connect(menu->addAction(toDisplay(entry.Name)), &QAction::triggered, this, [this, key] {
+            readBody();
+            email_->InsertFile(key);
+        });
+    }
+    menu->addSeparator();
+    connect(menu->addAction(translated(QStringLiteral("Edit signature..."))), &QAction::triggered,
+            this, [this] {
+                auto* dialog = new SignatureWindow(email_->SignatureFolder(), this);
+                dialog->setAttribute(Qt::WA_DeleteOnClose);
+                dialog->open();
+            });
 }
 
 // The body as the user left it, caret and selection included, into the logic.
 void EmailWindow::readBody() {
     if (reading_) return;
     EmailFields& f = email_->Fields();
-    f.body = bodyFromDisplay(body_->toPlainText());
+    f.body = linesFromDisplay(body_->toPlainText());
     QTextCursor c = body_->textCursor();
     const QString text = body_->toPlainText();
-    f.caret = bodyFromDisplay(text.left(c.selectionStart())).size();
+    f.caret = linesFromDisplay(text.left(c.selectionStart())).size();
     f.selectionLength =
-        bodyFromDisplay(text.mid(c.selectionStart(), c.selectionEnd() - c.selectionStart())).size();
+        linesFromDisplay(text.mid(c.selectionStart(), c.selectionEnd() - c.selectionStart()))
+            .size();
 }
 
 void EmailWindow::ShowFields() {
@@ -266,11 +302,11 @@ void EmailWindow::ShowFields() {
     bcc_->setChecked(f.bcc);
     subject_->setText(toDisplay(f.subject));
     if (!reading_) {
-        body_->setPlainText(bodyToDisplay(f.body));
+        body_->setPlainText(linesToDisplay(f.body));
         QTextCursor c = body_->textCursor();
         c.setPosition(std::min<int>(
             static_cast<int>(
-                bodyToDisplay(f.body.substr(0, std::min(f.caret, f.body.size()))).size()),
+                linesToDisplay(f.body.substr(0, std::min(f.caret, f.body.size()))).size()),
             static_cast<int>(body_->toPlainText().size())));
         body_->setTextCursor(c);
     }
@@ -316,10 +352,15 @@ void EmailWindow::CloseView() {
 
 std::vector<std::string> EmailWindow::ChooseFiles(const std::string& title,
                                                   const std::string& startFolder) {
+    // Without a folder of its own the chooser opens where the last one was
+    // left, for as long as the program runs; nothing of it is saved.
+    static QString lastFolder;
+    const QStringList chosen = QFileDialog::getOpenFileNames(
+        this, toDisplay(title),
+        startFolder.empty() ? lastFolder : QString::fromStdString(startFolder));
     std::vector<std::string> files;
-    for (const QString& file :
-         QFileDialog::getOpenFileNames(this, toDisplay(title), QString::fromStdString(startFolder)))
-        files.push_back(file.toStdString());
+    for (const QString& file : chosen) files.push_back(file.toStdString());
+    if (!chosen.isEmpty()) lastFolder = QFileInfo(chosen.front()).absolutePath();
     return files;
 }
 
@@ -396,9 +437,9 @@ EmailWindow* openReaderWindow(const clsMessage& message, QWidget* parent) {
 
 std::string EmailWindow::SelectedText() {
     if (auto* pane = dynamic_cast<MessagePreviewPane*>(reader_); pane && reading_)
-        return bodyFromDisplay(pane->textBox()->textCursor().selectedText().replace(
+        return linesFromDisplay(pane->textBox()->textCursor().selectedText().replace(
             QChar::ParagraphSeparator, QLatin1Char('\n')));
-    return bodyFromDisplay(
+    return linesFromDisplay(
         body_->textCursor().selectedText().replace(QChar::ParagraphSeparator, QLatin1Char('\n')));
 }
 

@@ -66,6 +66,7 @@ private:
     void buildForm();
     void readBody();
     void fillInsertMenu(QMenu* menu, bool autoreply);
+    void fillSignatureMenu(QMenu* menu);
 
     frmEmailEvents* events_;
     std::unique_ptr<frmEmail> email_;

@@ -197,6 +197,68 @@ QIcon commandIcon(const QString& key) {
         return render([](QPainter& p, qreal s) { arrow(p, s, true, accent(), 0.5); });
     if (key == "download")
         return render([](QPainter& p, qreal s) { arrow(p, s, false, good(), 0.5); });
+    // The composer's own: send, attach, insert a text, the signature, the shortcut keys.
+    if (key == "send")
+        return render([](QPainter& p, qreal s) {
+            envelope(p, QRectF(s * 0.06, s * 0.3, s * 0.66, s * 0.5), QColor(0xFA, 0xFB, 0xFC),
+                     ink());
+            p.setPen(QPen(accent(), s * 0.1, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
+            p.drawLine(QPointF(s * 0.52, s * 0.5), QPointF(s * 0.9, s * 0.14));
+            p.drawPolyline(
+                QPolygonF{{s * 0.62, s * 0.12}, {s * 0.9, s * 0.14}, {s * 0.88, s * 0.42}});
+        });
+    if (key == "attach")
+        return render([](QPainter& p, qreal s) {
+            // A paper clip: two nested loops.
+            p.setPen(QPen(ink(), s * 0.08, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
+            p.setBrush(Qt::NoBrush);
+            QPainterPath clip;
+            clip.moveTo(s * 0.62, s * 0.3);
+            clip.lineTo(s * 0.62, s * 0.72);
+            clip.arcTo(QRectF(s * 0.36, s * 0.6, s * 0.26, s * 0.26), 0, -180);
+            clip.lineTo(s * 0.36, s * 0.2);
+            clip.arcTo(QRectF(s * 0.36, s * 0.06, s * 0.36, s * 0.28), 180, -180);
+            clip.lineTo(s * 0.72, s * 0.76);
+            p.drawPath(clip);
+        });
+    if (key == "insert" || key == "insertsig")
+        return render([key](QPainter& p, qreal s) {
+            // A page; its lines, or a signature's stroke across it.
+            p.setPen(QPen(ink(), s * 0.06, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
+            p.setBrush(QColor(0xFA, 0xFB, 0xFC));
+            p.drawRoundedRect(QRectF(s * 0.18, s * 0.08, s * 0.64, s * 0.84), s * 0.06, s * 0.06);
+            if (key == "insert") {
+                p.setPen(QPen(accent(), s * 0.07, Qt::SolidLine, Qt::RoundCap));
+                for (qreal y : {0.28, 0.44, 0.6})
+                    p.drawLine(QPointF(s * 0.3, s * y), QPointF(s * 0.7, s * y));
+                p.drawLine(QPointF(s * 0.3, s * 0.76), QPointF(s * 0.52, s * 0.76));
+                return;
+            }
+            QPainterPath stroke;
+            stroke.moveTo(s * 0.26, s * 0.66);
+            stroke.cubicTo(s * 0.34, s * 0.3, s * 0.42, s * 0.3, s * 0.44, s * 0.62);
+            stroke.cubicTo(s * 0.5, s * 0.4, s * 0.58, s * 0.4, s * 0.6, s * 0.6);
+            stroke.cubicTo(s * 0.64, s * 0.5, s * 0.7, s * 0.5, s * 0.76, s * 0.56);
+            p.setPen(QPen(accent(), s * 0.07, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
+            p.setBrush(Qt::NoBrush);
+            p.drawPath(stroke);
+            p.setPen(QPen(ink(), s * 0.05, Qt::SolidLine, Qt::RoundCap));
+            p.drawLine(QPointF(s * 0.26, s * 0.76), QPointF(s * 0.74, s * 0.76));
+        });
+    if (key == "shortcuts")
+        return render([](QPainter& p, qreal s) {
+            // A key cap with a digit on it.
+            p.setPen(QPen(ink(), s * 0.06, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
+            p.setBrush(QColor(0xE3, 0xE7, 0xEB));
+            p.drawRoundedRect(QRectF(s * 0.12, s * 0.16, s * 0.76, s * 0.68), s * 0.12, s * 0.12);
+            QFont font = p.font();
+            font.setPixelSize(std::max(1, static_cast<int>(s * 0.44)));
+            font.setBold(true);
+            p.setFont(font);
+            p.setPen(accent());
+            p.drawText(QRectF(s * 0.12, s * 0.16, s * 0.76, s * 0.64), Qt::AlignCenter,
+                       QStringLiteral("1"));
+        });
     if (key == "reinforce")
         return render([](QPainter& p, qreal s) {
             p.setPen(QPen(good(), s * 0.12, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));

@@ -525,6 +525,24 @@ TEST_F(CommandLine, ContactsTheBookCannotFullyReadSurviveEveryCommand) {
     EXPECT_EQ(readFile(home_.file("contacts.txt.bak")), book);
 }
 
+// The composer's signatures and shortcut texts, set and shown without a window.
+TEST_F(CommandLine, SignatureAndShortcutsAsTheComposerUsesThem) {
+    settings("DELAY,5\r\n");
+    ASSERT_EQ(run({"signature", "--set", "-"}, {}, "Ann\nExample Ltd\n").status, 0);
+    EXPECT_EQ(readFile(messages("sig.txt")), "Ann\r\nExample Ltd\r\n");
+    Outcome inbox = run({"signature", "--folder", "inbox"});
+    EXPECT_EQ(inbox.out, "Ann\nExample Ltd\n");
+    EXPECT_NE(inbox.err.find("take the default"), std::string::npos) << inbox.err;
+    EXPECT_EQ(run({"signature", "--folder", "Nowhere"}).status, 2);
+
+    Outcome set = run({"shortcuts", "--set", "10", "Kind regards"});
+    EXPECT_EQ(set.status, 0) << set.err;
+    EXPECT_NE(set.out.find("1   Shortcut 1\n"), std::string::npos) << set.out;
+    EXPECT_NE(set.out.find("10  Kind regards\n"), std::string::npos) << set.out;
+    for (const char* wrong : {"0", "11", "x"})
+        EXPECT_EQ(run({"shortcuts", "--set", wrong, "t"}).status, 2) << wrong;
+}
+
 // While another process holds the program folder, a command that would
 // write refuses and changes nothing; one that only reads still works.
 TEST_F(CommandLine, ASecondWriterIsRefused) {

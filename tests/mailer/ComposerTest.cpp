@@ -10,6 +10,7 @@
 #include "mailer/frmEmail.h"
 #include "mailer/frmShortcuts.h"
 #include "mailer/modAutoReply.h"
+#include "mailer/modSignatures.h"
 #include "smtp/frmSendMailWrapper.h"
 #include "store/modMessageFiles.h"
 #include "support/RecordingPlatform.h"
@@ -135,6 +136,33 @@ TEST_F(ComposerTest, SignatureOfTheFolderElseTheDefault) {
     email_->Fields().body = "";
     EXPECT_TRUE(email_->TB1_KeyDown(-1, false, true)); // Ctrl+S
     EXPECT_EQ(email_->Fields().body, "-- inbox");
+
+    // The numbered ones by number, whatever the case of their names.
+    MkMissingDir(DataFolder + "Sigs");
+    for (const char* name : {"Sig10.txt", "SIG2.TXT", "Sig.txt", "Sigx.txt", "notes.txt"})
+        writeFile(DataFolder + "Sigs/" + name, name);
+    std::vector<std::string> captions;
+    for (const EmailAttachmentRow& row : email_->SignatureMenu()) captions.push_back(row.Name);
+    EXPECT_EQ(captions, (std::vector<std::string>{"Signature 2", "Signature 10"}));
+
+    // The editor opens on the answered message's folder, else the mail root.
+    EXPECT_EQ(email_->SignatureFolder(), pathonly(m->Filename()));
+    email_->WriteNewMessage("");
+    EXPECT_EQ(email_->SignatureFolder(), MessageFolder);
+    frmSig sig(MessageFolder + "Inbox");
+    EXPECT_EQ(sig.Text, "-- inbox");
+    sig.cmdReadDefault_Click();
+    EXPECT_EQ(sig.Text, "-- default");
+    sig.Text = "-- new";
+    for (platform::Answer answer : {platform::Answer::No, platform::Answer::Yes}) {
+        platform_.prompts_.answer = answer;
+        EXPECT_EQ(sig.cmdSetDefault_Click(), answer == platform::Answer::Yes);
+    }
+    EXPECT_EQ(platform_.prompts_.messages.back(),
+              "This will set the default sig to the displayed text. Are you sure?");
+    EXPECT_TRUE(sig.cmdOK_Click());
+    EXPECT_EQ(readFile(MessageFolder + "sig.txt"), "-- new");
+    EXPECT_EQ(readFile(MessageFolder + "Inbox/sig.txt"), "-- new");
 }
 
 TEST_F(ComposerTest, ForwardAsTextOrAsAttachment) {
@@ -171,6 +199,8 @@ TEST_F(ComposerTest, TemplateHeaderLines) {
              Case{"Subject: Thanks\r\nAttachment: terms.pdf\r\nDear you", true, " Thanks",
                   "/t/terms.pdf", false, "", "Dear you"},
              Case{"SUBJECT:x\r\nbody\r\n", true, "x", "", false, "", "body\r\n"},
+             Case{"Subject: LF\nAttachment: a.txt\rtext\n", true, " LF", "/t/a.txt", false, "",
+                  "text\n"},
              Case{"attachment: ? /home/docs \r\ntext", false, "", "", true, "/home/docs", "text"},
              Case{"Attachment: ?\r\ntext", false, "", "", true, "", "text"},
              // One line without a line end is all text; a later header line is text too.
@@ -252,6 +282,9 @@ TEST_F(ComposerTest, ShortcutsMacrosAndTheirKeys) {
     clsMacros macros;
     EXPECT_EQ(macros.SwapWord(" TY "), "thank you");
     EXPECT_EQ(macros.SwapWord("nope"), "");
+
+    email_->Command("readaloud"); // no speech engine here
+    EXPECT_EQ(platform_.prompts_.messages.back(), NoSpeechEngineText);
 }
 
 TEST_F(ComposerTest, SendChecksKeepTheWindowOpen) {
@@ -286,6 +319,33 @@ TEST_F(ComposerTest, SendChecksKeepTheWindowOpen) {
     }
     EXPECT_EQ(view_.closed, 1);
     EXPECT_EQ(frmEmail::cleanCopyList("a@x, b@y ; c@z"), "a@x;b@y;c@z");
+}
+
+TEST_F(ComposerTest, AttachmentsContactsAndClosing) {
+    email_->WriteNewMessage("bob@x.test");
+    view_.chosen = {"/tmp/a.pdf", "/tmp/b.txt", "/tmp/a.pdf", "/tmp/c.doc"};
+    email_->Command("attach");
+    EXPECT_EQ(view_.chooser, (std::vector<std::string>{"Select file(s) to attach|"}));
+    email_->RemoveAttachments({1, 0, 1});
+    ASSERT_EQ(email_->Fields().attachments.size(), 1u);
+    EXPECT_EQ(email_->Fields().attachments[0].Name, "c.doc");
+    EXPECT_EQ(email_->Fields().attachments[0].Key, "/tmp/c.doc");
+
+    email_->cmdPicTo_Click(false);
+    email_->cmdPicTo_Click(true);
+    EXPECT_EQ(email_->Fields().to, "bob@x.test; Carl <carl@x.test>");
+    EXPECT_EQ(email_->Fields().cc, "Carl <carl@x.test>");
+
+    // Only a composition typed in asks before it closes; No keeps it open.
+    EXPECT_TRUE(email_->QueryUnload());
+    email_->TB1_KeyPress();
+    for (platform::Answer answer : {platform::Answer::No, platform::Answer::Yes}) {
+        platform_.prompts_.answer = answer;
+        EXPECT_EQ(email_->QueryUnload(), answer == platform::Answer::Yes);
+    }
+    EXPECT_EQ(
+        platform_.prompts_.messages,
+        std::vector<std::string>(2, "You will lose any changes to this message. Are you sure?"));
 }
 
 TEST_F(ComposerTest, SendingAReplyMarksTheOriginalOnce) {

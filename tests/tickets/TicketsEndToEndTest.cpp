@@ -67,9 +67,13 @@ TEST_F(TicketsEndToEnd, FetchedMailBecomesAcknowledgedPublishedTickets) {
         EXPECT_NE(readFile(home_.file("CMS/Desc/desc_" + Str(n) + ".txt")).find("Please help"),
                   std::string::npos);
     }
-    Outcome list = corva("tickets list");
+    // A key typed by hand in another case is named, not ignored in silence.
+    AppendToTextFile(home_.file("CMS/settings.ini"), "Sendername,Desk\r\n");
+    Outcome list = test::corva({"--home", home_.path(), "tickets", "list"});
     EXPECT_EQ(list.status, 0);
     EXPECT_EQ(SplitLines(list.out).size(), 3u) << list.out;
+    EXPECT_NE(list.err.find("\"Sendername\" is not read"), std::string::npos) << list.err;
+    EXPECT_EQ(corva("tickets show 9").status, 2);
 
     ASSERT_EQ(corva("send").status, 0);
     ASSERT_EQ(smtp.messageCount(), 3);

@@ -4,6 +4,7 @@
 #include "ui/UiFixture.h"
 
 #include "contacts/clsContacts.h"
+#include "ui/ComposerWindows.h"
 #include "ui/ContactsWindow.h"
 #include "ui/EmailWindow.h"
 
@@ -64,6 +65,7 @@ protected:
 };
 
 TEST_F(EmailWindowTest, EntriesOpenComposerAndReader) {
+    sset("MsgFontSize", 13);
     // A mail link's Bcc joins the copy line and makes it all Bcc.
     main->OpenComposer("bob@x.test", "carl@x.test", "dan@x.test", "Hi", "");
     ui::EmailWindow* hidden = newest();
@@ -79,6 +81,7 @@ TEST_F(EmailWindowTest, EntriesOpenComposerAndReader) {
     EXPECT_FALSE(w->email().Fields().bcc);
     EXPECT_EQ(w->subjectField()->text(), "Hi");
     EXPECT_TRUE(w->bodyField()->toPlainText().startsWith("Line one\nLine two\n"));
+    EXPECT_EQ(w->bodyField()->font().pointSize(), 13);
     saveScreenshot(*w, QStringLiteral("composer-new"));
 
     // Completion from the book in To, after the addresses already typed.
@@ -124,12 +127,38 @@ TEST_F(EmailWindowTest, ReplyAndForwardWindows) {
     }
 }
 
+TEST_F(EmailWindowTest, ShortcutAndSignatureWindows) {
+    ui::ShortcutsWindow keys;
+    keys.show();
+    EXPECT_EQ(keys.field(10)->text(), "Shortcut 10");
+    keys.field(1)->setText(QStringLiteral("Kind regards, Ann"));
+    saveScreenshot(keys, QStringLiteral("composer-shortcuts"));
+    keys.save();
+    EXPECT_EQ(sget("Shortcut_1").toText(), "Kind regards, Ann");
+
+    writeFile(MessageFolder + "sig.txt", "Ann\r\nExample Ltd");
+    ui::SignatureWindow sig(MessageFolder + "Inbox");
+    sig.show();
+    EXPECT_EQ(sig.text()->toPlainText(), "");
+    sig.readDefault();
+    EXPECT_EQ(sig.text()->toPlainText(), "Ann\nExample Ltd");
+    sig.text()->setPlainText(QStringLiteral("Ann\nSupport desk"));
+    saveScreenshot(sig, QStringLiteral("composer-signature"));
+    sig.ok();
+    EXPECT_EQ(readFile(MessageFolder + "Inbox/sig.txt"), "Ann\r\nSupport desk");
+    EXPECT_EQ(sig.result(), QDialog::Accepted);
+}
+
 TEST_F(EmailWindowTest, ContactListAndPickDialog) {
     ui::ContactsWindow browse(false);
     browse.show();
     ASSERT_EQ(browse.list()->topLevelItemCount(), 2);
     EXPECT_EQ(browse.findChildren<QPushButton*>().last()->text(), "Exit");
     saveScreenshot(browse, QStringLiteral("contacts-list"));
+    ui::ContactWindow edit("carl@x.test");
+    edit.show();
+    EXPECT_EQ(edit.contact().Contact.strName, "Carl Jones");
+    saveScreenshot(edit, QStringLiteral("contacts-edit"));
 
     ui::ContactsWindow pick(true);
     pick.show();

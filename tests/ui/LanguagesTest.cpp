@@ -16,6 +16,7 @@
 #include "ui/AccountWizardDialog.h"
 #include "ui/AttachWarningDialog.h"
 #include "ui/CMSWindows.h"
+#include "ui/ComposerWindows.h"
 #include "ui/ContactsWindow.h"
 #include "ui/EmailWindow.h"
 #include "ui/ErrorReportWindow.h"
@@ -152,6 +153,8 @@ std::vector<std::unique_ptr<QWidget>> everyWindow(frmMain& main) {
     windows.push_back(std::make_unique<ui::ContactsWindow>(true));
     windows.push_back(std::make_unique<ui::ContactWindow>(""));
     windows.push_back(std::make_unique<ui::EmailWindow>());
+    windows.push_back(std::make_unique<ui::ShortcutsWindow>());
+    windows.push_back(std::make_unique<ui::SignatureWindow>(MessageFolder));
     windows.push_back(std::make_unique<ui::ErrorReportWindow>());
     windows.push_back(std::make_unique<ui::LogViewer>());
     windows.push_back(std::make_unique<ui::RuleEditorWindow>(main.ServerFilters()));

@@ -4,6 +4,7 @@
 
 #include "bayes/frmBayesFilter.h"
 #include "filters/frmFilters.h"
+#include "message/clsMessage.h"
 #include "ui/RuleEditorWindow.h"
 #include "ui/TrainingWindow.h"
 
@@ -53,6 +54,24 @@ TEST_F(RuleWindowsTest, EditorSaveReloadsTheRunningRules) {
     ASSERT_EQ(main->ServerFilters().Filters().size(), 2u);
     EXPECT_EQ(main->ServerFilters().Filters()[1].Strings(1), "@home");
     EXPECT_NE(readFile(dir.file("Rules.txt")).find("FilterString, @home"), std::string::npos);
+
+    // A filter proposed from a message: the subject's words in an unsaved form,
+    // so leaving asks first.
+    clsMessage msg;
+    msg.Subject = "Cheap pills";
+    window->ShowRuleEditor(true, &msg, "");
+    editor = openWindow<ui::RuleEditorWindow>();
+    ASSERT_NE(editor, nullptr);
+    EXPECT_EQ(editor->lblHeading->text(),
+              QStringLiteral("These filters will move inbound messages to selected folders"));
+    EXPECT_EQ(editor->txtFilterName->text(), QStringLiteral("Cheap pills"));
+    EXPECT_EQ(editor->txtText[1]->text(), QStringLiteral("pills"));
+    EXPECT_EQ(editor->listview1->currentRow(), -1);
+    platform_.prompts_.answer = platform::Answer::Yes;
+    click(*editor, QStringLiteral("Exit"));
+    EXPECT_EQ(prompts().back(), "You will lose your changes - are you sure?");
+    QCoreApplication::processEvents();
+    EXPECT_EQ(openWindow<ui::RuleEditorWindow>(), nullptr);
 }
 
 TEST_F(RuleWindowsTest, TrainingWindowWritesAndResetsTheThresholds) {
