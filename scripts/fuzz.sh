@@ -13,7 +13,7 @@ set -euo pipefail
 ROOT="$(cd "$(dirname "$0")/.." && pwd)"
 BUILD="${CORVA_FUZZ_BUILD_DIR:-$ROOT/build-fuzz}"
 ALL=(message_full message_headers quotedprintable base64 isodecode html html_anchors
-    pop3_dialogue smtp_dialogue ssl2_hello settings rules address_list check
+    composer_files pop3_dialogue smtp_dialogue ssl2_hello settings rules address_list check
     contacts contacts_csv word_table tokeniser cache_csv qbx tags folders_ini tickets mbox
     maildir_message mail_link languages update_status ics ftp_reply)
 

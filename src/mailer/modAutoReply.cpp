@@ -12,14 +12,16 @@ namespace {
 
 // Takes the first line off text when it holds the marker in any case, and
 // gives what follows its first ":".
+// Any line end counts, since templates written here usually end lines in LF
+// alone, and a CR left in the subject would break the header it goes into.
 bool takeHeaderLine(std::string& text, const std::string& marker, std::string& value) {
-    size_t end = text.find("\r\n");
+    size_t end = text.find_first_of("\r\n");
     // A template of one line without a line end is all text.
     if (end == std::string::npos) return false;
     std::string line = text.substr(0, end);
     if (InStrNoCase(line, marker) == 0) return false;
     value = line.substr(line.find(':') + 1);
-    text.erase(0, end + 2);
+    text.erase(0, end + (text.compare(end, 2, "\r\n") == 0 ? 2 : 1));
     return true;
 }
 

@@ -199,6 +199,8 @@ TEST_F(ComposerTest, TemplateHeaderLines) {
              Case{"Subject: Thanks\r\nAttachment: terms.pdf\r\nDear you", true, " Thanks",
                   "/t/terms.pdf", false, "", "Dear you"},
              Case{"SUBJECT:x\r\nbody\r\n", true, "x", "", false, "", "body\r\n"},
+             Case{"Subject: LF\nAttachment: a.txt\rtext\n", true, " LF", "/t/a.txt", false, "",
+                  "text\n"},
              Case{"attachment: ? /home/docs \r\ntext", false, "", "", true, "/home/docs", "text"},
              Case{"Attachment: ?\r\ntext", false, "", "", true, "", "text"},
              // One line without a line end is all text; a later header line is text too.

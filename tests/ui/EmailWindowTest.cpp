@@ -155,6 +155,10 @@ TEST_F(EmailWindowTest, ContactListAndPickDialog) {
     ASSERT_EQ(browse.list()->topLevelItemCount(), 2);
     EXPECT_EQ(browse.findChildren<QPushButton*>().last()->text(), "Exit");
     saveScreenshot(browse, QStringLiteral("contacts-list"));
+    ui::ContactWindow edit("carl@x.test");
+    edit.show();
+    EXPECT_EQ(edit.contact().Contact.strName, "Carl Jones");
+    saveScreenshot(edit, QStringLiteral("contacts-edit"));
 
     ui::ContactsWindow pick(true);
     pick.show();

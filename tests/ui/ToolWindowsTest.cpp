@@ -118,6 +118,7 @@ TEST_F(ToolWindowsTest, MailMergeDialogChecksItsFilesBeforeGoingOn) {
     const MergeOutcome outcome = DoMailMerge(merge, progress);
     EXPECT_TRUE(outcome.Stopped);
     EXPECT_EQ(outcome.Saved, 1);
+    EXPECT_EQ(outcome.Report.rfind("Mail merge stopped.\r\nProcessed 1 name(s)", 0), 0u);
     EXPECT_FALSE(progress.stopButton().isEnabled());
 }
 
