@@ -30,10 +30,11 @@ std::string TakeOutputOptions(std::vector<std::string>& words, OutputOptions& op
             std::string when;
             if (eq != std::string::npos)
                 when = w.substr(eq + 1);
-            else if (i + 1 < words.size() && words[i + 1].rfind("-", 0) != 0)
+            else if (i + 1 < words.size() && (words[i + 1] == "auto" || words[i + 1] == "always" ||
+                                              words[i + 1] == "never"))
                 when = words[++i];
             else
-                when = "always"; // a bare --color asks for it
+                when = "always"; // a bare --color asks for it; the next word is the command's
             if (when == "auto")
                 options.colour = ColourMode::Auto;
             else if (when == "always")

@@ -67,7 +67,15 @@ TEST(Colour, OnlyOnATerminalUnlessAskedAndNeverWhereRefused) {
     EXPECT_EQ(words, (std::vector<std::string>{"x", "--tabs"}));
     EXPECT_EQ(options.colour, ColourMode::Never);
     EXPECT_EQ(options.verbosity, app::Verbosity::Quiet);
-    words = {"--color", "sometimes"};
+    // A bare --color is always, and leaves the next word to the command.
+    words = {"--color", "Inbox"};
+    EXPECT_EQ(app::TakeOutputOptions(words, options), "");
+    EXPECT_EQ(words, std::vector<std::string>{"Inbox"});
+    EXPECT_EQ(options.colour, ColourMode::Always);
+    words = {"--color", "never"};
+    EXPECT_EQ(app::TakeOutputOptions(words, options), "");
+    EXPECT_EQ(options.colour, ColourMode::Never);
+    words = {"--color=sometimes"};
     EXPECT_NE(app::TakeOutputOptions(words, options).find("auto, always or never"),
               std::string::npos);
 }
