@@ -10,18 +10,19 @@
 //   bench_score_bulk [N]   N messages of each kind to train on (2000)
 // CORVA_BASELINE=/path/to/an/older/corva times that build too, in the same run
 // on the same files; CORVA_BENCH_KEEP=DIR leaves a copy of the files there for
-// a profiler.
+// a profiler. Each program runs CORVA_BENCH_RUNS times (5), turn about with the
+// others, and the medians are compared: one run on a busy machine says little.
 #include "BenchSupport.h"
 #include "Corpus.h"
 #include "support/TempDir.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
 #include <random>
 #include <string>
 #include <sys/resource.h>
-#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <vector>
@@ -89,6 +90,30 @@ Run sum(const Run& a, const Run& b) {
     return {a.wall + b.wall, a.cpu + b.cpu, a.status ? a.status : b.status};
 }
 
+double middle(std::vector<double> v) {
+    std::sort(v.begin(), v.end());
+    const size_t n = v.size();
+    return n == 0 ? 0 : n % 2 ? v[n / 2] : (v[n / 2 - 1] + v[n / 2]) / 2;
+}
+
+// The runs of one program: median times, and the first failure's status.
+struct Runs {
+    std::vector<Run> all;
+    void add(const Run& r) { all.push_back(r); }
+    Run median() const {
+        Run m;
+        std::vector<double> wall, cpu;
+        for (const Run& r : all) {
+            wall.push_back(r.wall);
+            cpu.push_back(r.cpu);
+            if (!m.status) m.status = r.status;
+        }
+        m.wall = middle(wall);
+        m.cpu = middle(cpu);
+        return m;
+    }
+};
+
 } // namespace
 
 int main(int argc, char** argv) {
@@ -118,7 +143,6 @@ int main(int argc, char** argv) {
         testList.push_back(file);
     }
     corva::test::writeFile(home + "Corva.ini", "DELAY,0\r\n");
-    ::mkdir((home + "bogo").c_str(), 0700);
     auto with = [](std::vector<std::string> head, const std::vector<std::string>& files) {
         head.insert(head.end(), files.begin(), files.end());
         return head;
@@ -130,18 +154,28 @@ int main(int argc, char** argv) {
         std::system(
             ("rm -rf '" + std::string(keep) + "' && cp -r '" + home + "' '" + keep + "'").c_str());
     const char* baseline = std::getenv("CORVA_BASELINE");
-    Run baseTrain, baseScore;
-    if (baseline) {
-        const std::vector<std::string> base{baseline, "--home", home, "--quiet"};
-        baseTrain = timed(with(base, {"train"}));
-        baseScore = timed(with(with(base, {"score", "--headers-only"}), testList));
+    const std::vector<std::string> base{baseline ? baseline : "", "--home", home, "--quiet"};
+    const char* runsText = std::getenv("CORVA_BENCH_RUNS");
+    const int runs = std::max(1, runsText ? std::atoi(runsText) : 5);
+    Runs baseTrains, baseScores, corvaTrains, bogoTrains, corvaScores, bogoScores;
+    for (int r = 0; r < runs; ++r) {
+        // Each training starts from nothing: bogofilter's adds to what it has.
+        std::system(("rm -rf '" + home + "bogo' && mkdir -m 700 '" + home + "bogo'").c_str());
+        bogoTrains.add(sum(timed(with(with(bogo, {"-n", "-B"}), hamList)),
+                           timed(with(with(bogo, {"-s", "-B"}), spamList))));
+        if (baseline) baseTrains.add(timed(with(base, {"train"})));
+        corvaTrains.add(timed(with(corva, {"train"})));
     }
-    const Run corvaTrain = timed(with(corva, {"train"}));
-    const Run bogoTrain = sum(timed(with(with(bogo, {"-n", "-B"}), hamList)),
-                              timed(with(with(bogo, {"-s", "-B"}), spamList)));
-    const Run corvaScore = timed(with(with(corva, {"score", "--headers-only"}), testList));
-    // -v prints a line per file, as corva does.
-    const Run bogoScore = timed(with(with(bogo, {"-v", "-B"}), testList));
+    for (int r = 0; r < runs; ++r) {
+        if (baseline)
+            baseScores.add(timed(with(with(base, {"score", "--headers-only"}), testList)));
+        corvaScores.add(timed(with(with(corva, {"score", "--headers-only"}), testList)));
+        // -v prints a line per file, as corva does.
+        bogoScores.add(timed(with(with(bogo, {"-v", "-B"}), testList)));
+    }
+    const Run baseTrain = baseTrains.median(), baseScore = baseScores.median();
+    const Run corvaTrain = corvaTrains.median(), bogoTrain = bogoTrains.median();
+    const Run corvaScore = corvaScores.median(), bogoScore = bogoScores.median();
 
     const double trained = 2.0 * train;
     auto line = [](const char* what, const Run& r, double count) {
@@ -149,8 +183,8 @@ int main(int argc, char** argv) {
                     r.cpu, r.cpu > 0 ? count / r.cpu : 0.0, r.status);
     };
     std::printf("Generated corpus (no real mail on this machine): training on %d good and %d "
-                "spam messages, scoring %d header files\n",
-                train, train, TestFiles);
+                "spam messages, scoring %d header files; medians of %d runs\n",
+                train, train, TestFiles, runs);
     if (baseline) {
         line("baseline corva train", baseTrain, trained);
         line("baseline corva score", baseScore, TestFiles);

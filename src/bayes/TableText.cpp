@@ -11,6 +11,10 @@ namespace corva {
 // odd lines read as they always have.
 double tableNumber(std::string_view text) {
     std::string_view t = tabletext::trimBlanks(text);
+    // "0.dd", nearly every probability: the division the plain reading below makes.
+    auto digit = [](char c) { return c >= '0' && c <= '9'; };
+    if (t.size() == 4 && t[0] == '0' && t[1] == '.' && digit(t[2]) && digit(t[3]))
+        return static_cast<double>((t[2] - '0') * 10 + (t[3] - '0')) / 1e2;
     // Digits, a point, digits: fifteen digits or fewer are exact as a whole
     // number, and one division by an exact power of ten rounds as the general
     // reading does.

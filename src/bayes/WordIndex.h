@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstdint>
+#include <cstring>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -29,8 +30,11 @@ public:
         for (size_t pos = static_cast<size_t>(hash) & mask;; pos = (pos + 1) & mask) {
             const Slot& slot = slots_[pos];
             if (slot.entry == 0) return nullptr;
-            if (slot.tag == tag && keyOf(slot.entry - 1) == key)
-                return &entries_[slot.entry - 1].value;
+            if (slot.tag != tag) continue;
+            const Entry& e = entries_[slot.entry - 1];
+            if (e.length == key.size() &&
+                std::memcmp(text_.data() + e.offset, key.data(), e.length) == 0)
+                return &e.value;
         }
     }
 

@@ -424,7 +424,7 @@ float frmBayesFilter::score(clsMessage& msg, bool headersOnly) {
     hashmessage(tokens_, msg, headersOnly);
     float s = 0.01f;
     if (tokens_.size() > 0) {
-        ranked_.clear();
+        ranked_.resize(tokens_.size());
         for (size_t i = 0; i < tokens_.size(); ++i) {
             float p = 0.4f;
             if (wordPending_) {
@@ -432,7 +432,7 @@ float frmBayesFilter::score(clsMessage& msg, bool headersOnly) {
             } else if (int32_t known = word_.RecIndexHashed(tokens_.key(i), tokens_.hash(i))) {
                 p = word_.ValueAt(known);
             }
-            ranked_.emplace_back(p, static_cast<int32_t>(i));
+            ranked_[i] = {p, static_cast<int32_t>(i)};
         }
         const long n = static_cast<long>(ranked_.size());
         const int H = corva::HeaderWords;

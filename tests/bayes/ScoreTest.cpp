@@ -56,6 +56,21 @@ TEST_F(BayesTest, AtHeaderWordsTheMostExtremeTokens) {
               "(0.01) \tHDR*aaaa\r\n(0.3) \tHDR*bbbb\r\n(0.6) \tHDR*cccc\r\n(0.99) \tHDR*dddd\r\n");
 }
 
+TEST_F(BayesTest, ManyTokensScoreTheSameWithOrWithoutABreakdown) {
+    corva::HeaderWords = 3;
+    const std::vector<float> values = {0.9f,  0.05f, 0.7f, 0.01f, 0.95f, 0.3f,
+                                       0.99f, 0.2f,  0.6f, 0.02f, 0.99f, 0.01f};
+    const auto w = words(static_cast<int>(values.size()));
+    std::map<std::string, float> table;
+    for (size_t i = 0; i < w.size(); ++i) table["HDR*" + w[i]] = values[i];
+    writeWordTable(table);
+    for (bool keep : {true, false}) {
+        filter_.KeepBreakdown(keep);
+        clsMessage msg = headerWords(w);
+        EXPECT_FLOAT_EQ(scoreOf(msg), 0.66f) << "both 0.99s, then an 0.01; breakdown " << keep;
+    }
+}
+
 TEST_F(BayesTest, ExtremeTiesGoToTheSpamEndAndEqualValuesKeepTheirOrder) {
     corva::HeaderWords = 1;
     writeWordTable({{"HDR*lowish", 0.25f}, {"HDR*highish", 0.75f}});
