@@ -24,6 +24,18 @@ std::optional<long> ticketNumber(const std::string& word) {
     return std::stol(word);
 }
 
+// Where a save published the ticket's page, or why it did not, since the
+// log is the only other place that says so.
+void reportPage(const clsCMSTicket& t) {
+    const std::string page = t.WebPagePath();
+    if (page.empty()) return;
+    if (FolderExists(pathonly(page)))
+        std::cout << "Page: " << terminalLine(page) << "\n";
+    else
+        std::cerr << "No page written: the Webpath folder " << terminalLine(pathonly(page))
+                  << " does not exist\n";
+}
+
 void printTicket(const clsCMSTicket& t) {
     std::cout << "Ticket:     " << t.ticketnum << "\n"
               << "Status:     " << (t.closed ? "closed" : "open") << "\n"
@@ -83,6 +95,7 @@ int run(CommandArgs& args) {
             return 1;
         }
         std::cout << "Ticket " << ticket.ticketnum << ": " << terminalLine(ticket.desc) << "\n";
+        reportPage(ticket);
         if (ack) {
             std::string spooled = SendAcknowledgement(ticket, session.sendMailWrapper());
             if (spooled.empty()) {
@@ -104,6 +117,7 @@ int run(CommandArgs& args) {
     ticket.closed = true;
     ticket.Save();
     std::cout << "Closed ticket " << ticket.ticketnum << "\n";
+    reportPage(ticket);
     return 0;
 }
 
@@ -118,7 +132,8 @@ const CommandRegistration registration({
     "'new FILE.eml' makes the next ticket from a message, as \"Open in CMS\" and\n"
     "\"Save and Exit\" do, and publishes it; with --ack the acknowledgement\n"
     "(ResponseInitial.txt, [ticket] and [version] filled in) goes into the Outbox.\n"
-    "'close N' marks ticket N closed and publishes it again.\n"
+    "'close N' marks ticket N closed and publishes it again. Both print the\n"
+    "page written (\"Page: PATH\"), or say on standard error that none was.\n"
     "Pages are written as WEBPATH + \"T_N.html\" from webtemplate.txt when the\n"
     "line WEBPATH,FOLDER/ is in CMS/settings.ini (keys in upper case, as in\n"
     "Corva.ini; end the folder with \"/\"). With CMSMODE set, every\n"

@@ -74,6 +74,7 @@ TEST_F(TicketsEndToEnd, FetchedMailBecomesAcknowledgedPublishedTickets) {
     EXPECT_EQ(SplitLines(list.out).size(), 3u) << list.out;
     EXPECT_NE(list.err.find("\"Sendername\" is not read"), std::string::npos) << list.err;
     EXPECT_EQ(corva("tickets show 9").status, 2);
+    EXPECT_EQ(corva("tickets close 3").out, "Closed ticket 3\nPage: " + web + "T_3.html\n");
 
     ASSERT_EQ(corva("send").status, 0);
     ASSERT_EQ(smtp.messageCount(), 3);
