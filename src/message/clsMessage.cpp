@@ -302,23 +302,25 @@ void clsMessage::parseHeaderLines() {
             // and users' rules were written against exactly that.
             switch (*field) {
             case Field::To:
-                To_Email = isodecode(std::string(value));
+                To_Email = isodecodeView(value);
                 break;
             case Field::ReturnPath:
                 ReturnPath = value;
                 break;
             case Field::Received:
+                // What is left of the header block bounds every Received line to come.
+                if (Received.empty()) Received.reserve(all.size() - start + 1);
                 Received += ' ';
                 Received += value;
                 break;
             case Field::From:
-                From = isodecode(std::string(value));
+                From = isodecodeView(value);
                 break;
             case Field::Sender:
-                Sender = isodecode(std::string(value));
+                Sender = isodecodeView(value);
                 break;
             case Field::ReplyTo:
-                ReplyTo = isodecode(std::string(value));
+                ReplyTo = isodecodeView(value);
                 break;
             case Field::CC:
                 CC = value;
@@ -352,9 +354,9 @@ void clsMessage::parseHeaderLines() {
                 break;
             case Field::Subject:
                 if (previous == "subject")
-                    Subject += " " + isodecode(std::string(value));
+                    Subject += " " + isodecodeView(value);
                 else
-                    Subject = isodecode(std::string(value));
+                    Subject = isodecodeView(value);
                 break;
             case Field::Comments:
                 Comments = value;

@@ -118,17 +118,29 @@ std::string vbDecodeMime64(const std::string& input) {
     });
 }
 
-std::string isodecode(const std::string& input) {
-    // Nearly every header is plain text: with no byte that a step below looks
-    // for, all that the steps leave is the text trimmed.
+namespace {
+
+// Nearly every header is plain text: with no byte that a step of isodecode
+// looks for, all that the steps leave is the text trimmed.
+bool plainHeaderText(std::string_view input) {
     static constexpr auto touched = [] {
         std::array<bool, 256> t{};
         for (unsigned char c : std::string_view("?=\"\r\n\x10\x11\x12\0", 9)) t[c] = true;
         return t;
     }();
-    if (std::none_of(input.begin(), input.end(),
-                     [](char c) { return touched[static_cast<unsigned char>(c)]; }))
-        return std::string(ts::trimView(input));
+    return std::none_of(input.begin(), input.end(),
+                        [](char c) { return touched[static_cast<unsigned char>(c)]; });
+}
+
+} // namespace
+
+std::string isodecodeView(std::string_view input) {
+    if (plainHeaderText(input)) return std::string(ts::trimView(input));
+    return isodecode(std::string(input));
+}
+
+std::string isodecode(const std::string& input) {
+    if (plainHeaderText(input)) return std::string(ts::trimView(input));
     return guardedValue("isodecode", Module, input, [&]() -> std::string {
         std::string text = input;
         std::string tail;

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace corva {
@@ -16,6 +17,8 @@ std::string bytearraytostring(const std::vector<unsigned char>& bytes, bool keep
 // Undoes RFC 2047 words in Subject, From, To, Sender and Reply-To by a chain of
 // replacements that real mail was tuned against.
 std::string isodecode(const std::string& text);
+// The same for a piece of a header, copied only when there is something to undo.
+std::string isodecodeView(std::string_view text);
 // Erases path and writes content decoded by encoding ("7bit", "quoted-printable",
 // "base64", anything else as it is). False when the file can't be written.
 bool writefile(const std::string& path, const std::string& content, const std::string& encoding);
