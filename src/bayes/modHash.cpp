@@ -367,30 +367,37 @@ struct Tokeniser {
         const char* all = scan.data();
         const size_t n = input.size();
         before = Before::Other;
+        // The byte that ends a word starts the next: its class is kept.
+        uint16_t first = classOf(all[0]);
         for (size_t start = 0;;) {
             uint16_t bits = 0;
             size_t end = start + 1;
+            uint16_t last;
             // Two bytes a turn: the byte after one that is no stop is at most
             // the final line end.
             for (;;) {
                 const uint16_t c = classOf(all[end]);
-                if (c & stop) break;
+                if (c & stop) {
+                    last = c;
+                    break;
+                }
                 const uint16_t d = classOf(all[end + 1]);
                 bits |= c;
                 if (d & stop) {
                     ++end;
+                    last = d;
                     break;
                 }
                 bits |= d;
                 end += 2;
             }
             size_t from = start, to = end < n ? end + 1 : n;
-            if (const uint16_t first = classOf(all[from]); first & blank)
+            if (first & blank)
                 ++from;
             else
                 bits |= first;
             if (end < n && to > from) {
-                if (const uint16_t last = classOf(all[end]); last & blank)
+                if (last & blank)
                     --to;
                 else
                     bits |= last;
@@ -399,6 +406,7 @@ struct Tokeniser {
                 addWord(std::string_view(all + from, to - from), bits, prefix, field);
             if (end >= n) break;
             start = end;
+            first = last;
         }
     }
 };
