@@ -4,6 +4,7 @@
 #include "core/FileSubs.h"
 #include "core/Globals.h"
 #include "core/Strings.h"
+#include "core/TerminalText.h"
 
 #include <filesystem>
 #include <set>
@@ -21,7 +22,12 @@ std::optional<int> openFolderArgument(frmMailer& mailer, CommandMailerView& view
     mailer.setView(&view);
     if (mailer.OpenFolder(folderArgument(name))) return std::nullopt;
     mailer.setView(nullptr);
-    return RefuseWith(command, "no mail folder " + name + " (see corva folders)");
+    return NoSuchFolder(command, name);
+}
+
+int NoSuchFolder(const std::string& command, const std::string& name) {
+    return RefuseWith(command, "no folder \"" + terminalLine(name) + "\" in " +
+                                   terminalLine(MessageFolder) + " ('corva folders' lists them)");
 }
 
 std::map<std::string, std::vector<std::string>> filesByFolder(const std::vector<std::string>& files,

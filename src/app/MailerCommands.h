@@ -25,6 +25,8 @@ public:
 // A folder named on the command line ("Inbox", "Inbox/Work", either
 // separator) as its directory under the message folder, ending in "/".
 std::string folderArgument(const std::string& name);
+// The refusal of a folder name that names no mail folder: status 2.
+int NoSuchFolder(const std::string& command, const std::string& name);
 
 // Sets the view and opens the folder named on the command line. When there is
 // no such folder it says so, unsets the view and gives the status 2.

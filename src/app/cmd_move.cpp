@@ -24,8 +24,7 @@ int run(CommandArgs& args) {
     const int node = mailer.NodeOfFolder(targetFolder);
     if (node <= 0) {
         mailer.setView(nullptr);
-        std::cerr << "corva move: no mail folder " << target << " (see corva folders)\n";
-        return 2;
+        return NoSuchFolder("move", target);
     }
     std::vector<std::string> missing;
     const long moved =

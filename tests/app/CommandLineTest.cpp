@@ -287,6 +287,8 @@ TEST_F(CommandLine, BadArgumentsAreRefusedPlainly) {
              {{"check", "--account", "4", home_.file("m.eml")}, "no account 4"},
              {{"scan", "--color=sometimes"}, "auto, always or never"},
              {{"list", "No Such Folder"}, "no folder \"No Such Folder\""},
+             {{"move", "Nowhere\x1b[2J", "x.eml"}, "no folder \"Nowhere\\x1b[2J\""},
+             {{"dupes", "Nowhere"}, "no folder \"Nowhere\""},
              {{"block", "sender", "notanaddress"}, "\"notanaddress\" is not an address"},
              {{"block", "domain", "two words"}, "is not a domain"},
              {{"contacts", "add", "Bob", "bob"}, "is not an address"},
